@@ -1,0 +1,16 @@
+#include "tarnwell/agent/envelopes.h"
+
+#include "tarnwell/platform/json_decode.h"
+#include "tarnwell/platform/json_encode.h"
+
+namespace tarnwell {
+
+AgentCommandEnvelope decodeCommand(std::string text) {
+  return decodeJSON<AgentCommandEnvelope>(std::move(text));
+}
+
+std::string encodeReply(const AgentResponseEnvelope& reply) {
+  return encodeJSON(reply, JSONLayout::compact);
+}
+
+}  // namespace tarnwell

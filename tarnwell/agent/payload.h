@@ -1,0 +1,70 @@
+// Reading a command's revision and payload. The order in which a command calls its readers decides
+// which problem is reported when there are several.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "tarnwell/agent/envelopes.h"
+#include "tarnwell/model/task.h"
+#include "tarnwell/platform/error.h"
+#include "tarnwell/platform/json_value.h"
+#include "tarnwell/platform/local_day.h"
+#include "tarnwell/platform/uuid.h"
+
+namespace tarnwell {
+
+// A command that cannot be carried out as it stands.
+class AgentServiceError : public Error {
+ public:
+  enum class Case { invalidPayload, expectedRevisionRequired };
+
+  static AgentServiceError invalidPayload(std::string_view message) {
+    return {Case::invalidPayload, message};
+  }
+  static AgentServiceError expectedRevisionRequired() {
+    return {Case::expectedRevisionRequired, {}};
+  }
+
+  Case which() const noexcept { return which_; }
+
+  friend bool operator==(const AgentServiceError& a, const AgentServiceError& b) {
+    return a.which_ == b.which_ && a.description() == b.description();
+  }
+
+ private:
+  AgentServiceError(Case which, std::string_view message) : Error(message), which_(which) {}
+
+  Case which_;
+};
+
+// Those named `require` throw AgentServiceError.
+
+std::int64_t requireRevision(const AgentCommandEnvelope& envelope);
+
+// "Missing KEY." when it is absent or not a string. Not trimmed.
+std::string requireString(const JSONValue::Object& payload, std::string_view key);
+
+// "Invalid KEY." when it is absent, not a string or not a UUID.
+UUID requireUUID(const JSONValue::Object& payload, std::string_view key);
+
+// Absent when the key is; throws "Invalid KEY." for anything but an integral number.
+std::optional<std::int64_t> optionalInt(const JSONValue::Object& payload, std::string_view key);
+
+// Absent when the key is, or is not a string, or names no priority.
+std::optional<TaskPriority> optionalPriority(const JSONValue::Object& payload,
+                                             std::string_view key);
+
+// Absent when the key is, or is not a string, or holds no day.
+std::optional<LocalDay> optionalDay(const JSONValue::Object& payload, std::string_view key);
+
+// The day of a text such as 2025-03-04, unchecked. Lenient: empty pieces and pieces that are not
+// integers are passed over, as long as three integers remain.
+std::optional<LocalDay> parseDay(std::string_view text);
+
+// The member's text; null when it is absent or not a string. Owned by the payload.
+const std::string* optionalString(const JSONValue::Object& payload, std::string_view key);
+
+}  // namespace tarnwell

@@ -1,0 +1,92 @@
+// The commands that list, create and change task records.
+#include <algorithm>
+
+#include "tarnwell/agent/agent_command_service.h"
+#include "tarnwell/agent/payload.h"
+#include "tarnwell/model/task.h"
+#include "tarnwell/planning/planner_engine.h"
+#include "tarnwell/platform/json_convert.h"
+#include "tarnwell/platform/uuid.h"
+
+namespace tarnwell {
+namespace {
+
+// The payload's keys.
+constexpr std::string_view taskIDKey = "task_id";
+constexpr std::string_view titleKey = "title";
+constexpr std::string_view estimatedMinutesKey = "estimated_minutes";
+constexpr std::string_view priorityKey = "priority";
+constexpr std::string_view plannedDayKey = "planned_day";
+
+bool isNull(const JSONValue::Object& payload, std::string_view key) {
+  const auto member = payload.find(key);
+  return member != payload.end() && member->second.isNull();
+}
+
+// Leaves alone what the payload does not mention or, but for the estimate, what cannot be read.
+void applyChanges(const JSONValue::Object& payload, FocusTask& task) {
+  if (const auto* const title = optionalString(payload, titleKey)) task.title = *title;
+  if (isNull(payload, estimatedMinutesKey)) {
+    task.estimatedMinutes.reset();
+  } else if (const auto minutes = optionalInt(payload, estimatedMinutesKey)) {
+    task.estimatedMinutes = minutes;
+  }
+  if (const auto priority = optionalPriority(payload, priorityKey)) task.priority = *priority;
+  if (const auto day = optionalDay(payload, plannedDayKey)) task.plannedDay = day;
+}
+
+}  // namespace
+
+AgentResponseEnvelope AgentCommandService::listTasks(const AgentCommandEnvelope& /*envelope*/,
+                                                     Instant /*now*/) {
+  const auto snapshot = store_.snapshot();
+  return success(snapshot.revision(), jsonValue(snapshot.state().tasks));
+}
+
+AgentResponseEnvelope AgentCommandService::createTask(const AgentCommandEnvelope& envelope,
+                                                      Instant now) {
+  const auto& payload = envelope.payload;
+  const std::int64_t revision = requireRevision(envelope);
+  FocusTask fields{.id = UUID::random(), .title = requireString(payload, titleKey)};
+  fields.estimatedMinutes = optionalInt(payload, estimatedMinutesKey);
+  fields.priority = optionalPriority(payload, priorityKey).value_or(TaskPriority::normal);
+  fields.plannedDay = optionalDay(payload, plannedDayKey);
+  fields.manualPosition = PlannerEngine::nextManualPosition(store_.snapshot().state().tasks,
+                                                            fields.plannedDay, fields.priority);
+  fields.createdAt = now;
+  const FocusTask task = FocusTask::make(std::move(fields));
+
+  const auto snapshot =
+      store_.transact({.expectedRevision = revision,
+                       .source = MutationSource::agent,
+                       .action = "task.create",
+                       .taskID = task.id,
+                       .now = now},
+                      [&](PersistedState& state) { state.tasks.push_back(task); });
+  return success(snapshot.revision(), jsonValue(task));
+}
+
+AgentResponseEnvelope AgentCommandService::updateTask(const AgentCommandEnvelope& envelope,
+                                                      Instant now) {
+  const std::int64_t revision = requireRevision(envelope);
+  const UUID taskID = requireUUID(envelope.payload, taskIDKey);
+
+  FocusTask updated;
+  const auto snapshot = store_.transact(
+      {.expectedRevision = revision,
+       .source = MutationSource::agent,
+       .action = "task.update",
+       .taskID = taskID,
+       .now = now},
+      [&](PersistedState& state) {
+        const auto task = std::find_if(state.tasks.begin(), state.tasks.end(),
+                                       [&](const FocusTask& each) { return each.id == taskID; });
+        if (task == state.tasks.end()) throw AgentServiceError::invalidPayload("Task not found.");
+        applyChanges(envelope.payload, *task);
+        task->updatedAt = now;
+        updated = *task;
+      });
+  return success(snapshot.revision(), jsonValue(updated));
+}
+
+}  // namespace tarnwell

@@ -1,0 +1,39 @@
+// From whatever the user typed to one canonical host name, and from the domains of a group to the
+// hosts that a block must cover. Pure functions; nothing here touches a file.
+#pragma once
+
+#include <array>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tarnwell/platform/error.h"
+
+namespace tarnwell {
+
+enum class DomainRuleCase { empty, credentialsNotAllowed, ipAddressNotAllowed, invalidHost };
+
+constexpr std::array<std::string_view, 4> texts(DomainRuleCase) {
+  return {"Enter a domain such as example.com.",
+          "Credentials are not allowed in a blocked address.",
+          "Enter a domain name, not an IP address.", "That domain is not valid."};
+}
+
+class DomainRuleError : public CaseError<DomainRuleCase> {
+ public:
+  using CaseError::CaseError;
+  using enum DomainRuleCase;
+};
+
+namespace DomainRules {
+
+// The lower-case host name of a domain or an address with one, without trailing dots and without
+// one leading "www.". `input` is valid UTF-8. Throws DomainRuleError.
+std::string normalize(std::string_view input);
+
+// For each distinct host among the normalised domains, in ascending order: the host, then the host
+// with "www." in front. Throws the first domain's DomainRuleError.
+std::vector<std::string> expandedHosts(const std::vector<std::string>& domains);
+
+}  // namespace DomainRules
+}  // namespace tarnwell

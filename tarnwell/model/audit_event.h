@@ -1,0 +1,40 @@
+// The history of changes: one event for each committed change, saying who did what and when.
+#pragma once
+
+#include <array>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <tuple>
+
+#include "tarnwell/platform/instant.h"
+#include "tarnwell/platform/record.h"
+#include "tarnwell/platform/uuid.h"
+
+namespace tarnwell {
+
+enum class MutationSource {
+  user,  // a person in the desktop application
+  app,   // the application itself
+  agent  // an external agent through the command interface
+};
+
+constexpr std::array<std::string_view, 3> texts(MutationSource) { return {"user", "app", "agent"}; }
+
+struct TaskAuditEvent {
+  UUID id{};
+  Instant timestamp{};
+  MutationSource source{};
+  std::string action{};
+  std::optional<UUID> taskID{};  // absent when no single task is concerned
+
+  static constexpr auto fields() {
+    return std::tuple{
+        field("id", &TaskAuditEvent::id), field("timestamp", &TaskAuditEvent::timestamp),
+        field("source", &TaskAuditEvent::source), field("action", &TaskAuditEvent::action),
+        field("taskID", &TaskAuditEvent::taskID)};
+  }
+  friend bool operator==(const TaskAuditEvent&, const TaskAuditEvent&) = default;
+};
+
+}  // namespace tarnwell

@@ -1,0 +1,52 @@
+// A suggestion of the weekly review, which takes effect only when the user approves it.
+#pragma once
+
+#include <array>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <tuple>
+
+#include "tarnwell/platform/instant.h"
+#include "tarnwell/platform/local_day.h"
+#include "tarnwell/platform/record.h"
+#include "tarnwell/platform/uuid.h"
+
+namespace tarnwell {
+
+enum class ProposalKind { reschedule, reduceLoad, splitTask };
+
+constexpr std::array<std::string_view, 3> texts(ProposalKind) {
+  return {"reschedule", "reduceLoad", "splitTask"};
+}
+
+enum class ProposalStatus { pending, approved, dismissed };
+
+constexpr std::array<std::string_view, 3> texts(ProposalStatus) {
+  return {"pending", "approved", "dismissed"};
+}
+
+struct PlanningProposal {
+  UUID id{};
+  ProposalKind kind{};
+  UUID taskID{};
+  std::string reason{};                          // shown to the user
+  std::optional<LocalDay> originalPlannedDay{};  // the task's day when the proposal was made
+  std::optional<LocalDay> suggestedPlannedDay{};
+  ProposalStatus status = ProposalStatus::pending;
+  Instant createdAt{};
+
+  static constexpr auto fields() {
+    return std::tuple{field("id", &PlanningProposal::id),
+                      field("kind", &PlanningProposal::kind),
+                      field("taskID", &PlanningProposal::taskID),
+                      field("reason", &PlanningProposal::reason),
+                      field("originalPlannedDay", &PlanningProposal::originalPlannedDay),
+                      field("suggestedPlannedDay", &PlanningProposal::suggestedPlannedDay),
+                      field("status", &PlanningProposal::status),
+                      field("createdAt", &PlanningProposal::createdAt)};
+  }
+  friend bool operator==(const PlanningProposal&, const PlanningProposal&) = default;
+};
+
+}  // namespace tarnwell

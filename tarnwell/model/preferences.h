@@ -1,0 +1,21 @@
+// The planner's settings.
+#pragma once
+
+#include <cstdint>
+#include <tuple>
+
+#include "tarnwell/platform/record.h"
+
+namespace tarnwell {
+
+struct ProductivityPreferences {
+  std::int64_t dailyCapacityMinutes = 480;  // planned work that a day can hold
+
+  static constexpr auto fields() {
+    return std::tuple{
+        field("dailyCapacityMinutes", &ProductivityPreferences::dailyCapacityMinutes)};
+  }
+  friend bool operator==(const ProductivityPreferences&, const ProductivityPreferences&) = default;
+};
+
+}  // namespace tarnwell

@@ -1,0 +1,24 @@
+#include "tarnwell/model/task.h"
+
+#include "tarnwell/platform/text.h"
+
+namespace tarnwell {
+
+FocusTask FocusTask::make(FocusTask fields, std::optional<Instant> updatedAt) {
+  fields.title = std::string(trimmed(fields.title));
+  fields.updatedAt = updatedAt.value_or(fields.createdAt);
+  fields.validate();
+  return fields;
+}
+
+void FocusTask::validate() const {
+  constexpr std::int64_t minutesPerDay = 1440;
+  if (trimmed(title).empty()) {
+    throw ProductivityValidationError(ProductivityValidationError::blankTitle);
+  }
+  if (estimatedMinutes && (*estimatedMinutes < 0 || *estimatedMinutes > minutesPerDay)) {
+    throw ProductivityValidationError(ProductivityValidationError::invalidEstimate);
+  }
+}
+
+}  // namespace tarnwell

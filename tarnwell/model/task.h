@@ -1,0 +1,114 @@
+// The task record and the small values that it is made of.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <tuple>
+
+#include "tarnwell/platform/error.h"
+#include "tarnwell/platform/instant.h"
+#include "tarnwell/platform/local_day.h"
+#include "tarnwell/platform/record.h"
+#include "tarnwell/platform/uuid.h"
+
+namespace tarnwell {
+
+// In order of urgency.
+enum class TaskPriority { critical, high, normal, low };
+
+constexpr std::array<std::string_view, 4> texts(TaskPriority) {
+  return {"critical", "high", "normal", "low"};
+}
+
+// 0 to 3; smaller is more urgent.
+constexpr int rank(TaskPriority priority) { return static_cast<int>(priority); }
+
+enum class TaskStatus { pending, active, paused, completed, archived };
+
+constexpr std::array<std::string_view, 5> texts(TaskStatus) {
+  return {"pending", "active", "paused", "completed", "archived"};
+}
+
+struct TaskReminder {
+  bool isEnabled = true;
+  bool remindTenMinutesBefore = false;
+  bool remindWhenOverdue = true;
+
+  static constexpr auto fields() {
+    return std::tuple{field("isEnabled", &TaskReminder::isEnabled),
+                      field("remindTenMinutesBefore", &TaskReminder::remindTenMinutesBefore),
+                      field("remindWhenOverdue", &TaskReminder::remindWhenOverdue)};
+  }
+  friend bool operator==(const TaskReminder&, const TaskReminder&) = default;
+};
+
+enum class ProductivityValidationCase { blankTitle, invalidEstimate };
+
+constexpr std::array<std::string_view, 2> texts(ProductivityValidationCase) {
+  return {"Enter a task title.", "Estimated time cannot be negative."};
+}
+
+// A task that may not be stored. `invalidEstimate` stands for every estimate out of range.
+class ProductivityValidationError : public CaseError<ProductivityValidationCase> {
+ public:
+  using CaseError::CaseError;
+  using enum ProductivityValidationCase;
+};
+
+// Whoever edits a task in place relies on the stores, which validate on every load and write.
+struct FocusTask {
+  UUID id{};
+  std::string title{};
+  std::string notes{};
+  std::optional<LocalDay> plannedDay{};
+  std::optional<Instant> scheduledStart{};
+  std::optional<std::int64_t> estimatedMinutes{};  // 0 to 1440
+  TaskPriority priority = TaskPriority::normal;
+  std::int64_t manualPosition = 0;  // the user's order within a day
+  TaskStatus status = TaskStatus::pending;
+  std::optional<TaskReminder> reminder{};
+  std::optional<UUID> blockingGroupID{};  // the websites to block while working on the task
+  Instant createdAt{};
+  Instant updatedAt{};
+  std::optional<Instant> startedAt{};  // the first start
+  std::optional<Instant> completedAt{};
+  std::optional<Instant> lastSkippedAt{};
+  std::int64_t skipCount = 0;
+  double accumulatedFocusSeconds = 0;  // of finished segments
+  std::optional<Instant> activeSegmentStartedAt{};
+
+  // A new task from the given fields: the title trimmed, `updatedAt` equal to `createdAt` unless
+  // it is given here, everything else as it is. Throws ProductivityValidationError.
+  static FocusTask make(FocusTask fields, std::optional<Instant> updatedAt = std::nullopt);
+
+  // Throws ProductivityValidationError. Judges the title before the estimate.
+  void validate() const;
+
+  static constexpr auto fields() {
+    return std::tuple{field("id", &FocusTask::id),
+                      field("title", &FocusTask::title),
+                      field("notes", &FocusTask::notes),
+                      field("plannedDay", &FocusTask::plannedDay),
+                      field("scheduledStart", &FocusTask::scheduledStart),
+                      field("estimatedMinutes", &FocusTask::estimatedMinutes),
+                      field("priority", &FocusTask::priority),
+                      field("manualPosition", &FocusTask::manualPosition),
+                      field("status", &FocusTask::status),
+                      field("reminder", &FocusTask::reminder),
+                      field("blockingGroupID", &FocusTask::blockingGroupID),
+                      field("createdAt", &FocusTask::createdAt),
+                      field("updatedAt", &FocusTask::updatedAt),
+                      field("startedAt", &FocusTask::startedAt),
+                      field("completedAt", &FocusTask::completedAt),
+                      field("lastSkippedAt", &FocusTask::lastSkippedAt),
+                      field("skipCount", &FocusTask::skipCount),
+                      field("accumulatedFocusSeconds", &FocusTask::accumulatedFocusSeconds),
+                      field("activeSegmentStartedAt", &FocusTask::activeSegmentStartedAt)};
+  }
+  friend bool operator==(const FocusTask&, const FocusTask&) = default;
+};
+
+}  // namespace tarnwell

@@ -1,0 +1,103 @@
+#include "tarnwell/planning/planner_engine.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "tarnwell/platform/checked.h"
+
+namespace tarnwell::PlannerEngine {
+namespace {
+
+bool isOpen(const FocusTask& task) {
+  return task.status != TaskStatus::completed && task.status != TaskStatus::archived;
+}
+
+// A strict weak order.
+bool comesBefore(const FocusTask& a, const FocusTask& b) {
+  const bool aIsActive = a.status == TaskStatus::active;
+  const bool bIsActive = b.status == TaskStatus::active;
+  if (aIsActive != bIsActive) return aIsActive;
+  const bool aIsCompleted = a.status == TaskStatus::completed;
+  const bool bIsCompleted = b.status == TaskStatus::completed;
+  if (aIsCompleted != bIsCompleted) return bIsCompleted;
+  if (a.manualPosition != b.manualPosition) return a.manualPosition < b.manualPosition;
+  if (a.priority != b.priority) return rank(a.priority) < rank(b.priority);
+  return a.createdAt < b.createdAt;
+}
+
+// The tasks of the day that `keep` accepts, in queue order.
+template <class Keep>
+std::vector<FocusTask> queue(const std::vector<FocusTask>& tasks, LocalDay day, Keep keep) {
+  std::vector<FocusTask> result;
+  std::copy_if(tasks.begin(), tasks.end(), std::back_inserter(result),
+               [&](const FocusTask& task) { return task.plannedDay == day && keep(task); });
+  std::stable_sort(result.begin(), result.end(), comesBefore);
+  return result;
+}
+
+auto findTask(std::vector<FocusTask>& tasks, const UUID& id) {
+  return std::find_if(tasks.begin(), tasks.end(),
+                      [&](const FocusTask& task) { return task.id == id; });
+}
+
+}  // namespace
+
+std::vector<FocusTask> queueTasks(const std::vector<FocusTask>& tasks, LocalDay day) {
+  return queue(tasks, day,
+               [](const FocusTask& task) { return task.status != TaskStatus::archived; });
+}
+
+std::vector<FocusTask> orderedTasks(const std::vector<FocusTask>& tasks, LocalDay day, Instant now,
+                                    const Calendar& /*calendar*/) {
+  return queue(tasks, day, [&](const FocusTask& task) {
+    return isOpen(task) && (!task.scheduledStart || *task.scheduledStart <= now);
+  });
+}
+
+std::optional<FocusTask> nextTask(const std::vector<FocusTask>& tasks, LocalDay day, Instant now,
+                                  const Calendar& calendar) {
+  const auto ordered = orderedTasks(tasks, day, now, calendar);
+  if (ordered.empty()) return std::nullopt;
+  return ordered.front();
+}
+
+std::vector<FocusTask> reorder(const std::vector<FocusTask>& tasks, const QueueMove& move) {
+  auto movable = queue(tasks, move.day, isOpen);
+  const auto moved = findTask(movable, move.taskID);
+  const auto target = findTask(movable, move.targetID);
+  if (moved == movable.end() || target == movable.end()) return tasks;
+
+  // Rotating carries the moved task to the target's place and shifts those between by one.
+  if (moved < target) {
+    std::rotate(moved, std::next(moved), std::next(target));
+  } else {
+    std::rotate(target, moved, std::next(moved));
+  }
+  auto result = tasks;
+  std::int64_t position = 0;
+  for (const FocusTask& task : movable) findTask(result, task.id)->manualPosition = position++;
+  return result;
+}
+
+WorkloadSummary workload(const std::vector<FocusTask>& tasks, LocalDay day) {
+  WorkloadSummary summary;
+  for (const FocusTask& task : tasks) {
+    if (task.plannedDay != day || !isOpen(task)) continue;
+    summary.taskCount += 1;
+    summary.estimatedMinutes =
+        checkedAdd(summary.estimatedMinutes, task.estimatedMinutes.value_or(0));
+  }
+  return summary;
+}
+
+std::int64_t nextManualPosition(const std::vector<FocusTask>& tasks,
+                                const std::optional<LocalDay>& day, TaskPriority /*priority*/) {
+  std::optional<std::int64_t> largest;
+  for (const FocusTask& task : tasks) {
+    if (task.plannedDay != day || !isOpen(task)) continue;
+    largest = std::max(largest, std::optional(task.manualPosition));
+  }
+  return checkedAdd(largest.value_or(-1), 1);
+}
+
+}  // namespace tarnwell::PlannerEngine

@@ -1,0 +1,100 @@
+#include "tarnwell/platform/file.h"
+
+#include <cerrno>
+#include <system_error>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace tarnwell {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// More than the JSON parser takes, and than a plan ever needs.
+constexpr off_t largestFile = off_t{4} << 30;
+
+std::string reasonFor(int code) { return std::generic_category().message(code); }
+
+std::string describe(std::string_view operation, const fs::path& path, int code) {
+  return std::string(operation) + " " + path.string() + ": " + reasonFor(code);
+}
+
+}  // namespace
+
+FileError::FileError(std::string_view operation, const fs::path& path, int code)
+    : Error(describe(operation, path, code)), code_(code) {}
+
+std::string FileError::reason() const { return reasonFor(code_); }
+
+std::optional<FileDescriptor> openForReading(const fs::path& path) {
+  // Without O_NONBLOCK, opening a FIFO would wait for somebody to write to it.
+  constexpr int flags = O_RDONLY | O_NONBLOCK | O_CLOEXEC;
+  FileDescriptor file(retryingInterrupted([&] { return ::open(path.c_str(), flags); }));
+  if (!file.isOpen()) {
+    if (errno == ENOENT) return std::nullopt;
+    throw FileError("open", path, errno);
+  }
+  struct stat status {};
+  if (::fstat(file.number(), &status) != 0) throw FileError("stat", path, errno);
+  if (S_ISDIR(status.st_mode)) throw FileError("read", path, EISDIR);
+  if (!S_ISREG(status.st_mode)) throw FileError("read", path, EINVAL);
+  return file;
+}
+
+std::optional<std::string> readFile(const fs::path& path) {
+  const auto file = openForReading(path);
+  if (!file) return std::nullopt;
+  struct stat status {};
+  if (::fstat(file->number(), &status) != 0) throw FileError("stat", path, errno);
+  if (status.st_size > largestFile) throw FileError("read", path, EFBIG);
+  std::string bytes;
+  constexpr std::size_t spare = 128;  // to meet the end, and for a parser that wants padding
+  bytes.reserve(static_cast<std::size_t>(status.st_size) + spare);
+  if (const int error = readToEnd(file->number(), bytes)) throw FileError("read", path, error);
+  return bytes;
+}
+
+void createFolders(const fs::path& folder) {
+  struct stat status {};
+  if (::stat(folder.c_str(), &status) == 0) {
+    if (!S_ISDIR(status.st_mode)) throw FileError("create folder", folder, ENOTDIR);
+    return;
+  }
+  if (errno != ENOENT) throw FileError("create folder", folder, errno);
+  const fs::path parent = folder.parent_path();
+  if (!parent.empty() && parent != folder) createFolders(parent);
+  if (::mkdir(folder.c_str(), privateFolderMode) != 0) {
+    if (errno == EEXIST) return createFolders(folder);  // another process was first
+    throw FileError("create folder", folder, errno);
+  }
+  if (::chmod(folder.c_str(), privateFolderMode) != 0) {
+    throw FileError("create folder", folder, errno);
+  }
+  syncFolder(parent.empty() ? fs::path(".") : parent);
+}
+
+void syncFolder(const fs::path& folder) {
+  const auto isUnsupported = [] { return errno == EACCES || errno == EINVAL || errno == ENOTSUP; };
+  constexpr int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+  const FileDescriptor opened(retryingInterrupted([&] { return ::open(folder.c_str(), flags); }));
+  if (!opened.isOpen()) {
+    if (isUnsupported()) return;
+    throw FileError("open folder", folder, errno);
+  }
+  if (retryingInterrupted([&] { return ::fsync(opened.number()); }) != 0 && !isUnsupported()) {
+    throw FileError("sync folder", folder, errno);
+  }
+}
+
+int syncFile(int descriptor) {
+#ifdef F_FULLFSYNC
+  // Only this reaches the disk itself on macOS; not every file system there has it.
+  if (retryingInterrupted([&] { return ::fcntl(descriptor, F_FULLFSYNC); }) == 0) return 0;
+#endif
+  return retryingInterrupted([&] { return ::fsync(descriptor); }) == 0 ? 0 : errno;
+}
+
+}  // namespace tarnwell

@@ -1,0 +1,53 @@
+// Files and folders as the data needs them: only regular files are read, what is created is
+// private to its owner, and a failure says what was tried on which path.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "tarnwell/platform/error.h"
+#include "tarnwell/platform/file_descriptor.h"
+
+namespace tarnwell {
+
+class FileError : public Error {
+ public:
+  FileError(std::string_view operation, const std::filesystem::path& path, int code);
+
+  int code() const noexcept { return code_; }  // an errno value
+
+  // The system's text for the code.
+  std::string reason() const;
+
+  // By operation, path and code, all of which the description holds.
+  friend bool operator==(const FileError& a, const FileError& b) {
+    return a.description() == b.description();
+  }
+
+ private:
+  int code_;
+};
+
+// The owner's permissions, whatever the umask.
+inline constexpr unsigned privateFileMode = 0600;
+inline constexpr unsigned privateFolderMode = 0700;
+
+// Opens a regular file for reading, never waiting for one that is not. Absent when there is no
+// such file. Throws FileError.
+std::optional<FileDescriptor> openForReading(const std::filesystem::path& path);
+
+// The file's whole content; absent when there is no such file. Throws FileError.
+std::optional<std::string> readFile(const std::filesystem::path& path);
+
+// Creates the folder and those above it where missing, private and durable. Throws FileError.
+void createFolders(const std::filesystem::path& folder);
+
+// Makes the folder's entries durable, where the file system can. Throws FileError.
+void syncFolder(const std::filesystem::path& folder);
+
+// Makes a file's content durable. Returns the error number, 0 when all is well.
+int syncFile(int descriptor);
+
+}  // namespace tarnwell

@@ -1,0 +1,39 @@
+#include "tarnwell/platform/file_lock.h"
+
+#include <cerrno>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+
+#include "tarnwell/platform/file.h"
+
+namespace tarnwell {
+namespace {
+
+FileDescriptor openLockFile(const std::filesystem::path& path) {
+  constexpr int flags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW;
+  FileDescriptor file(
+      retryingInterrupted([&] { return ::open(path.c_str(), flags, privateFileMode); }));
+  if (!file.isOpen()) throw FileError("open", path, errno);
+  // A umask that takes the owner's own permissions would lock everybody out for good.
+  struct stat status {};
+  const bool isUsable =
+      ::fstat(file.number(), &status) == 0 && (status.st_mode & privateFileMode) == privateFileMode;
+  if (!isUsable && ::fchmod(file.number(), privateFileMode) != 0) {
+    throw FileError("set mode of", path, errno);
+  }
+  return file;
+}
+
+}  // namespace
+
+FileLock::FileLock(const std::filesystem::path& path) : file_(openLockFile(path)) {
+  if (retryingInterrupted([&] { return ::flock(file_.number(), LOCK_EX); }) != 0) {
+    throw FileError("lock", path, errno);
+  }
+}
+
+FileLock::~FileLock() { ::flock(file_.number(), LOCK_UN); }
+
+}  // namespace tarnwell

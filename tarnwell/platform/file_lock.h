@@ -1,0 +1,25 @@
+// An exclusive lock between processes, held for the life of the object.
+#pragma once
+
+#include <filesystem>
+
+#include "tarnwell/platform/file_descriptor.h"
+
+namespace tarnwell {
+
+// An advisory lock of the flock kind on a file of its own, which is created private where missing
+// and never removed. It belongs to the object, not to the process: two of one process exclude each
+// other too.
+class FileLock {
+ public:
+  // Waits without limit until the lock is granted. Throws FileError.
+  explicit FileLock(const std::filesystem::path& path);
+  FileLock(const FileLock&) = delete;
+  FileLock& operator=(const FileLock&) = delete;
+  ~FileLock();
+
+ private:
+  FileDescriptor file_;
+};
+
+}  // namespace tarnwell

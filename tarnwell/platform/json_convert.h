@@ -1,0 +1,52 @@
+// Turning records into the values of a reply by their field lists.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <type_traits>
+#include <utility>
+
+#include "tarnwell/platform/enum_texts.h"
+#include "tarnwell/platform/instant.h"
+#include "tarnwell/platform/json_types.h"
+#include "tarnwell/platform/json_value.h"
+#include "tarnwell/platform/record.h"
+#include "tarnwell/platform/uuid.h"
+
+namespace tarnwell {
+
+// Instants become ISO 8601 texts, numbers of every kind become doubles.
+template <class T>
+JSONValue jsonValue(const T& value) {
+  if constexpr (std::is_same_v<T, bool> || std::is_same_v<T, double> ||
+                std::is_same_v<T, std::string>) {
+    return value;
+  } else if constexpr (std::is_same_v<T, std::int64_t>) {
+    return static_cast<double>(value);
+  } else if constexpr (std::is_same_v<T, UUID>) {
+    return value.text();
+  } else if constexpr (std::is_same_v<T, Instant>) {
+    return isoText(value);
+  } else if constexpr (TextEnum<T>) {
+    return std::string(textOf(value));
+  } else if constexpr (isVector<T>) {
+    JSONValue::Array array;
+    array.reserve(value.size());
+    for (const auto& item : value) array.push_back(jsonValue(item));
+    return array;
+  } else {
+    static_assert(Record<T>);
+    JSONValue::Object object;
+    forEachFieldByKey<T>([&](const auto& field) {
+      const auto& member = value.*field.member;
+      if constexpr (isOptional<std::remove_cvref_t<decltype(member)>>) {
+        if (member) object.emplace(field.key, jsonValue(*member));
+      } else {
+        object.emplace(field.key, jsonValue(member));
+      }
+    });
+    return object;
+  }
+}
+
+}  // namespace tarnwell

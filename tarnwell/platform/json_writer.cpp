@@ -1,0 +1,134 @@
+#include "tarnwell/platform/json_writer.h"
+
+#include <array>
+#include <charconv>
+#include <cmath>
+
+#include <simdjson.h>
+
+#include "tarnwell/platform/json_error.h"
+
+namespace tarnwell {
+namespace {
+
+constexpr std::size_t indentWidth = 2;
+
+bool mustBeEscaped(char c) { return c == '"' || c == '\\' || static_cast<unsigned char>(c) < 0x20; }
+
+void appendEscaped(std::string& text, char c) {
+  constexpr std::string_view hexDigits = "0123456789abcdef";
+  text += '\\';
+  switch (c) {
+    case '"':
+    case '\\':
+      text += c;
+      return;
+    case '\b':
+      text += 'b';
+      return;
+    case '\f':
+      text += 'f';
+      return;
+    case '\n':
+      text += 'n';
+      return;
+    case '\r':
+      text += 'r';
+      return;
+    case '\t':
+      text += 't';
+      return;
+    default:
+      text += "u00";
+      text += hexDigits[static_cast<unsigned char>(c) >> 4U];
+      text += hexDigits[static_cast<unsigned char>(c) & 0xFU];
+  }
+}
+
+template <class Number>
+void appendNumber(std::string& text, Number value) {
+  std::array<char, 32> buffer{};
+  const auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value);
+  text.append(buffer.data(), result.ptr);
+}
+
+}  // namespace
+
+void JSONWriter::key(std::string_view key) {
+  beginValue();
+  quoted(key);
+  text_ += layout_ == JSONLayout::indented ? ": " : ":";
+  isAfterKey_ = true;
+}
+
+void JSONWriter::null() {
+  beginValue();
+  text_ += "null";
+}
+
+void JSONWriter::boolean(bool value) {
+  beginValue();
+  text_ += value ? "true" : "false";
+}
+
+void JSONWriter::integer(std::int64_t value) {
+  beginValue();
+  appendNumber(text_, value);
+}
+
+void JSONWriter::number(double value) {
+  if (!std::isfinite(value)) throw JSONError::notEncodable();
+  beginValue();
+  appendNumber(text_, value);
+}
+
+void JSONWriter::string(std::string_view text) {
+  beginValue();
+  quoted(text);
+}
+
+void JSONWriter::begin(char bracket) {
+  beginValue();
+  text_ += bracket;
+  ++depth_;
+  isFirst_ = true;
+}
+
+void JSONWriter::end(char bracket) {
+  --depth_;
+  if (!isFirst_) newLine();
+  text_ += bracket;
+  isFirst_ = false;
+}
+
+void JSONWriter::beginValue() {
+  if (isAfterKey_) {
+    isAfterKey_ = false;
+    return;
+  }
+  if (!isFirst_) text_ += ',';
+  if (depth_ > 0) newLine();
+  isFirst_ = false;
+}
+
+void JSONWriter::newLine() {
+  if (layout_ != JSONLayout::indented) return;
+  text_ += '\n';
+  text_.append(depth_ * indentWidth, ' ');
+}
+
+void JSONWriter::quoted(std::string_view text) {
+  if (!simdjson::validate_utf8(text.data(), text.size())) throw JSONError::notEncodable();
+  text_ += '"';
+  std::size_t plainStart = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (!mustBeEscaped(text[i])) continue;
+    text_ += text.substr(plainStart, i - plainStart);
+    appendEscaped(text_, text[i]);
+    plainStart = i + 1;
+  }
+  text_ += text.substr(plainStart);
+  text_ += '"';
+}
+
+}  // namespace tarnwell

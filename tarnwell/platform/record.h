@@ -1,0 +1,71 @@
+// How a record names its JSON keys. A record lists its members once; the reader, the writer and the
+// wire conversion all walk that list:
+//
+//   struct Point {
+//     double x{}, y{};
+//     std::optional<std::string> label;
+//     static constexpr auto fields() {
+//       return std::tuple{field("x", &Point::x), field("y", &Point::y),
+//                         field("label", &Point::label)};
+//     }
+//   };
+//
+// A `std::optional` member is an optional key: read as absent when missing or null, left out when
+// absent. A `defaultedField` keeps the value it had when its key is missing or null, and is always
+// written. Every other key is required.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <numeric>
+#include <string_view>
+#include <tuple>
+#include <utility>
+
+namespace tarnwell {
+
+template <class Owner, class Member>
+struct Field {
+  std::string_view key;
+  Member Owner::*member;
+  bool isDefaulted;
+};
+
+template <class Owner, class Member>
+constexpr Field<Owner, Member> field(std::string_view key, Member Owner::*member) {
+  return {key, member, false};
+}
+
+template <class Owner, class Member>
+constexpr Field<Owner, Member> defaultedField(std::string_view key, Member Owner::*member) {
+  return {key, member, true};
+}
+
+template <class T>
+concept Record = requires {
+  T::fields();
+};
+
+// The record's fields as an array of indexes into `T::fields()`, in ascending order of their keys.
+template <Record T>
+constexpr auto keyOrder() {
+  constexpr auto keys =
+      std::apply([](const auto&... fields) { return std::array{fields.key...}; }, T::fields());
+  std::array<std::size_t, keys.size()> order{};
+  std::iota(order.begin(), order.end(), std::size_t{0});
+  std::sort(order.begin(), order.end(),
+            [&](std::size_t a, std::size_t b) { return keys[a] < keys[b]; });
+  return order;
+}
+
+// Calls `visit(field)` for each field, in ascending order of the keys.
+template <Record T, class Visit>
+constexpr void forEachFieldByKey(Visit&& visit) {
+  constexpr auto fields = T::fields();
+  constexpr auto order = keyOrder<T>();
+  [&]<std::size_t... I>(std::index_sequence<I...>) { (visit(std::get<order[I]>(fields)), ...); }
+  (std::make_index_sequence<order.size()>{});
+}
+
+}  // namespace tarnwell

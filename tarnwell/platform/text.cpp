@@ -1,0 +1,55 @@
+#include "tarnwell/platform/text.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+
+namespace tarnwell {
+namespace {
+
+// The characters with the Unicode property White_Space, in UTF-8.
+constexpr std::array<std::string_view, 25> whiteSpace = {
+    "\t",           "\n",           "\v",           "\f",           "\r",           " ",
+    "\xC2\x85",     "\xC2\xA0",     "\xE1\x9A\x80", "\xE2\x80\x80", "\xE2\x80\x81", "\xE2\x80\x82",
+    "\xE2\x80\x83", "\xE2\x80\x84", "\xE2\x80\x85", "\xE2\x80\x86", "\xE2\x80\x87", "\xE2\x80\x88",
+    "\xE2\x80\x89", "\xE2\x80\x8A", "\xE2\x80\xA8", "\xE2\x80\xA9", "\xE2\x80\xAF", "\xE2\x81\x9F",
+    "\xE3\x80\x80"};
+
+}  // namespace
+
+std::string_view trimmed(std::string_view text) {
+  const auto space = [&](auto matches) {
+    const auto* const found = std::find_if(whiteSpace.begin(), whiteSpace.end(), matches);
+    return found == whiteSpace.end() ? std::size_t{0} : found->size();
+  };
+  const auto leading = [&] { return space([&](auto c) { return text.starts_with(c); }); };
+  const auto trailing = [&] { return space([&](auto c) { return text.ends_with(c); }); };
+  while (const std::size_t size = leading()) text.remove_prefix(size);
+  while (const std::size_t size = trailing()) text.remove_suffix(size);
+  return text;
+}
+
+std::vector<std::string_view> split(std::string_view text, char separator) {
+  std::vector<std::string_view> pieces;
+  while (true) {
+    const std::size_t end = text.find(separator);
+    pieces.push_back(text.substr(0, end));
+    if (end == std::string_view::npos) return pieces;
+    text.remove_prefix(end + 1);
+  }
+}
+
+std::optional<std::int64_t> parseInteger(std::string_view text) {
+  // from_chars knows the minus sign but not the plus.
+  if (text.starts_with('+')) {
+    text.remove_prefix(1);
+    if (text.starts_with('-')) return std::nullopt;
+  }
+  std::int64_t value = 0;
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, value);
+  if (error != std::errc{} || stop != end) return std::nullopt;
+  return value;
+}
+
+}  // namespace tarnwell

@@ -1,0 +1,89 @@
+#include "tarnwell/store/local_store.h"
+
+#include <exception>
+
+#include "tarnwell/platform/atomic_file.h"
+#include "tarnwell/platform/file.h"
+#include "tarnwell/platform/json_document.h"
+#include "tarnwell/platform/uuid.h"
+#include "tarnwell/store/persisted_state_json.h"
+
+namespace tarnwell {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+PersistedState readDocument(std::string text) {
+  const JSONDocument document(std::move(text));
+  const std::int64_t version = SchemaProbe::read(document).schemaVersion;
+  if (version > PersistedState::currentSchemaVersion) {
+    throw LocalStoreError::unsupportedSchema(version);
+  }
+  PersistedState state = decodePersistedState(document);
+  state.validateTasks();
+  return state;
+}
+
+}  // namespace
+
+LocalStoreError LocalStoreError::unsupportedSchema(std::int64_t version) {
+  return {Case::unsupportedSchema,
+          "This data was created by unsupported schema version " + std::to_string(version) + "."};
+}
+
+LocalStoreError LocalStoreError::unreadable(std::string_view message) {
+  return {Case::unreadable, "Tarnwell data could not be read: " + std::string(message)};
+}
+
+LocalStoreError LocalStoreError::lockFailed(std::string_view message) {
+  return {Case::lockFailed, "Tarnwell data could not be locked: " + std::string(message)};
+}
+
+PersistedState LocalStore::load() const {
+  try {
+    auto text = readFile(url_);
+    if (!text) return PersistedState::initial();
+    return readDocument(std::move(*text));
+  } catch (const LocalStoreError&) {
+    throw;
+  } catch (const std::exception& error) {
+    throw LocalStoreError::unreadable(error.what());
+  }
+}
+
+void LocalStore::save(const PersistedState& state) const {
+  if (state.schemaVersion != PersistedState::currentSchemaVersion) {
+    throw LocalStoreError::unsupportedSchema(state.schemaVersion);
+  }
+  state.validateTasks();
+  const fs::path folder = url_.parent_path();
+  createFolders(folder);
+  if (const auto previous = openForReading(url_)) {
+    const fs::path copies = folder / "State Backups";
+    createFolders(copies);
+    copyFile(*previous, copies / ("state-" + UUID::random().text() + ".json"));
+  }
+  replaceFile(url_, encodePersistedState(state));
+}
+
+void LocalStore::migrateToCurrentSchema() const {
+  auto text = readFile(url_);
+  if (!text) return;
+  const JSONDocument document(std::move(*text));
+  if (SchemaProbe::read(document).schemaVersion >= PersistedState::currentSchemaVersion) return;
+  save(load());
+}
+
+FileLock LocalStore::acquireLock() const {
+  createFolders(url_.parent_path());
+  fs::path lockFile = url_;
+  lockFile += ".lock";
+  try {
+    return FileLock(lockFile);
+  } catch (const FileError& error) {
+    throw LocalStoreError::lockFailed(error.reason());
+  }
+}
+
+}  // namespace tarnwell

@@ -1,0 +1,35 @@
+// The document as JSON text.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <tuple>
+
+#include "tarnwell/platform/json_document.h"
+#include "tarnwell/platform/record.h"
+#include "tarnwell/store/persisted_state.h"
+
+namespace tarnwell {
+
+// The version of a document, known without reading the rest of it.
+struct SchemaProbe {
+  std::int64_t schemaVersion{};
+
+  static constexpr auto fields() {
+    return std::tuple{field("schemaVersion", &SchemaProbe::schemaVersion)};
+  }
+
+  // Throws JSONError.
+  static SchemaProbe read(const JSONDocument& document);
+};
+
+// Reads a document of any version, and says the current one of the result: a document of version 1
+// keeps its blocking data and starts with an empty plan, however old or new any other is read in
+// full. Throws JSONError.
+PersistedState decodePersistedState(const JSONDocument& document);
+
+// Indented, keys in ascending order, instants as seconds since the reference date. Throws
+// JSONError.
+std::string encodePersistedState(const PersistedState& state);
+
+}  // namespace tarnwell

@@ -1,0 +1,321 @@
+#include "tarnwell/store/local_store.h"
+
+#include <future>
+#include <stdexcept>
+#include <thread>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "tarnwell/platform/file.h"
+
+#include "tests/support/builders.h"
+#include "tests/support/expect_error.h"
+#include "tests/support/scratch_folder.h"
+
+namespace tarnwell {
+namespace {
+
+using test::contentOf;
+using test::entryCount;
+using test::expectError;
+using test::makeTask;
+using test::writeFile;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+class LocalStoreTest : public testing::Test {
+ protected:
+  // What `load` says of a data file with this content.
+  std::string descriptionOfLoading(std::string_view content) {
+    writeFile(file, content);
+    try {
+      store.load();
+    } catch (const LocalStoreError& error) {
+      EXPECT_EQ(contentOf(file), content) << "the file was touched";
+      EXPECT_EQ(entryCount(folder.path()), 1U) << "something was created beside it";
+      return std::string(error.description());
+    }
+    return "no error";
+  }
+
+  test::ScratchFolder folder;
+  std::filesystem::path file = folder / "state.json";
+  std::filesystem::path copies = folder / "State Backups";
+  LocalStore store{file};
+};
+
+PersistedState stateWith(FocusTask task) {
+  PersistedState state = PersistedState::initial();
+  state.tasks.push_back(std::move(task));
+  return state;
+}
+
+TEST_F(LocalStoreTest, loadsTheInitialStateWhereThereIsNoFolderAndCreatesNothing) {
+  const LocalStore nowhere(folder / "a/b/state.json");
+  EXPECT_EQ(nowhere.load(), PersistedState::initial());
+  EXPECT_EQ(entryCount(folder.path()), 0U);
+}
+
+TEST_F(LocalStoreTest, theFirstSaveCreatesTheFolderAndMakesNoCopy) {
+  const LocalStore deep(folder / "a/b/state.json");
+  deep.save(PersistedState::initial());
+  EXPECT_EQ(deep.load(), PersistedState::initial());
+  EXPECT_FALSE(std::filesystem::exists(folder / "a/b/State Backups"));
+}
+
+TEST_F(LocalStoreTest, theSecondSaveLeavesExactlyOneCopyOfThePreviousFile) {
+  store.save(PersistedState::initial());
+  const std::string previous = contentOf(file);
+  store.save(stateWith(makeTask("New")));
+  ASSERT_EQ(entryCount(copies), 1U);
+  const auto copy = std::filesystem::directory_iterator(copies)->path();
+  EXPECT_EQ(contentOf(copy), previous);
+  EXPECT_THAT(copy.filename().string(), testing::MatchesRegex("state-[0-9A-F-]{36}\\.json"));
+}
+
+TEST_F(LocalStoreTest, everySaveLeavesItsCopy) {
+  for (int i = 0; i < 4; ++i) store.save(PersistedState::initial());
+  EXPECT_EQ(entryCount(copies), 3U);
+}
+
+TEST_F(LocalStoreTest, savesAndLoadsEqualStates) {
+  const PersistedState state = stateWith(makeTask("Water the plants"));
+  store.save(state);
+  EXPECT_EQ(store.load(), state);
+}
+
+TEST_F(LocalStoreTest, refusesToLoadANewerSchemaAndLeavesTheFile) {
+  EXPECT_EQ(descriptionOfLoading(R"({"schemaVersion":3})"),
+            "This data was created by unsupported schema version 3.");
+  EXPECT_EQ(descriptionOfLoading(R"({"schemaVersion":9223372036854775807})"),
+            "This data was created by unsupported schema version 9223372036854775807.");
+}
+
+TEST_F(LocalStoreTest, refusesANewerSchemaEvenWhenTheRestCannotBeRead) {
+  EXPECT_EQ(descriptionOfLoading(R"({"schemaVersion":3,"tasks":"of the future"})"),
+            "This data was created by unsupported schema version 3.");
+}
+
+TEST_F(LocalStoreTest, acceptsVersionsZeroAndBelow) {
+  for (const auto* content : {R"({"schemaVersion":0})", R"({"schemaVersion":-7,"revision":4})"}) {
+    writeFile(file, content);
+    EXPECT_EQ(store.load().schemaVersion, 2);
+  }
+  EXPECT_EQ(store.load().revision, 4);
+}
+
+TEST_F(LocalStoreTest, reportsAFileThatIsNotJSONAsUnreadable) {
+  EXPECT_THAT(descriptionOfLoading("not json"), StartsWith("Tarnwell data could not be read: "));
+  EXPECT_THAT(descriptionOfLoading(""), StartsWith("Tarnwell data could not be read: "));
+}
+
+TEST_F(LocalStoreTest, reportsAStoredTaskThatIsInvalidByItsValidationError) {
+  store.save(stateWith(makeTask("Title")));
+  std::string content = contentOf(file);
+  content.replace(content.find("Title"), 5, " ");
+  std::filesystem::remove(file);
+  EXPECT_EQ(descriptionOfLoading(content), "Tarnwell data could not be read: Enter a task title.");
+}
+
+TEST_F(LocalStoreTest, takesNothingButARegularFileForThePlan) {
+  const auto unreadable =
+      testing::ThrowsMessage<LocalStoreError>(StartsWith("Tarnwell data could not be read: "));
+  std::filesystem::create_directory(file);
+  EXPECT_THAT([&] { store.load(); }, unreadable);
+  std::filesystem::remove(file);
+  ASSERT_EQ(::mkfifo(file.c_str(), 0600), 0);
+  EXPECT_THAT([&] { store.load(); }, unreadable);
+  std::filesystem::remove(file);
+  std::filesystem::create_symlink("/dev/zero", file);
+  EXPECT_THAT([&] { store.load(); }, unreadable);
+  std::filesystem::remove(file);
+  std::filesystem::create_symlink(file, file);
+  EXPECT_THAT([&] { store.load(); }, unreadable);
+}
+
+TEST_F(LocalStoreTest, takesAFileWhereItsFolderShouldBeForAnErrorAndNotForAnEmptyPlan) {
+  writeFile(folder / "file", "");
+  const LocalStore inside(folder / "file/state.json");
+  EXPECT_THROW(inside.load(), LocalStoreError);
+}
+
+TEST_F(LocalStoreTest, saveRefusesAnyOtherSchemaVersionBeforeTouchingAnything) {
+  PersistedState state = PersistedState::initial();
+  state.schemaVersion = 1;
+  expectError(LocalStoreError::unsupportedSchema(1), [&] { store.save(state); });
+  EXPECT_EQ(entryCount(folder.path()), 0U);
+}
+
+TEST_F(LocalStoreTest, saveRefusesAnInvalidTaskAndLeavesTheFileAndItsCopies) {
+  store.save(PersistedState::initial());
+  const auto before = test::treeOf(folder.path());
+  FocusTask task = makeTask("Too long");
+  task.estimatedMinutes = 2000;
+  expectError(ProductivityValidationError(ProductivityValidationError::invalidEstimate),
+              [&] { store.save(stateWith(task)); });
+  EXPECT_EQ(test::treeOf(folder.path()), before);
+}
+
+TEST_F(LocalStoreTest, saveRefusesTextThatIsNotUTF8AndLeavesTheFile) {
+  store.save(PersistedState::initial());
+  const std::string before = contentOf(file);
+  FocusTask task = makeTask("Title");
+  task.notes = "\xFF";
+  EXPECT_THROW(store.save(stateWith(task)), Error);
+  EXPECT_EQ(contentOf(file), before);
+}
+
+TEST_F(LocalStoreTest, aFailedCopyAbortsTheSaveBeforeTheFileIsReplaced) {
+  store.save(PersistedState::initial());
+  const std::string before = contentOf(file);
+  writeFile(copies, "a file where the folder of copies should be");
+  EXPECT_THROW(store.save(stateWith(makeTask("New"))), FileError);
+  EXPECT_EQ(contentOf(file), before);
+}
+
+TEST_F(LocalStoreTest, whatItCreatesIsPrivateWhateverTheUmask) {
+  for (const mode_t mask : {mode_t{0}, mode_t{0777}}) {
+    const LocalStore masked(folder / (mask == 0 ? "open" : "closed") / "inner/state.json");
+    const mode_t previous = ::umask(mask);
+    masked.withExclusiveLock([&] {
+      masked.save(PersistedState::initial());
+      masked.save(PersistedState::initial());
+    });
+    ::umask(previous);
+    const auto root = masked.url().parent_path().parent_path();
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
+      const auto expected = entry.is_directory() ? 0700U : 0600U;
+      EXPECT_EQ(static_cast<unsigned>(entry.status().permissions()), expected) << entry.path();
+    }
+  }
+}
+
+TEST_F(LocalStoreTest, aReplacedFileKeepsItsPermissions) {
+  store.save(PersistedState::initial());
+  ::chmod(file.c_str(), 0640);
+  store.save(PersistedState::initial());
+  EXPECT_EQ(static_cast<unsigned>(std::filesystem::status(file).permissions()), 0640U);
+}
+
+TEST_F(LocalStoreTest, replacesTheFileThatALinkPointsToAndKeepsTheLink) {
+  std::filesystem::create_directory(folder / "elsewhere");
+  std::filesystem::create_symlink("elsewhere/plan.json", file);
+  store.save(PersistedState::initial());
+  store.save(stateWith(makeTask("Through the link")));
+  EXPECT_TRUE(std::filesystem::is_symlink(file));
+  EXPECT_THAT(contentOf(folder / "elsewhere/plan.json"), HasSubstr("Through the link"));
+  EXPECT_EQ(entryCount(folder / "elsewhere"), 1U);
+}
+
+TEST_F(LocalStoreTest, theLockReturnsWhatItsBodyReturnsAndThrowsWhatItThrows) {
+  EXPECT_EQ(store.withExclusiveLock([] { return 7; }), 7);
+  EXPECT_THROW(store.withExclusiveLock([]() -> int { throw std::out_of_range("mine"); }),
+               std::out_of_range);
+  EXPECT_EQ(store.withExclusiveLock([] { return 8; }), 8) << "the lock was not released";
+}
+
+TEST_F(LocalStoreTest, theLockFileIsPrivateAndStays) {
+  store.withExclusiveLock([] {});
+  const auto lock = folder / "state.json.lock";
+  EXPECT_EQ(static_cast<unsigned>(std::filesystem::status(lock).permissions()), 0600U);
+  EXPECT_EQ(entryCount(folder.path()), 1U);
+}
+
+TEST_F(LocalStoreTest, aLockFileThatIsALinkIsRefusedWithTheSystemsText) {
+  writeFile(folder / "target", "");
+  std::filesystem::create_symlink(folder / "target", folder / "state.json.lock");
+  bool hasRun = false;
+  expectError(LocalStoreError::lockFailed(FileError("open", file, ELOOP).reason()),
+              [&] { store.withExclusiveLock([&] { hasRun = true; }); });
+  EXPECT_FALSE(hasRun);
+}
+
+TEST_F(LocalStoreTest, aFolderThatCannotBeCreatedForTheLockIsAFileError) {
+  writeFile(folder / "file", "");
+  const LocalStore inside(folder / "file/state.json");
+  EXPECT_THROW(inside.withExclusiveLock([] {}), FileError);
+}
+
+TEST_F(LocalStoreTest, aSecondLockWaitsUntilTheFirstBodyFinishes) {
+  std::promise<void> isLocked;
+  std::promise<void> mayFinish;
+  std::vector<std::string> order;
+  std::thread first([&] {
+    store.withExclusiveLock([&] {
+      isLocked.set_value();
+      mayFinish.get_future().wait();
+      order.emplace_back("first");
+    });
+  });
+  isLocked.get_future().wait();
+  std::thread second([&] { store.withExclusiveLock([&] { order.emplace_back("second"); }); });
+  mayFinish.set_value();
+  first.join();
+  second.join();
+  EXPECT_THAT(order, testing::ElementsAre("first", "second"));
+}
+
+TEST_F(LocalStoreTest, updateAtomicallySavesWhatItsBodyChangedAndLeavesTheRevision) {
+  const int result = store.updateAtomically([](PersistedState& state) {
+    state.groups.clear();
+    return 5;
+  });
+  EXPECT_EQ(result, 5);
+  EXPECT_TRUE(store.load().groups.empty());
+  EXPECT_EQ(store.load().revision, 0);
+}
+
+TEST_F(LocalStoreTest, updateAtomicallySavesNothingWhenItsBodyFails) {
+  store.save(PersistedState::initial());
+  const std::string before = contentOf(file);
+  EXPECT_THROW(store.updateAtomically([](PersistedState& state) {
+    state.groups.clear();
+    throw std::out_of_range("mine");
+  }),
+               std::out_of_range);
+  EXPECT_EQ(contentOf(file), before);
+  EXPECT_EQ(entryCount(copies), 0U);
+}
+
+TEST_F(LocalStoreTest, migrationRewritesAnOlderFileAndKeepsACopyOfIt) {
+  writeFile(file, R"({"schemaVersion":1,"groups":[]})");
+  store.migrateToCurrentSchema();
+  EXPECT_THAT(contentOf(file), HasSubstr("\"schemaVersion\": 2"));
+  EXPECT_TRUE(store.load().groups.empty());
+  EXPECT_EQ(entryCount(copies), 1U);
+}
+
+TEST_F(LocalStoreTest, migrationLeavesCurrentAndNewerFilesAndMissingOnesAlone) {
+  store.migrateToCurrentSchema();
+  EXPECT_EQ(entryCount(folder.path()), 0U);
+  for (const auto* content : {R"({"schemaVersion":2})", R"({"schemaVersion":3})"}) {
+    writeFile(file, content);
+    store.migrateToCurrentSchema();
+    EXPECT_EQ(contentOf(file), content);
+    EXPECT_EQ(entryCount(folder.path()), 1U);
+  }
+}
+
+TEST_F(LocalStoreTest, migrationPassesAFailedProbeOnUnwrapped) {
+  writeFile(file, "{}");
+  EXPECT_THAT([&] { store.migrateToCurrentSchema(); },
+              testing::ThrowsMessage<Error>(testing::Not(HasSubstr("could not be read"))));
+}
+
+TEST(LocalStoreError, describesEachCaseAndComparesByCaseAndPayload) {
+  EXPECT_EQ(LocalStoreError::unsupportedSchema(3).description(),
+            "This data was created by unsupported schema version 3.");
+  EXPECT_EQ(LocalStoreError::unreadable("why").description(),
+            "Tarnwell data could not be read: why");
+  EXPECT_EQ(LocalStoreError::lockFailed("why").description(),
+            "Tarnwell data could not be locked: why");
+  EXPECT_EQ(LocalStoreError::unreadable("a"), LocalStoreError::unreadable("a"));
+  EXPECT_FALSE(LocalStoreError::unreadable("a") == LocalStoreError::unreadable("b"));
+  EXPECT_FALSE(LocalStoreError::unsupportedSchema(3) == LocalStoreError::unsupportedSchema(4));
+}
+
+}  // namespace
+}  // namespace tarnwell

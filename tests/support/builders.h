@@ -1,0 +1,23 @@
+// Records for tests: valid as they come, so that a test states only what it is about.
+#pragma once
+
+#include <string>
+#include <utility>
+
+#include "tarnwell/model/task.h"
+#include "tarnwell/platform/instant.h"
+#include "tarnwell/platform/uuid.h"
+
+namespace tarnwell::test {
+
+// 2025-03-04 09:15:00 UTC, a Tuesday.
+inline constexpr Instant someInstant{762'772'500};
+
+inline FocusTask makeTask(std::string title) {
+  return {.id = UUID::random(),
+          .title = std::move(title),
+          .createdAt = someInstant,
+          .updatedAt = someInstant};
+}
+
+}  // namespace tarnwell::test
