@@ -1,6 +1,7 @@
 #include "tarnwell/platform/json_document.h"
 
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 #include "tarnwell/platform/json_error.h"
@@ -91,7 +92,9 @@ simdjson::dom::array arrayFrom(JSONElement element, std::string_view key) {
 std::int64_t integerFrom(JSONElement element, std::string_view key) {
   if (element.is_int64()) return require(element.get_int64(), key);
   const auto integer = exactInteger(doubleFrom(element, key));
-  if (!integer) throw JSONError::invalidValue(key);
+  // As a double, the least integer cannot be told from the ones below it, which do not fit.
+  const bool isBeyondDoubt = integer && *integer != std::numeric_limits<std::int64_t>::min();
+  if (!isBeyondDoubt) throw JSONError::invalidValue(key);
   return *integer;
 }
 

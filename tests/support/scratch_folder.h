@@ -49,7 +49,8 @@ inline std::map<std::string, std::string> treeOf(const std::filesystem::path& fo
   std::map<std::string, std::string> tree;
   if (!std::filesystem::exists(folder)) return tree;
   for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
-    tree[entry.path().string()] = entry.is_regular_file() ? contentOf(entry.path()) : "";
+    const bool isFile = entry.symlink_status().type() == std::filesystem::file_type::regular;
+    tree[entry.path().string()] = isFile ? contentOf(entry.path()) : "";
   }
   return tree;
 }

@@ -1,0 +1,77 @@
+#include "tarnwell/agent/agent_command_service.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/support/service.h"
+
+namespace tarnwell {
+namespace {
+
+using Service = AgentCommandService;
+
+class AgentCommandServiceTest : public testing::Test, protected test::ServiceOnScratchFolder {};
+
+TEST_F(AgentCommandServiceTest, refusesEveryVersionButOneBeforeLookingAtTheCommand) {
+  for (const std::int64_t version : {0, 2, -1}) {
+    EXPECT_EQ(service.execute({.version = version, .command = "nope"}, now),
+              Service::failure(failures::unsupportedVersion));
+  }
+}
+
+TEST_F(AgentCommandServiceTest, namesTheUnknownCommand) {
+  for (const std::string command : {"nope", "Tasks.List", "tasks.list ", "", "tasks"}) {
+    const std::string message = "Unknown command: " + command;
+    EXPECT_EQ(execute(command, 0), Service::failure({"unknown_command", message}));
+  }
+}
+
+TEST_F(AgentCommandServiceTest, answersAConflictWithBothRevisionsInWordsAndTheCurrentOne) {
+  local.save({.revision = 6});
+  const auto reply = execute("tasks.create", 4, {{"title", "Late"}});
+  EXPECT_EQ(reply, Service::failure(failures::revisionConflict, 6, "Expected 4, current 6."));
+  EXPECT_EQ(reply.revision, 6);
+  EXPECT_EQ(reply.result, JSONValue("Expected 4, current 6."));
+}
+
+TEST_F(AgentCommandServiceTest, answersAnyOtherErrorWithoutItsText) {
+  std::filesystem::create_directory(folder / "state.json.lock");
+  EXPECT_EQ(execute("tasks.create", 0, {{"title", "No lock"}}),
+            Service::failure(failures::operationFailed));
+}
+
+TEST_F(AgentCommandServiceTest, answersADataFileThatBecameUnreadableWithoutItsText) {
+  test::writeFile(folder / "state.json", "damaged");
+  EXPECT_EQ(execute("tasks.create", 0, {{"title", "Late"}}),
+            Service::failure(failures::operationFailed));
+}
+
+TEST_F(AgentCommandServiceTest, onlyAConflictCarriesARevision) {
+  EXPECT_EQ(execute("nope", 0).revision, std::nullopt);
+  EXPECT_EQ(execute("tasks.create", {}).revision, std::nullopt);
+  EXPECT_EQ(execute("tasks.create", 0).revision, std::nullopt);
+  EXPECT_EQ(execute("tasks.create", 0, {{"title", ""}}).revision, std::nullopt);
+}
+
+TEST(AgentReply, ofASuccessCarriesWhatItIsGiven) {
+  const auto reply = Service::success(3, JSONValue(true));
+  const AgentResponseEnvelope expected{
+      .version = 1, .ok = true, .revision = 3, .result = JSONValue(true)};
+  EXPECT_EQ(reply, expected);
+  EXPECT_EQ(encodeReply(Service::success({}, {})), R"({"ok":true,"version":1})");
+}
+
+TEST(AgentReply, ofAFailureCarriesItsCodeItsMessageAndTheDetailAsText) {
+  const auto reply = Service::failure({"code", "message"}, 9, "detail");
+  const AgentResponseEnvelope expected{
+      .version = 1,
+      .ok = false,
+      .revision = 9,
+      .result = JSONValue("detail"),
+      .error = AgentCommandError{.code = "code", .message = "message"}};
+  EXPECT_EQ(reply, expected);
+  EXPECT_EQ(encodeReply(Service::failure({"c", "m"})),
+            R"({"error":{"code":"c","message":"m"},"ok":false,"version":1})");
+}
+
+}  // namespace
+}  // namespace tarnwell

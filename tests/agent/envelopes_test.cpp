@@ -1,0 +1,124 @@
+#include "tarnwell/agent/envelopes.h"
+
+#include <gtest/gtest.h>
+
+#include "tarnwell/agent/failures.h"
+#include "tarnwell/platform/json_decode.h"
+#include "tarnwell/platform/json_encode.h"
+
+namespace tarnwell {
+namespace {
+
+TEST(AgentCommandEnvelope, hasAnEmptyPayloadNoApprovalAndNoRevisionUnlessGiven) {
+  const auto envelope = decodeCommand(R"({"version":1,"command":"tasks.list"})");
+  const AgentCommandEnvelope expected{.version = 1, .command = "tasks.list"};
+  EXPECT_EQ(envelope, expected);
+  EXPECT_FALSE(envelope.userApproval);
+  EXPECT_EQ(envelope.expectedRevision, std::nullopt);
+  EXPECT_TRUE(envelope.payload.empty());
+}
+
+TEST(AgentCommandEnvelope, readsEveryKey) {
+  const auto envelope = decodeCommand(
+      R"({"version":2,"command":"x","expectedRevision":-9223372036854775808,"userApproval":true,)"
+      R"("payload":{"a":1.5,"b":[true,null,{"c":"d"}]},"unknown":{}})");
+  const JSONValue::Object payload{{"a", 1.5},
+                                  {"b", JSONValue::Array{true, {}, JSONValue::Object{{"c", "d"}}}}};
+  const AgentCommandEnvelope expected{.version = 2,
+                                      .command = "x",
+                                      .expectedRevision = std::numeric_limits<std::int64_t>::min(),
+                                      .userApproval = true,
+                                      .payload = payload};
+  EXPECT_EQ(envelope, expected);
+}
+
+TEST(AgentCommandEnvelope, takesTheFirstOfEqualKeys) {
+  const auto envelope = decodeCommand(
+      R"({"version":1,"version":2,"command":"a","command":"b","payload":{"k":1,"k":2}})");
+  EXPECT_EQ(envelope.version, 1);
+  EXPECT_EQ(envelope.command, "a");
+  EXPECT_EQ(envelope.payload.at("k"), JSONValue(1.0));
+}
+
+TEST(AgentCommandEnvelope, isWrittenWithItsApprovalAndPayloadAlwaysAndItsRevisionWhenPresent) {
+  const AgentCommandEnvelope least{.version = 1, .command = "tasks.list"};
+  EXPECT_EQ(encodeJSON(least, JSONLayout::compact),
+            R"({"command":"tasks.list","payload":{},"userApproval":false,"version":1})");
+  const AgentCommandEnvelope most{.version = 1,
+                                  .command = "x",
+                                  .expectedRevision = 4,
+                                  .userApproval = true,
+                                  .payload = {{"z", {}}, {"a", 2.0}}};
+  EXPECT_EQ(encodeJSON(most, JSONLayout::compact),
+            R"({"command":"x","expectedRevision":4,"payload":{"a":2,"z":null},)"
+            R"("userApproval":true,"version":1})");
+}
+
+TEST(AgentResponseEnvelope, withoutRevisionAndResultHasTwoKeys) {
+  EXPECT_EQ(encodeReply({.version = 1, .ok = true}), R"({"ok":true,"version":1})");
+}
+
+TEST(AgentResponseEnvelope, sortsItsKeysAtEveryLevel) {
+  const AgentResponseEnvelope reply{
+      .version = 1,
+      .ok = false,
+      .revision = 7,
+      .result = JSONValue(JSONValue::Array{JSONValue::Object{{"b", 1.0}, {"B", {}}, {"a", "x"}}}),
+      .error = AgentCommandError{.code = "c", .message = "m"}};
+  EXPECT_EQ(encodeReply(reply),
+            R"({"error":{"code":"c","message":"m"},"ok":false,"result":[{"B":null,"a":"x","b":1}],)"
+            R"("revision":7,"version":1})");
+}
+
+TEST(AgentResponseEnvelope, isReadBackAsItWasWritten) {
+  const AgentResponseEnvelope reply{.version = 1,
+                                    .ok = false,
+                                    .revision = 9007199254740993,
+                                    .result = JSONValue("line\nbreak \"quoted\" é"),
+                                    .error = AgentCommandError{.code = "c", .message = "m"}};
+  EXPECT_EQ(decodeJSON<AgentResponseEnvelope>(encodeReply(reply)), reply);
+}
+
+TEST(AgentCommandError, needsBothItsKeys) {
+  EXPECT_THROW(decodeJSON<AgentCommandError>(R"({"code":"c"})"), JSONError);
+  EXPECT_THROW(decodeJSON<AgentCommandError>(R"({"message":"m"})"), JSONError);
+}
+
+// The codes and messages are a contract with other people's programs.
+TEST(Failures, haveTheirStableCodesAndMessages) {
+  struct Row {
+    Failure failure;
+    std::string_view code;
+    std::string_view message;
+  };
+  for (const Row& row : {
+           Row{failures::invalidEnvelope, "invalid_envelope",
+               "Input must be a valid versioned JSON command."},
+           Row{failures::unsupportedVersion, "unsupported_version",
+               "Only command version 1 is supported."},
+           Row{failures::unknownCommand, "unknown_command", "Unknown command: "},
+           Row{failures::approvalNeedsUser, "user_approval_required",
+               "Approve this recommendation in Tarndesk before applying it."},
+           Row{failures::dismissalNeedsUser, "user_approval_required",
+               "Dismiss this recommendation in Tarndesk."},
+           Row{failures::expectedRevisionRequired, "expected_revision_required",
+               "Mutating commands require expected_revision."},
+           Row{failures::revisionConflict, "revision_conflict", "Refresh and retry."},
+           Row{failures::validationError, "validation_error", "The task details are invalid."},
+           Row{failures::reminderRequiresApp, "reminder_requires_app",
+               "Complete this task in Tarndesk so its pending reminder is cancelled."},
+           Row{failures::blockedStartRequiresApp, "blocking_requires_app",
+               "Start this blocked task through Tarndesk so protection is applied."},
+           Row{failures::blockedResumeRequiresApp, "blocking_requires_app",
+               "Resume this blocked task through Tarndesk so protection is applied."},
+           Row{failures::operationFailed, "operation_failed",
+               "The command could not be completed."},
+       }) {
+    EXPECT_EQ(row.failure.code, row.code);
+    EXPECT_EQ(row.failure.message, row.message);
+  }
+  EXPECT_EQ(failures::invalidPayloadCode, "invalid_payload");
+}
+
+}  // namespace
+}  // namespace tarnwell

@@ -1,0 +1,18 @@
+// Looking into replies.
+#pragma once
+
+#include <string_view>
+#include <variant>
+
+#include "tarnwell/platform/json_value.h"
+
+namespace tarnwell::test {
+
+// The member of an object; null when there is none.
+inline JSONValue member(const JSONValue& value, std::string_view key) {
+  const auto& object = std::get<JSONValue::Object>(value.variant());
+  const auto found = object.find(key);
+  return found == object.end() ? JSONValue() : found->second;
+}
+
+}  // namespace tarnwell::test

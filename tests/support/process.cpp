@@ -1,0 +1,82 @@
+#include "tests/support/process.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <memory>
+#include <system_error>
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "tarnwell/platform/file_descriptor.h"
+
+namespace tarnwell::test {
+namespace {
+
+// Unnamed files rather than pipes: however much is read or written, nobody has to wait.
+class UnnamedFile {
+ public:
+  UnnamedFile() : file_(std::tmpfile(), &std::fclose) {
+    if (file_ == nullptr) throw std::system_error(errno, std::generic_category(), "tmpfile");
+  }
+
+  int descriptor() const { return ::fileno(file_.get()); }
+
+  void fill(std::string_view bytes) const {
+    if (const int error = writeAll(descriptor(), bytes)) {
+      throw std::system_error(error, std::generic_category(), "write");
+    }
+    ::lseek(descriptor(), 0, SEEK_SET);
+  }
+
+  std::string content() const {
+    ::lseek(descriptor(), 0, SEEK_SET);
+    std::string bytes;
+    readToEnd(descriptor(), bytes);
+    return bytes;
+  }
+
+ private:
+  std::unique_ptr<std::FILE, int (*)(std::FILE*)> file_;
+};
+
+std::vector<char*> pointersTo(const std::vector<std::string>& texts) {
+  std::vector<char*> pointers;
+  pointers.reserve(texts.size() + 1);
+  // The interface is older than const; it does not write.
+  for (const std::string& text : texts)
+    pointers.push_back(const_cast<char*>(text.c_str()));  // NOLINT
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
+}  // namespace
+
+ProcessResult Process::run() const {
+  const UnnamedFile standardInput;
+  const UnnamedFile standardOutput;
+  const UnnamedFile standardError;
+  standardInput.fill(input);
+
+  posix_spawn_file_actions_t actions{};
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_adddup2(&actions, standardInput.descriptor(), STDIN_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, standardOutput.descriptor(), STDOUT_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, standardError.descriptor(), STDERR_FILENO);
+  pid_t child = 0;
+  const int error = posix_spawn(&child, arguments.front().c_str(), &actions, nullptr,
+                                pointersTo(arguments).data(), pointersTo(environment).data());
+  posix_spawn_file_actions_destroy(&actions);
+  if (error != 0) throw std::system_error(error, std::generic_category(), arguments.front());
+
+  int status = 0;
+  retryingInterrupted([&] { return ::waitpid(child, &status, 0); });
+  ProcessResult result{.output = standardOutput.content(), .errors = standardError.content()};
+  if (WIFEXITED(status)) result.exitStatus = WEXITSTATUS(status);
+  if (WIFSIGNALED(status)) result.signal = WTERMSIG(status);
+  return result;
+}
+
+}  // namespace tarnwell::test

@@ -1,0 +1,36 @@
+// The command service on a data file of a test's own.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "tarnwell/agent/agent_command_service.h"
+#include "tarnwell/store/local_store.h"
+#include "tarnwell/store/task_store.h"
+
+#include "tests/support/builders.h"
+#include "tests/support/scratch_folder.h"
+
+namespace tarnwell::test {
+
+class ServiceOnScratchFolder {
+ public:
+  AgentResponseEnvelope execute(std::string command, std::optional<std::int64_t> expectedRevision,
+                                JSONValue::Object payload = {}) {
+    return service.execute({.version = 1,
+                            .command = std::move(command),
+                            .expectedRevision = expectedRevision,
+                            .payload = std::move(payload)},
+                           now);
+  }
+
+  ScratchFolder folder;
+  LocalStore local{folder / "state.json"};
+  TaskStore store{local};
+  AgentCommandService service{store};
+  Instant now = someInstant;
+};
+
+}  // namespace tarnwell::test

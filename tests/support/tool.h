@@ -1,0 +1,37 @@
+// The real tarnwellctl in a home of a test's own.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+#include "tarnwell/agent/envelopes.h"
+
+#include "tests/support/process.h"
+#include "tests/support/scratch_folder.h"
+
+namespace tarnwell::test {
+
+class Tool {
+ public:
+  std::filesystem::path dataFile() const { return dataDirectory() / "state.json"; }
+  std::filesystem::path dataDirectory() const;
+  const std::filesystem::path& home() const { return home_.path(); }
+
+  ProcessResult run(std::string_view input) const;
+
+  // Runs a command that must be answered, with exit status 0, one line and nothing on standard
+  // error, and returns the reply.
+  AgentResponseEnvelope ask(std::string_view command) const;
+
+ private:
+  ScratchFolder home_;
+};
+
+// The reply to whatever is not a command, or cannot be given one's engines.
+inline constexpr std::string_view invalidEnvelopeReply =
+    R"({"error":{"code":"invalid_envelope","message":"Input must be a valid versioned JSON )"
+    R"(command."},"ok":false,"version":1})"
+    "\n";
+
+}  // namespace tarnwell::test
