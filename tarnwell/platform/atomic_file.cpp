@@ -111,7 +111,7 @@ fs::path targetOfLinks(fs::path path) {
 }
 
 void copyBytes(const FileDescriptor& source, TemporaryFile& copy) {
-  constexpr std::size_t step = 256 * 1024;
+  constexpr std::size_t step = 262'144;
   std::string buffer(step, '\0');
   while (true) {
     const ssize_t count =

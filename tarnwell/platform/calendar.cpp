@@ -3,9 +3,8 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <ctime>
 #include <limits>
-
-#include <time.h>
 
 #include "tarnwell/platform/checked.h"
 

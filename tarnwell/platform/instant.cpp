@@ -5,8 +5,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
-
-#include <time.h>
+#include <ctime>
 
 namespace tarnwell {
 

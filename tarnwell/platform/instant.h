@@ -14,7 +14,7 @@ struct Instant {
   static Instant now();
 
   friend auto operator<=>(const Instant&, const Instant&) = default;
-  friend Instant operator+(Instant instant, double seconds) { return {instant.seconds + seconds}; }
+  friend Instant operator+(Instant start, double elapsed) { return {start.seconds + elapsed}; }
   friend double operator-(Instant later, Instant earlier) {
     return later.seconds - earlier.seconds;
   }

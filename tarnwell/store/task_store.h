@@ -73,9 +73,6 @@ class TaskStore {
   // For a host that must start even then: begins from `recoveryState` without reading the file.
   TaskStore(LocalStore store, PersistedState recoveryState);
 
-  TaskStore(const TaskStore&) = delete;
-  TaskStore& operator=(const TaskStore&) = delete;
-
   // The file's content, or the last state that could be read when it cannot be. Never fails.
   TaskStoreSnapshot snapshot();
 

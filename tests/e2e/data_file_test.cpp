@@ -142,16 +142,16 @@ TEST_F(DataFileEndToEnd, comesBeforeWhatIsWrongWithTheCommand) {
 }
 
 TEST_F(DataFileEndToEnd, aHomeThatIsNotAbsoluteIsNotTakenForTheWorkingFolder) {
-  const test::Process process{.arguments = {TARNWELLCTL},
-                              .environment = {"HOME=relative", "XDG_DATA_HOME=relative/data"},
-                              .input = listCommand};
+  test::Process process{.arguments = {TARNWELLCTL},
+                        .environment = {"HOME=relative", "XDG_DATA_HOME=relative/data"},
+                        .input = listCommand};
   process.run();
   EXPECT_FALSE(std::filesystem::exists("relative"));
 }
 
 TEST_F(DataFileEndToEnd, anAbsoluteDataHomeWinsOverTheHome) {
   const test::ScratchFolder data;
-  const test::Process process{
+  test::Process process{
       .arguments = {TARNWELLCTL},
       .environment = {"HOME=" + tool.home().string(), "XDG_DATA_HOME=" + data.path().string()},
       .input = createCommand};

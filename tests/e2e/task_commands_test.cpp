@@ -204,9 +204,9 @@ TEST(TaskCommandsEndToEnd, storesATitleOf20Megabytes) {
 
 TEST(TaskCommandsEndToEnd, ignoresArguments) {
   const Tool tool;
-  const test::Process process{.arguments = {TARNWELLCTL, "--help"},
-                              .environment = {"HOME=" + tool.home().string()},
-                              .input = R"({"version":1,"command":"tasks.list"})"};
+  test::Process process{.arguments = {TARNWELLCTL, "--help"},
+                        .environment = {"HOME=" + tool.home().string()},
+                        .input = R"({"version":1,"command":"tasks.list"})"};
   EXPECT_EQ(process.run().output, R"({"ok":true,"result":[],"revision":0,"version":1})"
                                   "\n");
 }

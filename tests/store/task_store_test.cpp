@@ -177,6 +177,7 @@ TEST_F(TaskStoreTest, threadsTakeTurnsAndLoseNothing) {
   constexpr int changesEach = 10;
   TaskStore store(local);
   std::vector<std::thread> threads;
+  threads.reserve(threadCount);
   for (int i = 0; i < threadCount; ++i) {
     threads.emplace_back([&] {
       for (int done = 0; done < changesEach;) {

@@ -42,19 +42,17 @@ class UnnamedFile {
   std::unique_ptr<std::FILE, int (*)(std::FILE*)> file_;
 };
 
-std::vector<char*> pointersTo(const std::vector<std::string>& texts) {
+std::vector<char*> pointersTo(std::vector<std::string>& texts) {
   std::vector<char*> pointers;
   pointers.reserve(texts.size() + 1);
-  // The interface is older than const; it does not write.
-  for (const std::string& text : texts)
-    pointers.push_back(const_cast<char*>(text.c_str()));  // NOLINT
+  for (std::string& text : texts) pointers.push_back(text.data());
   pointers.push_back(nullptr);
   return pointers;
 }
 
 }  // namespace
 
-ProcessResult Process::run() const {
+ProcessResult Process::run() {
   const UnnamedFile standardInput;
   const UnnamedFile standardOutput;
   const UnnamedFile standardError;

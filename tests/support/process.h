@@ -22,7 +22,7 @@ struct Process {
   std::string_view input;
 
   // Waits for its end.
-  ProcessResult run() const;
+  ProcessResult run();
 };
 
 }  // namespace tarnwell::test
