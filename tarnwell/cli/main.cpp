@@ -2,15 +2,19 @@
 // reply to standard output. It has no arguments and prints nothing else.
 #include <csignal>
 #include <exception>
+#include <filesystem>
 #include <stdexcept>
 #include <string>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include "tarnwell/agent/agent_command_service.h"
 #include "tarnwell/agent/envelopes.h"
+#include "tarnwell/agent/failures.h"
 #include "tarnwell/platform/application_support.h"
 #include "tarnwell/platform/file_descriptor.h"
+#include "tarnwell/platform/instant.h"
 #include "tarnwell/store/local_store.h"
 #include "tarnwell/store/task_store.h"
 
@@ -20,6 +24,21 @@ namespace {
 constexpr int commandWasAnswered = 0;
 constexpr int noCommandOrNoSetUp = 64;
 
+// Without this, the first file to be opened would take the number of a standard descriptor that the
+// caller had closed, and what is meant for that descriptor would go into the file. Only for
+// reading, so that writing to one of them still fails.
+void occupyClosedStandardDescriptors() {
+  int number = STDIN_FILENO;
+  while (0 <= number && number <= STDERR_FILENO) number = ::open("/dev/null", O_RDONLY);
+  ::close(number);
+}
+
+// A write that fails is to be told from its result, not by the end of the process.
+void ignoreSignalsOfFailedWrites() {
+  std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);
+}
+
 std::filesystem::path dataDirectory() {
   const auto applicationSupport = applicationSupportFolder();
   if (!applicationSupport) throw std::runtime_error("there is no home folder");
@@ -28,11 +47,11 @@ std::filesystem::path dataDirectory() {
 
 std::string readStandardInput() {
   std::string text;
-  if (readToEnd(STDIN_FILENO, text) != 0) throw std::runtime_error("no input");
+  if (readToEnd(STDIN_FILENO, text) != 0) throw std::runtime_error("there is no input");
   return text;
 }
 
-// Throws when there is no command, when the engines cannot be built or the reply not be encoded.
+// Throws when there is no command, the engines cannot be built or the reply cannot be encoded.
 std::string answer() {
   const AgentCommandEnvelope envelope = decodeCommand(readStandardInput());
   TaskStore store(LocalStore(dataDirectory() / "state.json"));
@@ -40,23 +59,23 @@ std::string answer() {
   return encodeReply(service.execute(envelope, Instant::now()));
 }
 
+int run() {
+  occupyClosedStandardDescriptors();
+  ignoreSignalsOfFailedWrites();
+
+  std::string reply;
+  int status = commandWasAnswered;
+  try {
+    reply = answer();
+  } catch (const std::exception&) {
+    reply = encodeReply(AgentCommandService::failure(failures::invalidEnvelope));
+    status = noCommandOrNoSetUp;
+  }
+  reply += '\n';
+  return writeAll(STDOUT_FILENO, reply) == 0 ? status : noCommandOrNoSetUp;
+}
+
 }  // namespace
 }  // namespace tarnwell
 
-int main() {
-  // A write that fails is to be told from its result, not by the end of the process.
-  std::signal(SIGPIPE, SIG_IGN);
-  std::signal(SIGXFSZ, SIG_IGN);
-
-  std::string reply;
-  int status = tarnwell::commandWasAnswered;
-  try {
-    reply = tarnwell::answer();
-  } catch (const std::exception&) {
-    reply = tarnwell::encodeReply(
-        tarnwell::AgentCommandService::failure(tarnwell::failures::invalidEnvelope));
-    status = tarnwell::noCommandOrNoSetUp;
-  }
-  reply += '\n';
-  return tarnwell::writeAll(STDOUT_FILENO, reply) == 0 ? status : tarnwell::noCommandOrNoSetUp;
-}
+int main() { return tarnwell::run(); }
