@@ -1,11 +1,14 @@
 #include "tarnwell/store/local_store.h"
 
+#include <atomic>
 #include <future>
 #include <stdexcept>
 #include <thread>
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -239,23 +242,32 @@ TEST_F(LocalStoreTest, aFolderThatCannotBeCreatedForTheLockIsAFileError) {
   EXPECT_THROW(inside.withExclusiveLock([] {}), FileError);
 }
 
-TEST_F(LocalStoreTest, aSecondLockWaitsUntilTheFirstBodyFinishes) {
+TEST_F(LocalStoreTest, whileABodyRunsNobodyElseCanTakeTheLock) {
+  const auto isFree = [&] {
+    const FileDescriptor other(::open((folder / "state.json.lock").c_str(), O_RDWR));
+    return ::flock(other.number(), LOCK_EX | LOCK_NB) == 0;
+  };
+  store.withExclusiveLock([&] { EXPECT_FALSE(isFree()); });
+  EXPECT_TRUE(isFree());
+}
+
+TEST_F(LocalStoreTest, aSecondBodyRunsWhenTheFirstHasFinished) {
   std::promise<void> isLocked;
   std::promise<void> mayFinish;
-  std::vector<std::string> order;
+  std::atomic<bool> firstHasFinished = false;
   std::thread first([&] {
     store.withExclusiveLock([&] {
       isLocked.set_value();
       mayFinish.get_future().wait();
-      order.emplace_back("first");
+      firstHasFinished = true;
     });
   });
   isLocked.get_future().wait();
-  std::thread second([&] { store.withExclusiveLock([&] { order.emplace_back("second"); }); });
+  std::thread second(
+      [&] { store.withExclusiveLock([&] { EXPECT_TRUE(firstHasFinished.load()); }); });
   mayFinish.set_value();
   first.join();
   second.join();
-  EXPECT_THAT(order, testing::ElementsAre("first", "second"));
 }
 
 TEST_F(LocalStoreTest, updateAtomicallySavesWhatItsBodyChangedAndLeavesTheRevision) {
