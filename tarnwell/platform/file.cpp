@@ -22,6 +22,11 @@ std::string describe(std::string_view operation, const fs::path& path, int code)
   return std::string(operation) + " " + path.string() + ": " + reasonFor(code);
 }
 
+bool isFolder(const fs::path& path) {
+  struct stat status {};
+  return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
 }  // namespace
 
 FileError::FileError(std::string_view operation, const fs::path& path, int code)
@@ -58,17 +63,13 @@ std::optional<std::string> readFile(const fs::path& path) {
 }
 
 void createFolders(const fs::path& folder) {
-  struct stat status {};
-  if (::stat(folder.c_str(), &status) == 0) {
-    if (!S_ISDIR(status.st_mode)) throw FileError("create folder", folder, ENOTDIR);
-    return;
-  }
-  if (errno != ENOENT) throw FileError("create folder", folder, errno);
+  if (isFolder(folder)) return;
   const fs::path parent = folder.parent_path();
   if (!parent.empty() && parent != folder) createFolders(parent);
   if (::mkdir(folder.c_str(), privateFolderMode) != 0) {
-    if (errno == EEXIST) return createFolders(folder);  // another process was first
-    throw FileError("create folder", folder, errno);
+    const int error = errno;
+    if (error == EEXIST && isFolder(folder)) return;  // another process was first
+    throw FileError("create folder", folder, error);
   }
   if (::chmod(folder.c_str(), privateFolderMode) != 0) {
     throw FileError("create folder", folder, errno);

@@ -19,6 +19,10 @@ class JSONError : public Error {
   }
   static JSONError notEncodable() { return JSONError("A value cannot be written as JSON."); }
 
+  friend bool operator==(const JSONError& a, const JSONError& b) {
+    return a.description() == b.description();
+  }
+
  private:
   using Error::Error;
 };

@@ -66,7 +66,7 @@ Weekday firstWeekday(std::string_view region) {
 
 Weekday firstWeekdayOfLocale(std::string_view localeName) {
   const std::string_view language = localeName.substr(0, localeName.find_first_of(".@"));
-  if (language.empty() || language == "C" || language == "POSIX") return Weekday::sunday;
+  if (localeName.empty() || language == "C" || language == "POSIX") return Weekday::sunday;
   return firstWeekday(regionOfLocale(localeName));
 }
 

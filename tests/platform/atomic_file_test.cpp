@@ -1,0 +1,130 @@
+#include "tarnwell/platform/atomic_file.h"
+
+#include <cerrno>
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include "tarnwell/platform/file.h"
+
+#include "tests/support/expect_error.h"
+#include "tests/support/scratch_folder.h"
+
+namespace tarnwell {
+namespace {
+
+namespace fs = std::filesystem;
+
+using test::contentOf;
+using test::entryCount;
+using test::expectError;
+using test::writeFile;
+
+unsigned permissionsOf(const fs::path& path) {
+  return static_cast<unsigned>(fs::status(path).permissions());
+}
+
+class AtomicFileTest : public testing::Test {
+ protected:
+  test::ScratchFolder folder;
+  fs::path file = folder / "file";
+};
+
+TEST_F(AtomicFileTest, createsAPrivateFile) {
+  const mode_t previous = ::umask(0);
+  replaceFile(file, "content");
+  ::umask(previous);
+  EXPECT_EQ(contentOf(file), "content");
+  EXPECT_EQ(permissionsOf(file), privateFileMode);
+}
+
+TEST_F(AtomicFileTest, replacesAFileAndKeepsItsPermissions) {
+  writeFile(file, "old and longer");
+  fs::permissions(file, fs::perms(0644));
+  replaceFile(file, "new");
+  EXPECT_EQ(contentOf(file), "new");
+  EXPECT_EQ(permissionsOf(file), 0644U);
+}
+
+TEST_F(AtomicFileTest, leavesAReaderOfTheOldFileWithTheOldContent) {
+  writeFile(file, "old");
+  const auto reader = openForReading(file);
+  replaceFile(file, "new");
+  std::string read;
+  EXPECT_EQ(readToEnd(reader->number(), read), 0);
+  EXPECT_EQ(read, "old");
+}
+
+TEST_F(AtomicFileTest, leavesNothingElseInTheFolder) {
+  replaceFile(file, "one");
+  replaceFile(file, "two");
+  EXPECT_EQ(entryCount(folder.path()), 1U);
+}
+
+TEST_F(AtomicFileTest, replacesWhatAChainOfLinksEndsAt) {
+  fs::create_directories(folder / "elsewhere/deep");
+  writeFile(folder / "elsewhere/target", "old");
+  fs::create_symlink("../target", folder / "elsewhere/deep/second");
+  fs::create_symlink("elsewhere/deep/second", file);
+  replaceFile(file, "new");
+  EXPECT_EQ(contentOf(folder / "elsewhere/target"), "new");
+  EXPECT_TRUE(fs::is_symlink(file));
+  EXPECT_TRUE(fs::is_symlink(folder / "elsewhere/deep/second"));
+  EXPECT_EQ(entryCount(folder / "elsewhere"), 2U);
+}
+
+TEST_F(AtomicFileTest, createsWhatALinkToNowherePointsTo) {
+  fs::create_symlink(folder / "target", file);
+  replaceFile(file, "new");
+  EXPECT_TRUE(fs::is_symlink(file));
+  EXPECT_EQ(contentOf(folder / "target"), "new");
+}
+
+TEST_F(AtomicFileTest, refusesALoopOfLinks) {
+  fs::create_symlink("file", file);
+  EXPECT_THROW(replaceFile(file, "new"), FileError);
+  EXPECT_EQ(entryCount(folder.path()), 1U);
+}
+
+TEST_F(AtomicFileTest, needsAnExistingFolder) {
+  EXPECT_THROW(replaceFile(folder / "missing/file", "new"), FileError);
+  EXPECT_EQ(entryCount(folder.path()), 0U);
+}
+
+TEST_F(AtomicFileTest, leavesNoTemporaryFileWhenItFails) {
+  fs::create_directories(file / "not empty");
+  EXPECT_THROW(replaceFile(file, "new"), FileError);
+  EXPECT_EQ(entryCount(folder.path()), 1U);
+  EXPECT_TRUE(fs::is_directory(file / "not empty"));
+}
+
+TEST_F(AtomicFileTest, copiesToAPrivateFile) {
+  const std::string content = std::string(1'000'000, 'x') + "end\xFF";
+  writeFile(file, content);
+  fs::permissions(file, fs::perms(0644));
+  const mode_t previous = ::umask(0);
+  copyFile(*openForReading(file), folder / "copy");
+  ::umask(previous);
+  EXPECT_EQ(contentOf(folder / "copy"), content);
+  EXPECT_EQ(permissionsOf(folder / "copy"), privateFileMode);
+  EXPECT_EQ(contentOf(file), content);
+  EXPECT_EQ(entryCount(folder.path()), 2U);
+}
+
+TEST_F(AtomicFileTest, copiesAnEmptyFile) {
+  writeFile(file, "");
+  copyFile(*openForReading(file), folder / "copy");
+  EXPECT_TRUE(fs::exists(folder / "copy"));
+}
+
+TEST_F(AtomicFileTest, leavesNothingOfACopyThatFails) {
+  writeFile(file, "content");
+  const auto source = openForReading(file);
+  EXPECT_THROW(copyFile(*source, folder / "missing/copy"), FileError);
+  fs::create_directories(folder / "copies/in the way");
+  EXPECT_THROW(copyFile(*source, folder / "copies"), FileError);
+  EXPECT_EQ(entryCount(folder.path()), 2U);
+}
+
+}  // namespace
+}  // namespace tarnwell

@@ -1,0 +1,25 @@
+#include "tarnwell/platform/checked.h"
+
+#include <limits>
+
+#include <gtest/gtest.h>
+
+namespace tarnwell {
+namespace {
+
+constexpr auto largest = std::numeric_limits<std::int64_t>::max();
+constexpr auto least = std::numeric_limits<std::int64_t>::min();
+
+TEST(CheckedAdd, addsUpToTheLimits) {
+  EXPECT_EQ(checkedAdd(largest - 1, 1), largest);
+  EXPECT_EQ(checkedAdd(least + 1, -1), least);
+  EXPECT_EQ(checkedAdd(largest, least), -1);
+}
+
+TEST(CheckedAdd, endsTheProcessBeyondThem) {
+  EXPECT_DEATH(checkedAdd(largest, 1), "integer overflow");
+  EXPECT_DEATH(checkedAdd(least, -1), "integer overflow");
+}
+
+}  // namespace
+}  // namespace tarnwell

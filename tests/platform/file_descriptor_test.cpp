@@ -1,0 +1,107 @@
+#include "tarnwell/platform/file_descriptor.h"
+
+#include <array>
+#include <csignal>
+#include <thread>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+namespace tarnwell {
+namespace {
+
+struct Pipe {
+  Pipe()
+      : Pipe([] {
+          std::array<int, 2> ends{};
+          EXPECT_EQ(::pipe(ends.data()), 0);
+          return ends;
+        }()) {}
+  explicit Pipe(std::array<int, 2> ends) : readEnd(ends[0]), writeEnd(ends[1]) {}
+
+  FileDescriptor readEnd;
+  FileDescriptor writeEnd;
+};
+
+bool isOpen(int number) { return ::fcntl(number, F_GETFD) != -1; }
+
+TEST(FileDescriptor, closesOnDestruction) {
+  int number = -1;
+  {
+    const FileDescriptor file(::open("/dev/null", O_RDONLY));
+    number = file.number();
+    EXPECT_TRUE(isOpen(number));
+  }
+  EXPECT_FALSE(isOpen(number));
+}
+
+TEST(FileDescriptor, hasOneOwner) {
+  FileDescriptor file(::open("/dev/null", O_RDONLY));
+  const int number = file.number();
+  {
+    const FileDescriptor owner(std::move(file));
+    EXPECT_EQ(owner.number(), number);
+  }
+  EXPECT_FALSE(isOpen(number));
+}
+
+TEST(FileDescriptor, closesOnceAndReportsAFailureToClose) {
+  FileDescriptor file(::open("/dev/null", O_RDONLY));
+  EXPECT_EQ(file.close(), 0);
+  EXPECT_FALSE(file.isOpen());
+  EXPECT_EQ(file.close(), 0);
+  FileDescriptor nobodys(1'000'000);
+  EXPECT_EQ(nobodys.close(), EBADF);
+}
+
+TEST(ReadToEnd, takesEverythingThatAPipeGivesHoweverSlowly) {
+  Pipe pipe;
+  const std::string content(3'000'000, 'x');
+  std::thread writer([&] {
+    EXPECT_EQ(writeAll(pipe.writeEnd.number(), content), 0);
+    pipe.writeEnd.close();
+  });
+  std::string read = "before ";
+  EXPECT_EQ(readToEnd(pipe.readEnd.number(), read), 0);
+  writer.join();
+  EXPECT_EQ(read, "before " + content);
+}
+
+TEST(ReadToEnd, reportsWhatCannotBeRead) {
+  std::string read = "kept";
+  EXPECT_EQ(readToEnd(-1, read), EBADF);
+  const FileDescriptor folder(::open("/", O_RDONLY));
+  EXPECT_EQ(readToEnd(folder.number(), read), EISDIR);
+  EXPECT_EQ(read, "kept");
+}
+
+TEST(WriteAll, reportsWhatCannotBeWritten) {
+  EXPECT_EQ(writeAll(-1, "x"), EBADF);
+  EXPECT_EQ(writeAll(-1, ""), 0);
+  const auto previous = std::signal(SIGPIPE, SIG_IGN);
+  Pipe pipe;
+  pipe.readEnd.close();
+  EXPECT_EQ(writeAll(pipe.writeEnd.number(), "x"), EPIPE);
+  std::signal(SIGPIPE, previous);
+}
+
+TEST(RetryingInterrupted, callsAgainWhileASignalInterruptsAndNotForOtherErrors) {
+  int calls = 0;
+  const auto interruptedTwice = [&] {
+    errno = EINTR;
+    return ++calls <= 2 ? -1 : 5;
+  };
+  EXPECT_EQ(retryingInterrupted(interruptedTwice), 5);
+  EXPECT_EQ(calls, 3);
+  const auto failing = [&] {
+    ++calls;
+    errno = EIO;
+    return -1;
+  };
+  EXPECT_EQ(retryingInterrupted(failing), -1);
+  EXPECT_EQ(calls, 4);
+}
+
+}  // namespace
+}  // namespace tarnwell

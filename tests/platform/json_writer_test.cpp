@@ -1,0 +1,136 @@
+#include "tarnwell/platform/json_writer.h"
+
+#include <bit>
+#include <cmath>
+#include <limits>
+#include <random>
+
+#include <gtest/gtest.h>
+
+#include "tarnwell/platform/json_document.h"
+#include "tarnwell/platform/json_error.h"
+
+#include "tests/support/expect_error.h"
+
+namespace tarnwell {
+namespace {
+
+std::string written(double number) {
+  JSONWriter writer(JSONLayout::compact);
+  writer.number(number);
+  return writer.take();
+}
+
+std::string written(std::string_view text) {
+  JSONWriter writer(JSONLayout::compact);
+  writer.string(text);
+  return writer.take();
+}
+
+std::string sample(JSONLayout layout) {
+  JSONWriter writer(layout);
+  writer.beginObject();
+  writer.key("a");
+  writer.beginArray();
+  writer.integer(-1);
+  writer.null();
+  writer.beginObject();
+  writer.key("b");
+  writer.boolean(true);
+  writer.key("c");
+  writer.string("x");
+  writer.endObject();
+  writer.endArray();
+  writer.key("empty");
+  writer.beginArray();
+  writer.endArray();
+  writer.key("none");
+  writer.beginObject();
+  writer.endObject();
+  writer.endObject();
+  return writer.take();
+}
+
+TEST(JSONWriter, writesCompactTextOnOneLine) {
+  EXPECT_EQ(sample(JSONLayout::compact),
+            R"({"a":[-1,null,{"b":true,"c":"x"}],"empty":[],"none":{}})");
+}
+
+TEST(JSONWriter, indentsByTwoSpacesAndLeavesEmptyContainersOnOneLine) {
+  EXPECT_EQ(sample(JSONLayout::indented), R"({
+  "a": [
+    -1,
+    null,
+    {
+      "b": true,
+      "c": "x"
+    }
+  ],
+  "empty": [],
+  "none": {}
+})");
+}
+
+TEST(JSONWriter, writesIntegralDoublesWithoutAFraction) {
+  EXPECT_EQ(written(25.0), "25");
+  EXPECT_EQ(written(0.0), "0");
+  EXPECT_EQ(written(-3.0), "-3");
+  EXPECT_EQ(written(0x1p53), "9007199254740992");
+}
+
+TEST(JSONWriter, writesDoublesInTheShortestFormThatReadsBack) {
+  EXPECT_EQ(written(0.1), "0.1");
+  EXPECT_EQ(written(816908129.1164603), "816908129.1164603");
+  EXPECT_EQ(written(1.0 / 3), "0.3333333333333333");
+  EXPECT_EQ(written(1e300), "1e+300");
+}
+
+TEST(JSONWriter, writesEveryFiniteDoubleSoThatItReadsBackBitForBit) {
+  std::mt19937_64 random(1);  // NOLINT: the same numbers in every run
+  for (int i = 0; i < 20'000; ++i) {
+    const double number = std::bit_cast<double>(random());
+    if (!std::isfinite(number)) continue;
+    const JSONDocument document(written(number));
+    const double back = doubleFrom(document.root(), "number");
+    ASSERT_EQ(back, number) << written(number);
+  }
+}
+
+TEST(JSONWriter, writesTheLimitsOfIntegers) {
+  for (const auto integer :
+       {std::numeric_limits<std::int64_t>::min(), std::numeric_limits<std::int64_t>::max()}) {
+    JSONWriter writer(JSONLayout::compact);
+    writer.integer(integer);
+    EXPECT_EQ(writer.take(), std::to_string(integer));
+  }
+}
+
+TEST(JSONWriter, refusesNumbersThatAreNotFinite) {
+  for (const double number : {HUGE_VAL, -HUGE_VAL, std::nan("")}) {
+    test::expectError(JSONError::notEncodable(), [&] { written(number); });
+  }
+}
+
+TEST(JSONWriter, escapesWhatMustBeEscapedAndNothingElse) {
+  EXPECT_EQ(written("\"\\"), R"("\"\\")");
+  EXPECT_EQ(written("\b\f\n\r\t"), R"("\b\f\n\r\t")");
+  EXPECT_EQ(written(std::string_view("\0\x01\x1f", 3)), R"("\u0000\u0001\u001f")");
+  EXPECT_EQ(written("a/b\x7f é 😀 \u2028"), "\"a/b\x7f é 😀 \u2028\"");
+}
+
+TEST(JSONWriter, writesEveryControlCharacterSoThatItReadsBack) {
+  for (char c = 0; c < 0x20; ++c) {
+    const std::string text = std::string("a") + c + "b";
+    const JSONDocument document(written(text));
+    EXPECT_EQ(textFrom(document.root(), "text"), text);
+  }
+}
+
+TEST(JSONWriter, refusesTextThatIsNotUTF8) {
+  for (const std::string_view text : {"\xFF", "a\xC3", "\xED\xA0\x80"}) {
+    test::expectError(JSONError::notEncodable(), [&] { written(text); });
+  }
+}
+
+}  // namespace
+}  // namespace tarnwell
