@@ -65,7 +65,7 @@ std::vector<FocusTask> reorder(const std::vector<FocusTask>& tasks, const QueueM
   auto movable = queue(tasks, move.day, isOpen);
   const auto moved = findTask(movable, move.taskID);
   const auto target = findTask(movable, move.targetID);
-  if (moved == movable.end() || target == movable.end()) return tasks;
+  if (moved == movable.end() || target == movable.end() || moved == target) return tasks;
 
   // Rotating carries the moved task to the target's place and shifts those between by one.
   if (moved < target) {

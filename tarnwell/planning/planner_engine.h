@@ -50,7 +50,8 @@ std::optional<FocusTask> nextTask(const std::vector<FocusTask>& tasks, LocalDay 
 
 // Moves a task to the place of another in the day's open queue: just behind the target when it
 // moves down, just in front when it moves up. Returns all tasks in the given order, those of the
-// open queue with new positions from 0. Unchanged when either is not in that queue.
+// open queue with new positions from 0. Unchanged when either is not in that queue,
+// or both are the same.
 std::vector<FocusTask> reorder(const std::vector<FocusTask>& tasks, const QueueMove& move);
 
 // Fatal when the sum overflows.
