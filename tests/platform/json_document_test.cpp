@@ -72,7 +72,7 @@ TEST(JSONDocument, refusesNumbersBeyondADouble) {
 
 TEST(JSONDocument, nestsUpTo1024Levels) {
   EXPECT_NO_THROW(read(nested(1024)));
-  for (const std::size_t depth : {1025, 100'000}) {
+  for (const std::size_t depth : {std::size_t{1025}, std::size_t{100'000}}) {
     expectMalformed(nested(depth));
     expectMalformed(std::string(depth, '['));
   }
