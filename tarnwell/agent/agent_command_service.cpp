@@ -41,6 +41,16 @@ const AgentCommandService::Command* AgentCommandService::findCommand(std::string
       {"tasks.list", &AgentCommandService::listTasks},
       {"tasks.create", &AgentCommandService::createTask},
       {"tasks.update", &AgentCommandService::updateTask},
+      {"tasks.start", &AgentCommandService::startTask},
+      {"tasks.pause", &AgentCommandService::pauseTask},
+      {"tasks.resume", &AgentCommandService::resumeTask},
+      {"tasks.skip", &AgentCommandService::skipTask},
+      {"tasks.complete", &AgentCommandService::completeTask},
+      {"review.get", &AgentCommandService::getReview},
+      {"proposals.generate", &AgentCommandService::generateProposals},
+      {"proposals.list", &AgentCommandService::listProposals},
+      {"proposals.approve", &AgentCommandService::approveProposal},
+      {"proposals.dismiss", &AgentCommandService::dismissProposal},
   });
   const auto* const found =
       std::find_if(commands.begin(), commands.end(),

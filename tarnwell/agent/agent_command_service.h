@@ -7,14 +7,21 @@
 
 #include "tarnwell/agent/envelopes.h"
 #include "tarnwell/agent/failures.h"
+#include "tarnwell/planning/recommendation_engine.h"
+#include "tarnwell/platform/calendar.h"
 #include "tarnwell/platform/instant.h"
 #include "tarnwell/platform/json_value.h"
+#include "tarnwell/sessions/task_session_engine.h"
 #include "tarnwell/store/task_store.h"
 
 namespace tarnwell {
 
-// Keeps nothing between commands. Holds the store by reference; the owner outlives the service. One
-// thread at a time.
+// Who is at the other end: only a user interface that the user trusts may pass on the user's
+// approval.
+enum class ApprovalAuthority { untrustedAgent, trustedUserInterface };
+
+// Keeps nothing between commands. Holds the store and the engines by reference; the owner outlives
+// the service. Belongs to the thread of the session engine.
 //
 // To add a command:
 //   1. declare its handler among the private members below;
@@ -22,7 +29,14 @@ namespace tarnwell {
 //   3. give it a row in the table in agent_command_service.cpp.
 class AgentCommandService {
  public:
-  explicit AgentCommandService(TaskStore& store) : store_(store) {}
+  AgentCommandService(TaskStore& store, TaskSessionEngine& sessions,
+                      RecommendationEngine& recommendations, const Calendar& calendar,
+                      ApprovalAuthority approvalAuthority = ApprovalAuthority::untrustedAgent)
+      : store_(store),
+        sessions_(sessions),
+        recommendations_(recommendations),
+        calendar_(calendar),
+        approvalAuthority_(approvalAuthority) {}
 
   // `now` is the command's only clock reading. Never throws: every failure is a reply.
   AgentResponseEnvelope execute(const AgentCommandEnvelope& envelope, Instant now);
@@ -47,7 +61,25 @@ class AgentCommandService {
   AgentResponseEnvelope createTask(const AgentCommandEnvelope& envelope, Instant now);
   AgentResponseEnvelope updateTask(const AgentCommandEnvelope& envelope, Instant now);
 
+  AgentResponseEnvelope startTask(const AgentCommandEnvelope& envelope, Instant now);
+  AgentResponseEnvelope pauseTask(const AgentCommandEnvelope& envelope, Instant now);
+  AgentResponseEnvelope resumeTask(const AgentCommandEnvelope& envelope, Instant now);
+  AgentResponseEnvelope skipTask(const AgentCommandEnvelope& envelope, Instant now);
+  AgentResponseEnvelope completeTask(const AgentCommandEnvelope& envelope, Instant now);
+
+  AgentResponseEnvelope getReview(const AgentCommandEnvelope& envelope, Instant now);
+  AgentResponseEnvelope generateProposals(const AgentCommandEnvelope& envelope, Instant now);
+  AgentResponseEnvelope listProposals(const AgentCommandEnvelope& envelope, Instant now);
+  AgentResponseEnvelope approveProposal(const AgentCommandEnvelope& envelope, Instant now);
+  AgentResponseEnvelope dismissProposal(const AgentCommandEnvelope& envelope, Instant now);
+
+  bool isApprovedByUser(const AgentCommandEnvelope& envelope) const;
+
   TaskStore& store_;
+  TaskSessionEngine& sessions_;
+  RecommendationEngine& recommendations_;
+  const Calendar calendar_;
+  const ApprovalAuthority approvalAuthority_;
 };
 
 }  // namespace tarnwell

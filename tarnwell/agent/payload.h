@@ -24,6 +24,7 @@ class AgentServiceError : public Error {
   static AgentServiceError invalidPayload(std::string_view message) {
     return {Case::invalidPayload, message};
   }
+  static AgentServiceError taskNotFound() { return invalidPayload("Task not found."); }
   static AgentServiceError expectedRevisionRequired() {
     return {Case::expectedRevisionRequired, {}};
   }
@@ -39,6 +40,9 @@ class AgentServiceError : public Error {
 
   Case which_;
 };
+
+// The payload key that several commands share.
+inline constexpr std::string_view taskIDKey = "task_id";
 
 // Those named `require` throw AgentServiceError.
 

@@ -1,6 +1,4 @@
 // The commands that list, create and change task records.
-#include <algorithm>
-
 #include "tarnwell/agent/agent_command_service.h"
 #include "tarnwell/agent/payload.h"
 #include "tarnwell/model/task.h"
@@ -12,7 +10,6 @@ namespace tarnwell {
 namespace {
 
 // The payload's keys.
-constexpr std::string_view taskIDKey = "task_id";
 constexpr std::string_view titleKey = "title";
 constexpr std::string_view estimatedMinutesKey = "estimated_minutes";
 constexpr std::string_view priorityKey = "priority";
@@ -72,20 +69,19 @@ AgentResponseEnvelope AgentCommandService::updateTask(const AgentCommandEnvelope
   const UUID taskID = requireUUID(envelope.payload, taskIDKey);
 
   FocusTask updated;
-  const auto snapshot = store_.transact(
-      {.expectedRevision = revision,
-       .source = MutationSource::agent,
-       .action = "task.update",
-       .taskID = taskID,
-       .now = now},
-      [&](PersistedState& state) {
-        const auto task = std::find_if(state.tasks.begin(), state.tasks.end(),
-                                       [&](const FocusTask& each) { return each.id == taskID; });
-        if (task == state.tasks.end()) throw AgentServiceError::invalidPayload("Task not found.");
-        applyChanges(envelope.payload, *task);
-        task->updatedAt = now;
-        updated = *task;
-      });
+  const auto snapshot = store_.transact({.expectedRevision = revision,
+                                         .source = MutationSource::agent,
+                                         .action = "task.update",
+                                         .taskID = taskID,
+                                         .now = now},
+                                        [&](PersistedState& state) {
+                                          FocusTask* const task = findTask(state.tasks, taskID);
+                                          if (task == nullptr)
+                                            throw AgentServiceError::taskNotFound();
+                                          applyChanges(envelope.payload, *task);
+                                          task->updatedAt = now;
+                                          updated = *task;
+                                        });
   return success(snapshot.revision(), jsonValue(updated));
 }
 

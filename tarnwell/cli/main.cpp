@@ -12,9 +12,12 @@
 #include "tarnwell/agent/agent_command_service.h"
 #include "tarnwell/agent/envelopes.h"
 #include "tarnwell/agent/failures.h"
+#include "tarnwell/planning/recommendation_engine.h"
 #include "tarnwell/platform/application_support.h"
+#include "tarnwell/platform/calendar.h"
 #include "tarnwell/platform/file_descriptor.h"
 #include "tarnwell/platform/instant.h"
+#include "tarnwell/sessions/task_session_engine.h"
 #include "tarnwell/store/local_store.h"
 #include "tarnwell/store/task_store.h"
 
@@ -54,8 +57,11 @@ std::string readStandardInput() {
 // Throws when there is no command, the engines cannot be built or the reply cannot be encoded.
 std::string answer() {
   const AgentCommandEnvelope envelope = decodeCommand(readStandardInput());
+  const Calendar calendar = Calendar::current();
   TaskStore store(LocalStore(dataDirectory() / "state.json"));
-  AgentCommandService service(store);
+  TaskSessionEngine sessions(store, calendar);
+  RecommendationEngine recommendations(store);
+  AgentCommandService service(store, sessions, recommendations, calendar);
   return encodeReply(service.execute(envelope, Instant::now()));
 }
 

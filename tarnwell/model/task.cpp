@@ -1,5 +1,7 @@
 #include "tarnwell/model/task.h"
 
+#include <algorithm>
+
 #include "tarnwell/platform/text.h"
 
 namespace tarnwell {
@@ -19,6 +21,12 @@ void FocusTask::validate() const {
   if (estimatedMinutes && (*estimatedMinutes < 0 || *estimatedMinutes > minutesPerDay)) {
     throw ProductivityValidationError(ProductivityValidationError::invalidEstimate);
   }
+}
+
+FocusTask* findTask(std::vector<FocusTask>& tasks, const UUID& id) {
+  const auto task = std::find_if(tasks.begin(), tasks.end(),
+                                 [&](const FocusTask& each) { return each.id == id; });
+  return task == tasks.end() ? nullptr : &*task;
 }
 
 }  // namespace tarnwell

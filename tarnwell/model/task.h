@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 #include <tuple>
+#include <vector>
 
 #include "tarnwell/platform/error.h"
 #include "tarnwell/platform/instant.h"
@@ -84,6 +85,9 @@ struct FocusTask {
   // it is given here, everything else as it is. Throws ProductivityValidationError.
   static FocusTask make(FocusTask fields, std::optional<Instant> updatedAt = std::nullopt);
 
+  // Neither completed nor archived.
+  bool isOpen() const { return status != TaskStatus::completed && status != TaskStatus::archived; }
+
   // Throws ProductivityValidationError. Judges the title before the estimate.
   void validate() const;
 
@@ -110,5 +114,8 @@ struct FocusTask {
   }
   friend bool operator==(const FocusTask&, const FocusTask&) = default;
 };
+
+// The first task with the identifier; null when there is none. Owned by the list.
+FocusTask* findTask(std::vector<FocusTask>& tasks, const UUID& id);
 
 }  // namespace tarnwell

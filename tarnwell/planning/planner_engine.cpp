@@ -8,10 +8,6 @@
 namespace tarnwell::PlannerEngine {
 namespace {
 
-bool isOpen(const FocusTask& task) {
-  return task.status != TaskStatus::completed && task.status != TaskStatus::archived;
-}
-
 // A strict weak order.
 bool comesBefore(const FocusTask& a, const FocusTask& b) {
   const bool aIsActive = a.status == TaskStatus::active;
@@ -35,11 +31,6 @@ std::vector<FocusTask> queue(const std::vector<FocusTask>& tasks, LocalDay day, 
   return result;
 }
 
-auto findTask(std::vector<FocusTask>& tasks, const UUID& id) {
-  return std::find_if(tasks.begin(), tasks.end(),
-                      [&](const FocusTask& task) { return task.id == id; });
-}
-
 }  // namespace
 
 std::vector<FocusTask> queueTasks(const std::vector<FocusTask>& tasks, LocalDay day) {
@@ -50,7 +41,7 @@ std::vector<FocusTask> queueTasks(const std::vector<FocusTask>& tasks, LocalDay 
 std::vector<FocusTask> orderedTasks(const std::vector<FocusTask>& tasks, LocalDay day, Instant now,
                                     const Calendar& /*calendar*/) {
   return queue(tasks, day, [&](const FocusTask& task) {
-    return isOpen(task) && (!task.scheduledStart || *task.scheduledStart <= now);
+    return task.isOpen() && (!task.scheduledStart || *task.scheduledStart <= now);
   });
 }
 
@@ -62,16 +53,16 @@ std::optional<FocusTask> nextTask(const std::vector<FocusTask>& tasks, LocalDay 
 }
 
 std::vector<FocusTask> reorder(const std::vector<FocusTask>& tasks, const QueueMove& move) {
-  auto movable = queue(tasks, move.day, isOpen);
-  const auto moved = findTask(movable, move.taskID);
-  const auto target = findTask(movable, move.targetID);
-  if (moved == movable.end() || target == movable.end() || moved == target) return tasks;
+  auto movable = queue(tasks, move.day, [](const FocusTask& task) { return task.isOpen(); });
+  FocusTask* const moved = findTask(movable, move.taskID);
+  FocusTask* const target = findTask(movable, move.targetID);
+  if (moved == nullptr || target == nullptr || moved == target) return tasks;
 
   // Rotating carries the moved task to the target's place and shifts those between by one.
   if (moved < target) {
-    std::rotate(moved, std::next(moved), std::next(target));
+    std::rotate(moved, moved + 1, target + 1);
   } else {
-    std::rotate(target, moved, std::next(moved));
+    std::rotate(target, moved, moved + 1);
   }
   auto result = tasks;
   std::int64_t position = 0;
@@ -82,7 +73,7 @@ std::vector<FocusTask> reorder(const std::vector<FocusTask>& tasks, const QueueM
 WorkloadSummary workload(const std::vector<FocusTask>& tasks, LocalDay day) {
   WorkloadSummary summary;
   for (const FocusTask& task : tasks) {
-    if (task.plannedDay != day || !isOpen(task)) continue;
+    if (task.plannedDay != day || !task.isOpen()) continue;
     summary.taskCount += 1;
     summary.estimatedMinutes =
         checkedAdd(summary.estimatedMinutes, task.estimatedMinutes.value_or(0));
@@ -94,7 +85,7 @@ std::int64_t nextManualPosition(const std::vector<FocusTask>& tasks,
                                 const std::optional<LocalDay>& day, TaskPriority /*priority*/) {
   std::optional<std::int64_t> largest;
   for (const FocusTask& task : tasks) {
-    if (task.plannedDay != day || !isOpen(task)) continue;
+    if (task.plannedDay != day || !task.isOpen()) continue;
     largest = std::max(largest, std::optional(task.manualPosition));
   }
   return checkedAdd(largest.value_or(-1), 1);

@@ -15,7 +15,8 @@
 
 namespace tarnwell {
 
-// Instants become ISO 8601 texts, numbers of every kind become doubles.
+// Instants become ISO 8601 texts, numbers of every kind become doubles. A map becomes an array that
+// alternates keys, which need not be texts, and values.
 template <class T>
 JSONValue jsonValue(const T& value) {
   if constexpr (std::is_same_v<T, bool> || std::is_same_v<T, double> ||
@@ -33,6 +34,13 @@ JSONValue jsonValue(const T& value) {
     JSONValue::Array array;
     array.reserve(value.size());
     for (const auto& item : value) array.push_back(jsonValue(item));
+    return array;
+  } else if constexpr (isMap<T>) {
+    JSONValue::Array array;
+    for (const auto& [key, member] : value) {
+      array.push_back(jsonValue(key));
+      array.push_back(jsonValue(member));
+    }
     return array;
   } else {
     static_assert(Record<T>);

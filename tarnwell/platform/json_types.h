@@ -1,6 +1,7 @@
 // Which containers the JSON mapping knows.
 #pragma once
 
+#include <map>
 #include <optional>
 #include <vector>
 
@@ -15,5 +16,10 @@ template <class T>
 inline constexpr bool isVector = false;
 template <class T>
 inline constexpr bool isVector<std::vector<T>> = true;
+
+template <class T>
+inline constexpr bool isMap = false;
+template <class Key, class Value>
+inline constexpr bool isMap<std::map<Key, Value>> = true;
 
 }  // namespace tarnwell

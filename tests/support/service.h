@@ -29,7 +29,10 @@ class ServiceOnScratchFolder {
   ScratchFolder folder;
   LocalStore local{folder / "state.json"};
   TaskStore store{local};
-  AgentCommandService service{store};
+  Calendar calendar;
+  TaskSessionEngine sessions{store, calendar};
+  RecommendationEngine recommendations{store};
+  AgentCommandService service{store, sessions, recommendations, calendar};
   Instant now = someInstant;
 };
 

@@ -1,0 +1,58 @@
+// The commands that read the weekly review, and make, list, approve and dismiss proposals.
+#include "tarnwell/agent/agent_command_service.h"
+#include "tarnwell/agent/payload.h"
+#include "tarnwell/platform/json_convert.h"
+
+namespace tarnwell {
+namespace {
+
+constexpr std::string_view proposalIDKey = "proposal_id";
+
+}  // namespace
+
+AgentResponseEnvelope AgentCommandService::getReview(const AgentCommandEnvelope& /*envelope*/,
+                                                     Instant now) {
+  const auto snapshot = store_.snapshot();
+  return success(snapshot.revision(),
+                 jsonValue(RecommendationEngine::review(now, snapshot.state().tasks, calendar_)));
+}
+
+AgentResponseEnvelope AgentCommandService::generateProposals(const AgentCommandEnvelope& envelope,
+                                                             Instant now) {
+  const std::int64_t revision = requireRevision(envelope);
+  const auto current = store_.snapshot();
+  const auto& state = current.state();
+  const auto proposals =
+      RecommendationEngine::proposals(RecommendationEngine::review(now, state.tasks, calendar_),
+                                      state.tasks, state.preferences.dailyCapacityMinutes);
+  const auto saved = recommendations_.save(proposals, revision, now);
+  return success(saved.revision(), jsonValue(proposals));
+}
+
+AgentResponseEnvelope AgentCommandService::listProposals(const AgentCommandEnvelope& /*envelope*/,
+                                                         Instant /*now*/) {
+  const auto snapshot = store_.snapshot();
+  return success(snapshot.revision(), jsonValue(snapshot.state().proposals));
+}
+
+AgentResponseEnvelope AgentCommandService::approveProposal(const AgentCommandEnvelope& envelope,
+                                                           Instant now) {
+  if (!isApprovedByUser(envelope)) return failure(failures::approvalNeedsUser);
+  const UUID proposalID = requireUUID(envelope.payload, proposalIDKey);
+  const auto after = recommendations_.approve(proposalID, requireRevision(envelope), now);
+  return success(after.revision(), std::nullopt);
+}
+
+AgentResponseEnvelope AgentCommandService::dismissProposal(const AgentCommandEnvelope& envelope,
+                                                           Instant now) {
+  if (!isApprovedByUser(envelope)) return failure(failures::dismissalNeedsUser);
+  const UUID proposalID = requireUUID(envelope.payload, proposalIDKey);
+  const auto after = recommendations_.dismiss(proposalID, requireRevision(envelope), now);
+  return success(after.revision(), std::nullopt);
+}
+
+bool AgentCommandService::isApprovedByUser(const AgentCommandEnvelope& envelope) const {
+  return approvalAuthority_ == ApprovalAuthority::trustedUserInterface && envelope.userApproval;
+}
+
+}  // namespace tarnwell

@@ -1,0 +1,49 @@
+// One calendar week of the plan in figures.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <tuple>
+#include <vector>
+
+#include "tarnwell/model/task.h"
+#include "tarnwell/platform/local_day.h"
+#include "tarnwell/platform/record.h"
+#include "tarnwell/platform/uuid.h"
+
+namespace tarnwell {
+
+// The week's tasks are those planned for one of its days and not archived. A task is completed in
+// the week by the instant of its completion, whatever day it was planned for.
+struct WeeklyReview {
+  LocalDay weekStart{};
+  LocalDay weekEnd{};  // inclusive
+  std::int64_t plannedTaskCount = 0;
+  std::int64_t completedTaskCount = 0;  // of the week's tasks, those completed in the week
+  double completionRate = 0;            // of the planned tasks; 0 when there are none
+  std::int64_t plannedMinutes = 0;
+  std::int64_t actualMinutes = 0;  // whole minutes of focus on all tasks completed in the week
+  std::map<TaskPriority, std::int64_t> completedByPriority{};
+  std::vector<UUID> carryoverTaskIDs{};              // the week's tasks not completed, as listed
+  std::vector<UUID> skippedTaskIDs{};                // ascending
+  std::map<LocalDay, std::int64_t> dailyWorkload{};  // minutes still to do, by planned day
+  std::vector<UUID> completedTaskIDs{};              // all completed in the week, by time
+
+  static constexpr auto fields() {
+    return std::tuple{field("weekStart", &WeeklyReview::weekStart),
+                      field("weekEnd", &WeeklyReview::weekEnd),
+                      field("plannedTaskCount", &WeeklyReview::plannedTaskCount),
+                      field("completedTaskCount", &WeeklyReview::completedTaskCount),
+                      field("completionRate", &WeeklyReview::completionRate),
+                      field("plannedMinutes", &WeeklyReview::plannedMinutes),
+                      field("actualMinutes", &WeeklyReview::actualMinutes),
+                      field("completedByPriority", &WeeklyReview::completedByPriority),
+                      field("carryoverTaskIDs", &WeeklyReview::carryoverTaskIDs),
+                      field("skippedTaskIDs", &WeeklyReview::skippedTaskIDs),
+                      field("dailyWorkload", &WeeklyReview::dailyWorkload),
+                      field("completedTaskIDs", &WeeklyReview::completedTaskIDs)};
+  }
+  friend bool operator==(const WeeklyReview&, const WeeklyReview&) = default;
+};
+
+}  // namespace tarnwell

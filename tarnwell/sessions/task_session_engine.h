@@ -1,0 +1,91 @@
+// Moves one task at a time through its working life: start, pause, resume, skip, complete, and the
+// undoing of a start; and accounts for the time spent on it.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "tarnwell/model/task.h"
+#include "tarnwell/platform/calendar.h"
+#include "tarnwell/platform/error.h"
+#include "tarnwell/platform/instant.h"
+#include "tarnwell/platform/published.h"
+#include "tarnwell/platform/uuid.h"
+#include "tarnwell/store/task_store.h"
+
+namespace tarnwell {
+
+enum class TaskSessionCase { taskNotFound, anotherTaskActive, noActiveTask, invalidState };
+
+constexpr std::array<std::string_view, 4> texts(TaskSessionCase) {
+  return {"The task no longer exists.", "Finish or pause the active task first.",
+          "No task is currently active.", "That action is not available for this task."};
+}
+
+class TaskSessionError : public CaseError<TaskSessionCase> {
+ public:
+  using CaseError::CaseError;
+  using enum TaskSessionCase;
+};
+
+// Belongs to one thread. Holds the store by reference; the owner outlives the engine. The stored
+// tasks are the truth, the published values a mirror of them for display.
+//
+// Each change is one transaction of the store. It throws TaskSessionError or what the store throws,
+// with nothing written; otherwise it returns the plan after the change. `expectedRevision` is the
+// revision that the caller last saw.
+class TaskSessionEngine {
+ public:
+  TaskSessionEngine(TaskStore& store, const Calendar& calendar)
+      : store_(store), calendar_(calendar) {}
+  TaskSessionEngine(const TaskSessionEngine&) = delete;
+  TaskSessionEngine& operator=(const TaskSessionEngine&) = delete;
+  ~TaskSessionEngine() = default;
+
+  // Makes a pending or paused task the active one.
+  TaskStoreSnapshot start(const UUID& taskID, Instant now, std::int64_t expectedRevision);
+
+  // Starts the first paused task.
+  TaskStoreSnapshot resume(Instant now, std::int64_t expectedRevision);
+
+  // Pauses the active task and banks its time.
+  TaskStoreSnapshot pause(Instant now, std::int64_t expectedRevision);
+
+  // Puts the active task back, at the end of its day's open queue.
+  TaskStoreSnapshot skip(Instant now, std::int64_t expectedRevision);
+
+  // Completes the active task and proposes the next one of today.
+  TaskStoreSnapshot complete(Instant now, std::int64_t expectedRevision);
+
+  // Undoes a start whose companion action failed, also the first one of a task that was paused
+  // before: the time banked until then stays.
+  TaskStoreSnapshot cancelStart(const UUID& taskID, Instant now, std::int64_t expectedRevision);
+
+  // Takes up the running task from what is stored. Writes nothing, never fails.
+  void recover(Instant now);
+
+  // Never fails.
+  TaskStoreSnapshot snapshot() { return store_.snapshot(); }
+
+  Published<std::optional<UUID>, TaskSessionEngine> activeTaskID;  // last seen running
+  Published<std::optional<UUID>, TaskSessionEngine> nextTaskID;    // after a completion
+  Published<std::optional<std::string>, TaskSessionEngine> lastError;
+
+ private:
+  using Change = std::function<void(PersistedState&)>;
+  using TaskChange = std::function<void(PersistedState&, FocusTask&)>;
+
+  TaskStoreSnapshot transact(std::string_view action, const UUID& taskID, Instant now,
+                             std::int64_t expectedRevision, const Change& change);
+  TaskStoreSnapshot changeActiveTask(std::string_view action, Instant now,
+                                     std::int64_t expectedRevision, const TaskChange& change);
+
+  TaskStore& store_;
+  const Calendar calendar_;
+};
+
+}  // namespace tarnwell
