@@ -9,15 +9,15 @@
 #include "tarnwell/platform/json_encode.h"
 #include "tarnwell/platform/json_error.h"
 
+#include "tests/support/json.h"
+
 namespace tarnwell {
 namespace {
 
+using test::parseJSON;
+
 PersistedState read(std::string text) {
   return decodePersistedState(JSONDocument(std::move(text)));
-}
-
-JSONValue parsed(std::string_view text) {
-  return jsonValueFrom(JSONDocument(std::string(text)).root());
 }
 
 // A list of one record each: every key present.
@@ -88,22 +88,22 @@ JSONValue without(const JSONValue& record, std::string_view key) {
 
 // What of the record a document holds after reading and writing it.
 JSONValue throughTheStore(std::string_view listKey, const JSONValue& record) {
-  const auto document = parsed(encodePersistedState(read(documentWithList(listKey, record))));
+  const auto document = parseJSON(encodePersistedState(read(documentWithList(listKey, record))));
   const auto& lists = std::get<JSONValue::Object>(document.variant());
   return std::get<JSONValue::Array>(lists.find(listKey)->second.variant()).front();
 }
 
 TEST(PersistedRecords, keepEveryKeyAndValue) {
   for (const auto& record : records) {
-    EXPECT_EQ(throughTheStore(record.listKey, parsed(record.json)), parsed(record.json));
+    EXPECT_EQ(throughTheStore(record.listKey, parseJSON(record.json)), parseJSON(record.json));
   }
-  EXPECT_THAT(encodePersistedState(read(documentWithSession(parsed(sessionJSON)))),
+  EXPECT_THAT(encodePersistedState(read(documentWithSession(parseJSON(sessionJSON)))),
               testing::HasSubstr("\"attentionRequired\""));
 }
 
 TEST(PersistedRecords, haveNoKeysButTheseInAllOfTheirForms) {
   for (const auto& record : records) {
-    EXPECT_EQ(std::get<JSONValue::Object>(parsed(record.json).variant()).size(),
+    EXPECT_EQ(std::get<JSONValue::Object>(parseJSON(record.json).variant()).size(),
               record.required.size() + record.optional.size());
   }
 }
@@ -112,7 +112,7 @@ TEST(PersistedRecords, cannotBeReadWithoutARequiredKey) {
   for (const auto& record : records) {
     for (const auto key : record.required) {
       SCOPED_TRACE(key);
-      const JSONValue json = parsed(record.json);
+      const JSONValue json = parseJSON(record.json);
       EXPECT_THROW(read(documentWithList(record.listKey, without(json, key))), JSONError);
       EXPECT_THROW(read(documentWithList(record.listKey, with(json, key, {}))), JSONError);
     }
@@ -123,7 +123,7 @@ TEST(PersistedRecords, areReadAndWrittenWithoutAnOptionalKey) {
   for (const auto& record : records) {
     for (const auto key : record.optional) {
       SCOPED_TRACE(key);
-      const JSONValue json = parsed(record.json);
+      const JSONValue json = parseJSON(record.json);
       const JSONValue lacking = without(json, key);
       EXPECT_EQ(throughTheStore(record.listKey, lacking), lacking);
       EXPECT_EQ(throughTheStore(record.listKey, with(json, key, {})), lacking);
@@ -133,7 +133,7 @@ TEST(PersistedRecords, areReadAndWrittenWithoutAnOptionalKey) {
 
 TEST(PersistedRecords, cannotBeReadWithAWrongTypeForAnyKey) {
   for (const auto& record : records) {
-    const JSONValue json = parsed(record.json);
+    const JSONValue json = parseJSON(record.json);
     for (const auto& [key, value] : std::get<JSONValue::Object>(json.variant())) {
       SCOPED_TRACE(key);
       const JSONValue wrong = value.string() != nullptr ? JSONValue(true) : JSONValue("text");
@@ -144,7 +144,7 @@ TEST(PersistedRecords, cannotBeReadWithAWrongTypeForAnyKey) {
 
 TEST(PersistedRecords, ignoreUnknownKeys) {
   for (const auto& record : records) {
-    const JSONValue json = parsed(record.json);
+    const JSONValue json = parseJSON(record.json);
     EXPECT_EQ(throughTheStore(record.listKey, with(json, "unknown", JSONValue::Array{1.0})), json);
   }
 }
@@ -164,7 +164,7 @@ TEST(PersistedRecords, knowTheTextsOfTheirEnumerationsAndNoOthers) {
   for (const auto& [index, key, texts] : enumerations) {
     const auto& record = records[index];
     const auto documentWith = [&, key = key](const std::string& text) {
-      return documentWithList(record.listKey, with(parsed(record.json), key, text));
+      return documentWithList(record.listKey, with(parseJSON(record.json), key, text));
     };
     for (const auto& text : texts) EXPECT_NO_THROW(read(documentWith(text))) << text;
     for (const auto& text : {texts[0] + " ", std::string("unknown"), std::string()}) {
@@ -174,7 +174,7 @@ TEST(PersistedRecords, knowTheTextsOfTheirEnumerationsAndNoOthers) {
 }
 
 TEST(PersistedSession, needsItsSixKeysAndKnownTexts) {
-  const JSONValue session = parsed(sessionJSON);
+  const JSONValue session = parseJSON(sessionJSON);
   EXPECT_TRUE(read(documentWithSession(session)).activeSession);
   for (const auto* key : {"id", "group", "mode", "startedAt", "endsAt", "state"}) {
     EXPECT_THROW(read(documentWithSession(without(session, key))), JSONError) << key;

@@ -1,12 +1,18 @@
-// Looking into replies.
+// Looking into JSON texts.
 #pragma once
 
+#include <string>
 #include <string_view>
 #include <variant>
 
+#include "tarnwell/platform/json_document.h"
 #include "tarnwell/platform/json_value.h"
 
 namespace tarnwell::test {
+
+inline JSONValue parseJSON(std::string_view text) {
+  return jsonValueFrom(JSONDocument(std::string(text)).root());
+}
 
 // The member of an object; null when there is none.
 inline JSONValue member(const JSONValue& value, std::string_view key) {

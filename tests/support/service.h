@@ -17,6 +17,9 @@ namespace tarnwell::test {
 
 class ServiceOnScratchFolder {
  public:
+  explicit ServiceOnScratchFolder(ApprovalAuthority authority = ApprovalAuthority::untrustedAgent)
+      : service(store, sessions, recommendations, calendar, authority) {}
+
   AgentResponseEnvelope execute(std::string command, std::optional<std::int64_t> expectedRevision,
                                 JSONValue::Object payload = {}) {
     return service.execute({.version = 1,
@@ -32,7 +35,7 @@ class ServiceOnScratchFolder {
   Calendar calendar;
   TaskSessionEngine sessions{store, calendar};
   RecommendationEngine recommendations{store};
-  AgentCommandService service{store, sessions, recommendations, calendar};
+  AgentCommandService service;
   Instant now = someInstant;
 };
 

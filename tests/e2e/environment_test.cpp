@@ -1,0 +1,98 @@
+// The time zone and the locale of the environment decide which week it is.
+#include <array>
+#include <chrono>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tarnwell/platform/calendar.h"
+
+#include "tests/support/json.h"
+#include "tests/support/scoped_environment.h"
+#include "tests/support/tool.h"
+
+namespace tarnwell {
+namespace {
+
+class EnvironmentEndToEnd : public testing::Test {
+ protected:
+  // The first day of this week as the tool sees it with these variables.
+  LocalDay weekStart(std::vector<std::string> variables) {
+    variables.push_back("HOME=" + tool.home().string());
+    auto result = test::Process{.arguments = {TARNWELLCTL},
+                                .environment = std::move(variables),
+                                .input = R"({"version":1,"command":"review.get"})"}
+                      .run();
+    EXPECT_EQ(result.exitStatus, 0);
+    const auto reply = test::parseJSON(result.output);
+    const auto start = test::member(test::member(reply, "result"), "weekStart");
+    const auto number = [&](const char* key) { return *test::member(start, key).integer(); };
+    return {.year = number("year"), .month = number("month"), .day = number("day")};
+  }
+
+  Weekday weekdayOfStart(std::vector<std::string> variables) {
+    using namespace std::chrono;
+    variables.emplace_back("TZ=UTC");
+    const LocalDay day = weekStart(std::move(variables));
+    const weekday start{sys_days{year_month_day{year{static_cast<int>(day.year)},
+                                                month{static_cast<unsigned>(day.month)},
+                                                std::chrono::day{static_cast<unsigned>(day.day)}}}};
+    return static_cast<Weekday>(start.c_encoding());
+  }
+
+  test::Tool tool;
+};
+
+#ifndef __APPLE__  // there the user's settings answer
+
+TEST_F(EnvironmentEndToEnd, theLocaleDecidesTheFirstWeekday) {
+  EXPECT_EQ(weekdayOfStart({"LC_ALL=en_US.UTF-8"}), Weekday::sunday);
+  EXPECT_EQ(weekdayOfStart({"LC_ALL=de_DE.UTF-8"}), Weekday::monday);
+  EXPECT_EQ(weekdayOfStart({"LC_ALL=ar_EG.UTF-8"}), Weekday::saturday);
+}
+
+TEST_F(EnvironmentEndToEnd, lcAllWinsOverLCTimeOverLang) {
+  EXPECT_EQ(weekdayOfStart({"LC_ALL=ar_EG", "LC_TIME=de_DE", "LANG=en_US"}), Weekday::saturday);
+  EXPECT_EQ(weekdayOfStart({"LC_TIME=de_DE", "LANG=en_US"}), Weekday::monday);
+  EXPECT_EQ(weekdayOfStart({"LANG=en_US"}), Weekday::sunday);
+}
+
+TEST_F(EnvironmentEndToEnd, anEmptyLocaleCountsAsUnset) {
+  EXPECT_EQ(weekdayOfStart({"LC_ALL=", "LC_TIME=", "LANG=de_DE"}), Weekday::monday);
+  EXPECT_EQ(weekdayOfStart({"LC_ALL=", "LANG="}), Weekday::sunday);
+  EXPECT_EQ(weekdayOfStart({}), Weekday::sunday);
+}
+
+TEST_F(EnvironmentEndToEnd, garbageForALocaleBeginsTheWeekOnMonday) {
+  EXPECT_EQ(weekdayOfStart({"LC_ALL=\xFF\xFE garbage"}), Weekday::monday);
+}
+
+#endif
+
+// The dates around the clock differ: one of two zones 26 hours apart is always in another day.
+TEST_F(EnvironmentEndToEnd, theZoneDecidesTheDay) {
+  for (const auto* zone : {"UTC", "Etc/GMT+12", "Pacific/Kiritimati", "<+14>-14",
+                           "America/Sao_Paulo", "EST5EDT,M3.2.0,M11.1.0"}) {
+    const test::ScopedTimeZone here(zone);
+    const Calendar sundays;
+    const auto expectedNow = [&] { return sundays.day(sundays.week(Instant::now()).start); };
+    const LocalDay before = expectedNow();
+    const LocalDay seen = weekStart({std::string("TZ=") + zone});
+    EXPECT_TRUE(seen == before || seen == expectedNow()) << zone;  // a midnight may lie between
+  }
+}
+
+TEST_F(EnvironmentEndToEnd, anEmptyOrGarbageZoneIsUTCAsTheSystemHasIt) {
+  const test::ScopedTimeZone utc("UTC");
+  const Calendar sundays;
+  for (const auto* zone : {"", ":", "garbage/\xFF", "/dev/null", "../../etc/passwd"}) {
+    const auto expectedNow = [&] { return sundays.day(sundays.week(Instant::now()).start); };
+    const LocalDay before = expectedNow();
+    const LocalDay seen = weekStart({std::string("TZ=") + zone});
+    EXPECT_TRUE(seen == before || seen == expectedNow()) << zone;
+  }
+}
+
+}  // namespace
+}  // namespace tarnwell
