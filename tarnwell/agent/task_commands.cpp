@@ -53,13 +53,13 @@ AgentResponseEnvelope AgentCommandService::createTask(const AgentCommandEnvelope
   fields.createdAt = now;
   const FocusTask task = FocusTask::make(std::move(fields));
 
+  const TaskTransaction creation{.expectedRevision = revision,
+                                 .source = MutationSource::agent,
+                                 .action = "task.create",
+                                 .taskID = task.id,
+                                 .now = now};
   const auto snapshot =
-      store_.transact({.expectedRevision = revision,
-                       .source = MutationSource::agent,
-                       .action = "task.create",
-                       .taskID = task.id,
-                       .now = now},
-                      [&](PersistedState& state) { state.tasks.push_back(task); });
+      store_.transact(creation, [&](PersistedState& state) { state.tasks.push_back(task); });
   return success(snapshot.revision(), jsonValue(task));
 }
 
@@ -68,20 +68,19 @@ AgentResponseEnvelope AgentCommandService::updateTask(const AgentCommandEnvelope
   const std::int64_t revision = requireRevision(envelope);
   const UUID taskID = requireUUID(envelope.payload, taskIDKey);
 
+  const TaskTransaction update{.expectedRevision = revision,
+                               .source = MutationSource::agent,
+                               .action = "task.update",
+                               .taskID = taskID,
+                               .now = now};
   FocusTask updated;
-  const auto snapshot = store_.transact({.expectedRevision = revision,
-                                         .source = MutationSource::agent,
-                                         .action = "task.update",
-                                         .taskID = taskID,
-                                         .now = now},
-                                        [&](PersistedState& state) {
-                                          FocusTask* const task = findTask(state.tasks, taskID);
-                                          if (task == nullptr)
-                                            throw AgentServiceError::taskNotFound();
-                                          applyChanges(envelope.payload, *task);
-                                          task->updatedAt = now;
-                                          updated = *task;
-                                        });
+  const auto snapshot = store_.transact(update, [&](PersistedState& state) {
+    FocusTask* const task = findTask(state.tasks, taskID);
+    if (task == nullptr) throw AgentServiceError::taskNotFound();
+    applyChanges(envelope.payload, *task);
+    task->updatedAt = now;
+    updated = *task;
+  });
   return success(snapshot.revision(), jsonValue(updated));
 }
 

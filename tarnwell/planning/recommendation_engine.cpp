@@ -108,43 +108,42 @@ std::vector<PlanningProposal> RecommendationEngine::proposals(const WeeklyReview
 
 TaskStoreSnapshot RecommendationEngine::save(const std::vector<PlanningProposal>& proposals,
                                              std::int64_t expectedRevision, Instant now) {
-  return store_->transact({.expectedRevision = expectedRevision,
-                           .source = MutationSource::agent,
-                           .action = "proposals.generate",
-                           .now = now},
-                          [&](PersistedState& state) {
-                            std::erase_if(state.proposals, [](const PlanningProposal& each) {
-                              return each.status == ProposalStatus::pending;
-                            });
-                            state.proposals.insert(state.proposals.end(), proposals.begin(),
-                                                   proposals.end());
-                          });
+  const TaskTransaction generation{.expectedRevision = expectedRevision,
+                                   .source = MutationSource::agent,
+                                   .action = "proposals.generate",
+                                   .now = now};
+  return store_->transact(generation, [&](PersistedState& state) {
+    std::erase_if(state.proposals, [](const PlanningProposal& each) {
+      return each.status == ProposalStatus::pending;
+    });
+    state.proposals.insert(state.proposals.end(), proposals.begin(), proposals.end());
+  });
 }
 
 TaskStoreSnapshot RecommendationEngine::approve(const UUID& proposalID,
                                                 std::int64_t expectedRevision, Instant now) {
-  return store_->transact({.expectedRevision = expectedRevision,
-                           .source = MutationSource::user,
-                           .action = "proposal.approve",
-                           .now = now},
-                          [&](PersistedState& state) {
-                            PlanningProposal& proposal = pendingProposal(state, proposalID);
-                            FocusTask& task = unchangedTask(state, proposal);
-                            task.plannedDay = proposal.suggestedPlannedDay;
-                            task.updatedAt = now;
-                            proposal.status = ProposalStatus::approved;
-                          });
+  const TaskTransaction approval{.expectedRevision = expectedRevision,
+                                 .source = MutationSource::user,
+                                 .action = "proposal.approve",
+                                 .now = now};
+  return store_->transact(approval, [&](PersistedState& state) {
+    PlanningProposal& proposal = pendingProposal(state, proposalID);
+    FocusTask& task = unchangedTask(state, proposal);
+    task.plannedDay = proposal.suggestedPlannedDay;
+    task.updatedAt = now;
+    proposal.status = ProposalStatus::approved;
+  });
 }
 
 TaskStoreSnapshot RecommendationEngine::dismiss(const UUID& proposalID,
                                                 std::int64_t expectedRevision, Instant now) {
-  return store_->transact({.expectedRevision = expectedRevision,
-                           .source = MutationSource::user,
-                           .action = "proposal.dismiss",
-                           .now = now},
-                          [&](PersistedState& state) {
-                            pendingProposal(state, proposalID).status = ProposalStatus::dismissed;
-                          });
+  const TaskTransaction dismissal{.expectedRevision = expectedRevision,
+                                  .source = MutationSource::user,
+                                  .action = "proposal.dismiss",
+                                  .now = now};
+  return store_->transact(dismissal, [&](PersistedState& state) {
+    pendingProposal(state, proposalID).status = ProposalStatus::dismissed;
+  });
 }
 
 }  // namespace tarnwell

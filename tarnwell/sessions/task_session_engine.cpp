@@ -22,8 +22,7 @@ auto hasStatus(TaskStatus status) {
 }
 
 auto isActive(const UUID& id) {
-  return
-      [&id](const FocusTask& task) { return task.id == id && task.status == TaskStatus::active; };
+  return [id](const FocusTask& task) { return task.id == id && task.status == TaskStatus::active; };
 }
 
 // Ends the running segment, if there is one, and adds its time. A clock that went backwards adds
@@ -38,23 +37,23 @@ void bankFocusTime(FocusTask& task, Instant now) {
 
 TaskStoreSnapshot TaskSessionEngine::start(const UUID& taskID, Instant now,
                                            std::int64_t expectedRevision) {
-  auto after = transact("task.start", taskID, now, expectedRevision, [&](PersistedState& state) {
+  const auto startTask = [&](PersistedState& state) {
     const bool isAnotherActive =
         std::any_of(state.tasks.begin(), state.tasks.end(), [&](const FocusTask& task) {
           return task.id != taskID && task.status == TaskStatus::active;
         });
     if (isAnotherActive) throw TaskSessionError(TaskSessionError::anotherTaskActive);
-    FocusTask& task = require(
-        state.tasks, [&](const FocusTask& each) { return each.id == taskID; },
-        TaskSessionError::taskNotFound);
-    if (task.status != TaskStatus::pending && task.status != TaskStatus::paused) {
+    FocusTask* const task = findTask(state.tasks, taskID);
+    if (task == nullptr) throw TaskSessionError(TaskSessionError::taskNotFound);
+    if (task->status != TaskStatus::pending && task->status != TaskStatus::paused) {
       throw TaskSessionError(TaskSessionError::invalidState);
     }
-    task.status = TaskStatus::active;
-    if (!task.startedAt) task.startedAt = now;
-    task.activeSegmentStartedAt = now;
-    task.updatedAt = now;
-  });
+    task->status = TaskStatus::active;
+    if (!task->startedAt) task->startedAt = now;
+    task->activeSegmentStartedAt = now;
+    task->updatedAt = now;
+  };
+  auto after = transact("task.start", taskID, now, expectedRevision, startTask);
   activeTaskID.set(taskID);
   nextTaskID.set(std::nullopt);
   lastError.set(std::nullopt);
@@ -70,35 +69,33 @@ TaskStoreSnapshot TaskSessionEngine::resume(Instant now, std::int64_t expectedRe
 }
 
 TaskStoreSnapshot TaskSessionEngine::pause(Instant now, std::int64_t expectedRevision) {
-  return changeActiveTask("task.pause", now, expectedRevision,
-                          [&](PersistedState& /*state*/, FocusTask& task) {
-                            if (!task.activeSegmentStartedAt) {
-                              throw TaskSessionError(TaskSessionError::noActiveTask);
-                            }
-                            bankFocusTime(task, now);
-                            task.status = TaskStatus::paused;
-                          });
+  const auto pauseTask = [&](PersistedState& /*state*/, FocusTask& task) {
+    if (!task.activeSegmentStartedAt) throw TaskSessionError(TaskSessionError::noActiveTask);
+    bankFocusTime(task, now);
+    task.status = TaskStatus::paused;
+  };
+  return changeActiveTask("task.pause", now, expectedRevision, pauseTask);
 }
 
 TaskStoreSnapshot TaskSessionEngine::skip(Instant now, std::int64_t expectedRevision) {
-  return changeActiveTask(
-      "task.skip", now, expectedRevision, [&](PersistedState& state, FocusTask& task) {
-        bankFocusTime(task, now);
-        task.status = TaskStatus::pending;
-        task.skipCount = checkedAdd(task.skipCount, 1);
-        task.lastSkippedAt = now;
-        task.manualPosition =
-            PlannerEngine::nextManualPosition(state.tasks, task.plannedDay, task.priority);
-      });
+  const auto skipTask = [&](PersistedState& state, FocusTask& task) {
+    bankFocusTime(task, now);
+    task.status = TaskStatus::pending;
+    task.skipCount = checkedAdd(task.skipCount, 1);
+    task.lastSkippedAt = now;
+    task.manualPosition =
+        PlannerEngine::nextManualPosition(state.tasks, task.plannedDay, task.priority);
+  };
+  return changeActiveTask("task.skip", now, expectedRevision, skipTask);
 }
 
 TaskStoreSnapshot TaskSessionEngine::complete(Instant now, std::int64_t expectedRevision) {
-  auto after = changeActiveTask("task.complete", now, expectedRevision,
-                                [&](PersistedState& /*state*/, FocusTask& task) {
-                                  bankFocusTime(task, now);
-                                  task.status = TaskStatus::completed;
-                                  task.completedAt = now;
-                                });
+  const auto completeTask = [&](PersistedState& /*state*/, FocusTask& task) {
+    bankFocusTime(task, now);
+    task.status = TaskStatus::completed;
+    task.completedAt = now;
+  };
+  auto after = changeActiveTask("task.complete", now, expectedRevision, completeTask);
   const auto next =
       PlannerEngine::nextTask(after.state().tasks, calendar_.day(now), now, calendar_);
   nextTaskID.set(next ? std::optional(next->id) : std::nullopt);
@@ -107,14 +104,14 @@ TaskStoreSnapshot TaskSessionEngine::complete(Instant now, std::int64_t expected
 
 TaskStoreSnapshot TaskSessionEngine::cancelStart(const UUID& taskID, Instant now,
                                                  std::int64_t expectedRevision) {
-  auto after =
-      transact("task.start.cancel", taskID, now, expectedRevision, [&](PersistedState& state) {
-        FocusTask& task = require(state.tasks, isActive(taskID), TaskSessionError::taskNotFound);
-        task.status = TaskStatus::pending;
-        task.activeSegmentStartedAt.reset();
-        task.startedAt.reset();
-        task.updatedAt = now;
-      });
+  const auto undoStart = [&](PersistedState& state) {
+    FocusTask& task = require(state.tasks, isActive(taskID), TaskSessionError::taskNotFound);
+    task.status = TaskStatus::pending;
+    task.activeSegmentStartedAt.reset();
+    task.startedAt.reset();
+    task.updatedAt = now;
+  };
+  auto after = transact("task.start.cancel", taskID, now, expectedRevision, undoStart);
   activeTaskID.set(std::nullopt);
   return after;
 }

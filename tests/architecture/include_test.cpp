@@ -81,7 +81,7 @@ TEST(Architecture, onlyThePlatformsHeadersNameOtherPeoplesLibraries) {
   for (const auto& [file, target] : includesOfTheProduct()) {
     if (file.extension() != ".h" || folderOf(file) == "platform") continue;
     ++count;
-    EXPECT_TRUE(folderOf(target) != "" || std::regex_match(target, standardHeader))
+    EXPECT_TRUE(!folderOf(target).empty() || std::regex_match(target, standardHeader))
         << file << " includes " << target;
   }
   EXPECT_GT(count, 50);

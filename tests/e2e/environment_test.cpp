@@ -15,6 +15,8 @@
 namespace tarnwell {
 namespace {
 
+namespace chrono = std::chrono;
+
 class EnvironmentEndToEnd : public testing::Test {
  protected:
   // The first day of this week as the tool sees it with these variables.
@@ -32,12 +34,12 @@ class EnvironmentEndToEnd : public testing::Test {
   }
 
   Weekday weekdayOfStart(std::vector<std::string> variables) {
-    using namespace std::chrono;
     variables.emplace_back("TZ=UTC");
     const LocalDay day = weekStart(std::move(variables));
-    const weekday start{sys_days{year_month_day{year{static_cast<int>(day.year)},
-                                                month{static_cast<unsigned>(day.month)},
-                                                std::chrono::day{static_cast<unsigned>(day.day)}}}};
+    const chrono::year_month_day date{chrono::year(static_cast<int>(day.year)),
+                                      chrono::month(static_cast<unsigned>(day.month)),
+                                      chrono::day(static_cast<unsigned>(day.day))};
+    const chrono::weekday start{chrono::sys_days(date)};
     return static_cast<Weekday>(start.c_encoding());
   }
 

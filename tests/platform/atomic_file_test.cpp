@@ -7,7 +7,6 @@
 
 #include "tarnwell/platform/file.h"
 
-#include "tests/support/expect_error.h"
 #include "tests/support/scratch_folder.h"
 
 namespace tarnwell {
@@ -17,7 +16,6 @@ namespace fs = std::filesystem;
 
 using test::contentOf;
 using test::entryCount;
-using test::expectError;
 using test::writeFile;
 
 unsigned permissionsOf(const fs::path& path) {

@@ -28,7 +28,7 @@ class FileTest : public testing::Test {
 };
 
 TEST_F(FileTest, isReadWhole) {
-  const std::string content = "some\0bytes\xFF" + std::string(1'000'000, 'x');
+  const std::string content = std::string(1, '\0') + "\xFF" + std::string(1'000'000, 'x');
   writeFile(file, content);
   EXPECT_EQ(readFile(file), content);
 }

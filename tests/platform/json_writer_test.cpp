@@ -88,7 +88,7 @@ TEST(JSONWriter, writesDoublesInTheShortestFormThatReadsBack) {
 TEST(JSONWriter, writesEveryFiniteDoubleSoThatItReadsBackBitForBit) {
   std::mt19937_64 random(1);  // NOLINT: the same numbers in every run
   for (int i = 0; i < 20'000; ++i) {
-    const double number = std::bit_cast<double>(random());
+    const auto number = std::bit_cast<double>(random());
     if (!std::isfinite(number)) continue;
     const JSONDocument document(written(number));
     const double back = doubleFrom(document.root(), "number");

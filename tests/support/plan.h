@@ -16,7 +16,7 @@ namespace tarnwell::test {
 
 class StoredPlan {
  public:
-  void save(std::vector<FocusTask> tasks) { local.save({.tasks = std::move(tasks)}); }
+  void save(std::vector<FocusTask> tasks) const { local.save({.tasks = std::move(tasks)}); }
 
   std::int64_t revision() const { return local.load().revision; }
   FocusTask task(const UUID& id) const {
