@@ -116,7 +116,7 @@ void copyBytes(const FileDescriptor& source, TemporaryFile& copy) {
   while (true) {
     const ssize_t count =
         retryingInterrupted([&] { return ::read(source.number(), buffer.data(), buffer.size()); });
-    if (count < 0) copy.fail("read into");
+    if (count < 0) copy.fail("copy into");
     if (count == 0) return;
     copy.write({buffer.data(), static_cast<std::size_t>(count)});
   }

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "tarnwell/platform/json_error.h"
+#include "tarnwell/platform/text.h"
 
 namespace tarnwell {
 namespace {
@@ -15,10 +16,15 @@ bool isNumberCharacter(char c) {
   return ('0' <= c && c <= '9') || c == '-' || c == '+' || c == '.' || c == 'e' || c == 'E';
 }
 
+// An integer as JSON writes it, of any length, that 64 bits cannot hold.
+bool isIntegerBeyond64Bits(std::string_view token) {
+  const std::string_view digits = token.substr(token.starts_with('-') ? 1 : 0);
+  return digits.find_first_not_of("0123456789") == std::string_view::npos && !parseInteger(token);
+}
+
 // The parser refuses a whole text for one integer beyond 64 bits, even where nobody wants an
 // integer. Written with a fraction, the same number is read as the double that it is.
 std::string withLongIntegersAsDoubles(std::string_view text) {
-  constexpr std::size_t longest = 18;  // digits that any 64-bit integer can hold
   std::string result;
   result.reserve(text.size() + simdjson::SIMDJSON_PADDING);
   bool isInString = false;
@@ -34,11 +40,8 @@ std::string withLongIntegersAsDoubles(std::string_view text) {
     const auto* const begin = text.data() + i;
     const auto* const end = std::find_if_not(begin, text.data() + text.size(), isNumberCharacter);
     const std::string_view token(begin, static_cast<std::size_t>(end - begin));
-    const std::string_view digits = token.substr(token.starts_with('-') ? 1 : 0);
     result += token;
-    if (digits.size() > longest && digits.find_first_of("+-.eE") == std::string_view::npos) {
-      result += ".0";
-    }
+    if (isIntegerBeyond64Bits(token)) result += ".0";
     i += token.size();
   }
   return result;

@@ -2,6 +2,7 @@
 
 #include <limits>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -86,6 +87,18 @@ TEST(JSONDocument, readsIntegersBeyond64BitsAsTheDoublesThatTheyAre) {
   EXPECT_EQ(read("18446744073709551616"), JSONValue(0x1p64));
   EXPECT_EQ(read("[-123456789012345678901234567890,1]"),
             JSONValue(JSONValue::Array{-123456789012345678901234567890.0, 1.0}));
+}
+
+TEST(JSONDocument, keepsTheLongestIntegersExactBesideOnesBeyondThem) {
+  const JSONDocument document(
+      "[18446744073709551616,9223372036854775807,-9223372036854775808,9007199254740993]");
+  std::vector<std::int64_t> integers;
+  for (const JSONElement element : arrayFrom(document.root(), "all")) {
+    if (element.is_int64()) integers.push_back(integerFrom(element, "integer"));
+  }
+  EXPECT_EQ(integers, (std::vector<std::int64_t>{std::numeric_limits<std::int64_t>::max(),
+                                                 std::numeric_limits<std::int64_t>::min(),
+                                                 9'007'199'254'740'993}));
 }
 
 TEST(JSONDocument, leavesTextsBesideLongIntegersAlone) {
