@@ -15,17 +15,26 @@ constexpr std::array<std::string_view, 25> whiteSpace = {
     "\xE2\x80\x89", "\xE2\x80\x8A", "\xE2\x80\xA8", "\xE2\x80\xA9", "\xE2\x80\xAF", "\xE2\x81\x9F",
     "\xE3\x80\x80"};
 
+// The size of the white-space character that `matches` finds; 0 when there is none.
+template <class Matches>
+std::size_t sizeOfWhiteSpace(Matches matches) {
+  const auto* const found = std::find_if(whiteSpace.begin(), whiteSpace.end(), matches);
+  return found == whiteSpace.end() ? 0 : found->size();
+}
+
+std::size_t leadingWhiteSpace(std::string_view text) {
+  return sizeOfWhiteSpace([&](std::string_view space) { return text.starts_with(space); });
+}
+
+std::size_t trailingWhiteSpace(std::string_view text) {
+  return sizeOfWhiteSpace([&](std::string_view space) { return text.ends_with(space); });
+}
+
 }  // namespace
 
 std::string_view trimmed(std::string_view text) {
-  const auto space = [&](auto matches) {
-    const auto* const found = std::find_if(whiteSpace.begin(), whiteSpace.end(), matches);
-    return found == whiteSpace.end() ? std::size_t{0} : found->size();
-  };
-  const auto leading = [&] { return space([&](auto c) { return text.starts_with(c); }); };
-  const auto trailing = [&] { return space([&](auto c) { return text.ends_with(c); }); };
-  while (const std::size_t size = leading()) text.remove_prefix(size);
-  while (const std::size_t size = trailing()) text.remove_suffix(size);
+  while (const std::size_t size = leadingWhiteSpace(text)) text.remove_prefix(size);
+  while (const std::size_t size = trailingWhiteSpace(text)) text.remove_suffix(size);
   return text;
 }
 
@@ -36,6 +45,18 @@ std::vector<std::string_view> split(std::string_view text, char separator) {
     pieces.push_back(text.substr(0, end));
     if (end == std::string_view::npos) return pieces;
     text.remove_prefix(end + 1);
+  }
+}
+
+std::vector<std::string_view> splitAtWhiteSpace(std::string_view text) {
+  std::vector<std::string_view> words;
+  while (true) {
+    text = trimmed(text);
+    if (text.empty()) return words;
+    std::size_t end = 0;
+    while (end < text.size() && leadingWhiteSpace(text.substr(end)) == 0) ++end;
+    words.push_back(text.substr(0, end));
+    text.remove_prefix(end);
   }
 }
 

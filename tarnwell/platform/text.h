@@ -15,6 +15,9 @@ std::string_view trimmed(std::string_view text);
 // The pieces between the separators, empty ones included. They point into `text`.
 std::vector<std::string_view> split(std::string_view text, char separator);
 
+// The words between runs of Unicode white space, never empty. They point into `text`.
+std::vector<std::string_view> splitAtWhiteSpace(std::string_view text);
+
 // The whole text as a decimal integer: an optional sign, then ASCII digits, within 64 bits.
 std::optional<std::int64_t> parseInteger(std::string_view text);
 

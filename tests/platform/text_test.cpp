@@ -44,6 +44,13 @@ TEST(Split, keepsEmptyPieces) {
   EXPECT_THAT(split("", '.'), ElementsAre(""));
 }
 
+TEST(SplitAtWhiteSpace, givesTheWordsBetween) {
+  EXPECT_THAT(splitAtWhiteSpace(" a\t b\u00A0c\r\n"), ElementsAre("a", "b", "c"));
+  EXPECT_THAT(splitAtWhiteSpace("\u3000é"), ElementsAre("é"));
+  EXPECT_TRUE(splitAtWhiteSpace(" \n").empty());
+  EXPECT_TRUE(splitAtWhiteSpace("").empty());
+}
+
 TEST(ParseInteger, readsSignsZerosAndTheWholeRange) {
   EXPECT_EQ(parseInteger("0"), 0);
   EXPECT_EQ(parseInteger("+007"), 7);
