@@ -4,9 +4,8 @@
 #include <charconv>
 #include <cmath>
 
-#include <simdjson.h>
-
 #include "tarnwell/platform/json_error.h"
+#include "tarnwell/platform/text.h"
 
 namespace tarnwell {
 namespace {
@@ -118,7 +117,7 @@ void JSONWriter::newLine() {
 }
 
 void JSONWriter::quoted(std::string_view text) {
-  if (!simdjson::validate_utf8(text.data(), text.size())) throw JSONError::notEncodable();
+  if (!isValidUTF8(text)) throw JSONError::notEncodable();
   text_ += '"';
   std::size_t plainStart = 0;
   for (std::size_t i = 0; i < text.size(); ++i) {

@@ -4,6 +4,8 @@
 #include <array>
 #include <charconv>
 
+#include <simdjson.h>
+
 namespace tarnwell {
 namespace {
 
@@ -31,6 +33,10 @@ std::size_t trailingWhiteSpace(std::string_view text) {
 }
 
 }  // namespace
+
+bool isValidUTF8(std::string_view bytes) {
+  return simdjson::validate_utf8(bytes.data(), bytes.size());
+}
 
 std::string_view trimmed(std::string_view text) {
   while (const std::size_t size = leadingWhiteSpace(text)) text.remove_prefix(size);

@@ -8,6 +8,8 @@
 
 namespace tarnwell {
 
+bool isValidUTF8(std::string_view bytes);
+
 // Without the Unicode white space (line breaks included) at both ends. `text` is valid UTF-8; the
 // result points into it.
 std::string_view trimmed(std::string_view text);

@@ -39,6 +39,13 @@ TEST(Trimmed, keepsAnEmbeddedNull) {
   EXPECT_EQ(trimmed(" " + text + " "), text);
 }
 
+TEST(ValidUTF8, isToldFromOtherBytes) {
+  for (const auto* text : {"", "a", "é😀", "\xEF\xBB\xBF"}) EXPECT_TRUE(isValidUTF8(text));
+  for (const auto* bytes : {"\x80", "a\xC3", "\xC0\xAF", "\xED\xA0\x80", "\xFF"}) {
+    EXPECT_FALSE(isValidUTF8(bytes));
+  }
+}
+
 TEST(Split, keepsEmptyPieces) {
   EXPECT_THAT(split("a..b.", '.'), ElementsAre("a", "", "b", ""));
   EXPECT_THAT(split("", '.'), ElementsAre(""));

@@ -1,0 +1,84 @@
+// The interface through which sessions and diagnostics reach the block in the hosts file.
+#pragma once
+
+#include <array>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tarnwell/platform/error.h"
+
+namespace tarnwell {
+
+// How the block compares with what is expected. A block that lists nothing counts as none.
+enum class BlockingStatus { inactive, active, mismatch, unreadable };
+
+constexpr std::array<std::string_view, 4> texts(BlockingStatus) {
+  return {"inactive", "active", "mismatch", "unreadable"};
+}
+
+// `text` is always the description of the error that was the cause.
+class BlockingError : public Error {
+ public:
+  enum class Case {
+    readFailed,
+    writeFailed,
+    dnsRefreshFailed,
+    rollbackFailed,
+    authorizationCancelled,
+    verificationFailed
+  };
+
+  static BlockingError readFailed(std::string_view text) {
+    return {Case::readFailed, "Could not read the hosts file: ", text};
+  }
+  static BlockingError writeFailed(std::string_view text) {
+    return {Case::writeFailed, "Could not update the hosts file: ", text};
+  }
+  static BlockingError dnsRefreshFailed(std::string_view text) {
+    return {Case::dnsRefreshFailed, "Blocking was written, but DNS refresh failed: ", text};
+  }
+  static BlockingError rollbackFailed(std::string_view text) {
+    return {Case::rollbackFailed, "The update failed and rollback needs attention: ", text};
+  }
+  static BlockingError authorizationCancelled() {
+    return {Case::authorizationCancelled,
+            "Administrator approval was cancelled. No changes were made.", ""};
+  }
+  static BlockingError verificationFailed() {
+    return {Case::verificationFailed, "The hosts file update could not be verified.", ""};
+  }
+
+  Case which() const noexcept { return which_; }
+
+  // By case and text; the description holds the text.
+  friend bool operator==(const BlockingError& a, const BlockingError& b) {
+    return a.which_ == b.which_ && a.description() == b.description();
+  }
+
+ private:
+  BlockingError(Case which, std::string_view prefix, std::string_view text)
+      : Error(std::string(prefix) + std::string(text)), which_(which) {}
+
+  Case which_;
+};
+
+// The hosts are those of `DomainRules::expandedHosts`; they are taken as they come.
+class BlockingEngine {
+ public:
+  BlockingEngine() = default;
+  BlockingEngine(const BlockingEngine&) = delete;
+  BlockingEngine& operator=(const BlockingEngine&) = delete;
+  virtual ~BlockingEngine() = default;
+
+  // Makes the block list exactly these hosts. Throws BlockingError or HostsDocumentError.
+  virtual void apply(const std::vector<std::string>& hosts) = 0;
+
+  // Takes the block out. Throws BlockingError or HostsDocumentError.
+  virtual void remove() = 0;
+
+  // Changes nothing, never fails.
+  virtual BlockingStatus status(const std::vector<std::string>& expectedHosts) = 0;
+};
+
+}  // namespace tarnwell

@@ -1,0 +1,123 @@
+#include "tarnwell/blocking/hosts_blocking_engine.h"
+
+#include <cerrno>
+#include <set>
+#include <system_error>
+
+#include "tarnwell/blocking/hosts_document.h"
+#include "tarnwell/platform/atomic_file.h"
+#include "tarnwell/platform/file.h"
+#include "tarnwell/platform/text.h"
+#include "tarnwell/platform/uuid.h"
+
+namespace tarnwell {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string readHosts(const fs::path& url) {
+  try {
+    auto text = readFile(url);
+    if (!text) throw FileError("open", url, ENOENT);
+    if (!isValidUTF8(*text)) throw FileError("read", url, EILSEQ);
+    return std::move(*text);
+  } catch (const FileError& error) {
+    throw BlockingError::readFailed(error.description());
+  }
+}
+
+// Removes a file when the scope ends, if it can.
+class FileForTheMoment {
+ public:
+  explicit FileForTheMoment(fs::path path) : path_(std::move(path)) {}
+  FileForTheMoment(const FileForTheMoment&) = delete;
+  FileForTheMoment& operator=(const FileForTheMoment&) = delete;
+  ~FileForTheMoment() {
+    std::error_code ignored;
+    fs::remove(path_, ignored);
+  }
+
+  const fs::path& path() const { return path_; }
+
+ private:
+  fs::path path_;
+};
+
+}  // namespace
+
+void HostsBlockingEngine::apply(const std::vector<std::string>& hosts) {
+  const std::scoped_lock guard(mutex_);
+  transact([&](std::string text) { return HostsDocument(std::move(text)).applying(hosts); });
+  if (currentStatus(hosts) != BlockingStatus::active) throw BlockingError::verificationFailed();
+}
+
+void HostsBlockingEngine::remove() {
+  const std::scoped_lock guard(mutex_);
+  transact([](std::string text) { return HostsDocument(std::move(text)).removingManagedBlock(); });
+}
+
+BlockingStatus HostsBlockingEngine::status(const std::vector<std::string>& expectedHosts) {
+  const std::scoped_lock guard(mutex_);
+  return currentStatus(expectedHosts);
+}
+
+void HostsBlockingEngine::transact(const Transform& transform) {
+  const std::string before = readHosts(hostsURL_);
+  const std::string after = transform(before);
+  if (after == before) return;
+
+  const std::string name = "hosts-" + UUID::random().text();
+  const fs::path backup = backupDirectory_ / (name + ".backup");
+  const FileForTheMoment replacement(backupDirectory_ / (name + ".replacement"));
+  try {
+    createFolders(backupDirectory_);
+    replaceFile(backup, before);
+    replaceFile(replacement.path(), after);
+  } catch (const FileError& error) {
+    throw BlockingError::writeFailed(error.description());
+  }
+
+  install(replacement.path(), backup);
+  try {
+    runner_.refreshDNS();
+  } catch (const Error& error) {
+    throw BlockingError::dnsRefreshFailed(error.description());
+  }
+}
+
+void HostsBlockingEngine::install(const fs::path& replacement, const fs::path& backup) {
+  std::string failure;
+  try {
+    runner_.replace(replacement, hostsURL_);
+    return;
+  } catch (const BlockingError& error) {
+    if (error.which() == BlockingError::Case::authorizationCancelled) throw;
+    failure = error.description();
+  } catch (const Error& error) {
+    failure = error.description();
+  }
+  try {
+    runner_.replace(backup, hostsURL_);
+  } catch (const Error& error) {
+    throw BlockingError::rollbackFailed(error.description());
+  }
+  throw BlockingError::writeFailed(failure);
+}
+
+BlockingStatus HostsBlockingEngine::currentStatus(
+    const std::vector<std::string>& expectedHosts) const {
+  std::set<std::string> managed;
+  try {
+    managed = HostsDocument(readHosts(hostsURL_)).managedHosts();
+  } catch (const Error&) {
+    return BlockingStatus::unreadable;
+  }
+  if (managed.empty()) {
+    return expectedHosts.empty() ? BlockingStatus::inactive : BlockingStatus::mismatch;
+  }
+  const std::set<std::string> expected(expectedHosts.begin(), expectedHosts.end());
+  return managed == expected ? BlockingStatus::active : BlockingStatus::mismatch;
+}
+
+}  // namespace tarnwell

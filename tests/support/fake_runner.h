@@ -1,0 +1,44 @@
+// A privileged runner that does what a test tells it to, and remembers what it was asked.
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tarnwell/blocking/privileged_command_running.h"
+
+namespace tarnwell::test {
+
+class FakeRunner : public PrivilegedCommandRunning {
+ public:
+  using Replace = std::function<void(const std::filesystem::path&, const std::filesystem::path&)>;
+
+  // What an administrator's approval does.
+  static void install(const std::filesystem::path& source,
+                      const std::filesystem::path& destination) {
+    std::filesystem::copy_file(source, destination,
+                               std::filesystem::copy_options::overwrite_existing);
+  }
+
+  void replace(const std::filesystem::path& source,
+               const std::filesystem::path& destination) override {
+    requests.push_back(source.extension().string());
+    const std::size_t index = requests.size() - 1;
+    const Replace& answer = index < answers.size() ? answers[index] : answers.back();
+    answer(source, destination);
+  }
+
+  void refreshDNS() override {
+    ++refreshes;
+    onRefresh();
+  }
+
+  std::vector<Replace> answers{install};  // one for each request; the last for all further ones
+  std::function<void()> onRefresh = [] {};
+  std::vector<std::string> requests;  // the extensions of the files to install
+  int refreshes = 0;
+};
+
+}  // namespace tarnwell::test
