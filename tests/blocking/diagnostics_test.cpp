@@ -1,0 +1,74 @@
+#include "tarnwell/blocking/diagnostics.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tarnwell/platform/json_decode.h"
+#include "tarnwell/platform/json_encode.h"
+
+#include "tests/support/fake_blocker.h"
+
+namespace tarnwell {
+namespace {
+
+const std::vector<std::string> hosts = {"example.com", "www.example.com"};
+
+TEST(Diagnostics, judgeEveryStatusWithAndWithoutExpectedHosts) {
+  using Status = BlockingStatus;
+  using Health = DiagnosticHealth;
+  using Action = DiagnosticAction;
+  struct Row {
+    Status status;
+    bool isBlockExpected;
+    Health health;
+    std::optional<Action> action;
+  };
+  for (const auto& [status, isBlockExpected, health, action] :
+       {Row{Status::active, true, Health::healthy, {}},
+        Row{Status::active, false, Health::healthy, {}},
+        Row{Status::inactive, false, Health::inactive, {}},
+        Row{Status::inactive, true, Health::attentionRequired, Action::reapply},
+        Row{Status::mismatch, true, Health::attentionRequired, Action::reapply},
+        Row{Status::mismatch, false, Health::attentionRequired, Action::reapply},
+        Row{Status::unreadable, true, Health::attentionRequired, Action::reviewConfiguration},
+        Row{Status::unreadable, false, Health::attentionRequired, Action::reviewConfiguration}}) {
+    test::FakeBlocker blocker;
+    blocker.state = status;
+    const auto expected = isBlockExpected ? hosts : std::vector<std::string>{};
+    const auto snapshot = Diagnostics(blocker, "/data/Backups").snapshot(expected);
+    const DiagnosticsSnapshot wanted{
+        .health = health,
+        .blockingStatus = status,
+        .expectedDomainCount = static_cast<std::int64_t>(expected.size()),
+        .backupDirectory = "/data/Backups",
+        .suggestedAction = action};
+    EXPECT_EQ(snapshot, wanted) << textOf(status) << isBlockExpected;
+    EXPECT_EQ(blocker.askedHosts, expected);
+    EXPECT_THAT(blocker.calls, testing::ElementsAre("status"));
+  }
+}
+
+TEST(DiagnosticsSnapshot, isWrittenWithoutAnActionWhenThereIsNone) {
+  const DiagnosticsSnapshot idle{.health = DiagnosticHealth::inactive,
+                                 .blockingStatus = BlockingStatus::inactive,
+                                 .backupDirectory = "/b"};
+  const auto* const text =
+      R"({"backupDirectory":"/b","blockingStatus":"inactive","expectedDomainCount":0,)"
+      R"("health":"inactive"})";
+  EXPECT_EQ(encodeJSON(idle, JSONLayout::compact), text);
+  EXPECT_EQ(decodeJSON<DiagnosticsSnapshot>(text), idle);
+}
+
+TEST(DiagnosticsSnapshot, isWrittenWithItsAction) {
+  const DiagnosticsSnapshot damaged{.health = DiagnosticHealth::attentionRequired,
+                                    .blockingStatus = BlockingStatus::mismatch,
+                                    .expectedDomainCount = 2,
+                                    .backupDirectory = "/b",
+                                    .suggestedAction = DiagnosticAction::reapply};
+  EXPECT_EQ(encodeJSON(damaged, JSONLayout::compact),
+            R"({"backupDirectory":"/b","blockingStatus":"mismatch","expectedDomainCount":2,)"
+            R"("health":"attentionRequired","suggestedAction":"reapply"})");
+}
+
+}  // namespace
+}  // namespace tarnwell

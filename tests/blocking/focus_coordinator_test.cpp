@@ -1,0 +1,209 @@
+#include "tarnwell/blocking/focus_coordinator.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/support/fake_blocker.h"
+#include "tests/support/plan.h"
+
+namespace tarnwell {
+namespace {
+
+using test::expectError;
+using test::makeTask;
+using test::someInstant;
+
+constexpr double hour = 3600;
+const BlockingError cancelled = BlockingError::authorizationCancelled();
+
+class FocusCoordinatorTest : public testing::Test, protected test::StoredPlan {
+ protected:
+  FocusCoordinatorTest() {
+    PersistedState state = PersistedState::initial();
+    state.tasks = {task_};
+    local.save(state);
+    blocking.loadPersistedState();
+  }
+
+  FocusStart request(SessionMode mode = SessionMode::flexible) const {
+    return {.taskID = task_.id,
+            .blockingGroup = DomainGroup::socialDistractions(),
+            .duration = hour,
+            .mode = mode,
+            .now = someInstant,
+            .revision = 0};
+  }
+
+  TaskStatus status() const { return task(task_.id).status; }
+  std::optional<BlockSession> storedSession() const { return local.load().activeSession; }
+
+  std::vector<std::string> trail() const {
+    std::vector<std::string> actions;
+    for (const auto& event : local.load().auditEvents) actions.push_back(event.action);
+    return actions;
+  }
+
+  FocusTask task_ = makeTask("T");
+  test::FakeBlocker blocker;
+  TaskSessionEngine tasks{store, Calendar{}};
+  SessionEngine blocking{local, blocker};
+  FocusCoordinator coordinator{tasks, blocking};
+};
+
+TEST_F(FocusCoordinatorTest, startsTheTaskAndItsBlocking) {
+  const auto after = coordinator.start(request(SessionMode::strict));
+  EXPECT_EQ(after.revision(), 1);
+  EXPECT_EQ(status(), TaskStatus::active);
+  EXPECT_EQ(storedSession()->mode, SessionMode::strict);
+  EXPECT_EQ(storedSession()->endsAt, someInstant + hour);
+  EXPECT_EQ(coordinator.lastError.value(), std::nullopt);
+}
+
+TEST_F(FocusCoordinatorTest, startsATaskWithoutAGroupAlone) {
+  FocusStart plain = request();
+  plain.blockingGroup.reset();
+  coordinator.start(plain);
+  EXPECT_EQ(status(), TaskStatus::active);
+  EXPECT_EQ(storedSession(), std::nullopt);
+  EXPECT_TRUE(blocker.calls.empty());
+}
+
+TEST_F(FocusCoordinatorTest, blocksNothingForATaskThatCannotBeStarted) {
+  FocusStart stale = request();
+  stale.revision = 9;
+  expectError(TaskStoreError::revisionConflict(9, 0), [&] { coordinator.start(stale); });
+  EXPECT_EQ(coordinator.lastError.value(), TaskStoreError::revisionConflict(9, 0).description());
+  EXPECT_TRUE(blocker.calls.empty());
+}
+
+TEST_F(FocusCoordinatorTest, undoesTheStartOfATaskWhoseBlockingFails) {
+  blocker.onApply = [] { throw cancelled; };
+  expectError(cancelled, [&] { coordinator.start(request()); });
+  EXPECT_EQ(status(), TaskStatus::pending);
+  EXPECT_EQ(storedSession(), std::nullopt);
+  EXPECT_EQ(revision(), 2);
+  EXPECT_THAT(trail(), testing::ElementsAre("task.start", "task.start.cancel"));
+  EXPECT_EQ(coordinator.lastError.value(), cancelled.description());
+}
+
+TEST_F(FocusCoordinatorTest, undoesTheStartOfATaskWhoseGroupHasNoEnabledRule) {
+  FocusStart disabled = request();
+  for (auto& rule : disabled.blockingGroup->rules) rule.isEnabled = false;
+  expectError(SessionError(SessionError::noEnabledDomains), [&] { coordinator.start(disabled); });
+  EXPECT_EQ(status(), TaskStatus::pending);
+  EXPECT_EQ(coordinator.lastError.value(), "Enable at least one domain before starting.");
+}
+
+TEST_F(FocusCoordinatorTest, reportsTheUndoThatFailedInsteadOfTheBlocking) {
+  blocker.onApply = [&] {
+    TaskStore other(local);  // another process changes the plan while the prompt is open
+    other.transact({.expectedRevision = 1, .action = "x"}, [](PersistedState&) {});
+    throw cancelled;
+  };
+  const auto conflict = TaskStoreError::revisionConflict(1, 2);
+  expectError(conflict, [&] { coordinator.start(request()); });
+  EXPECT_EQ(coordinator.lastError.value(), conflict.description());
+  EXPECT_EQ(status(), TaskStatus::active);
+}
+
+TEST_F(FocusCoordinatorTest, clearsTheLastErrorWithASuccessfulStart) {
+  blocker.onApply = [] { throw cancelled; };
+  EXPECT_THROW(coordinator.start(request()), BlockingError);
+  blocker.onApply = [] {};
+  FocusStart again = request();
+  again.revision = 2;
+  coordinator.start(again);
+  EXPECT_EQ(coordinator.lastError.value(), std::nullopt);
+}
+
+TEST_F(FocusCoordinatorTest, endsAFlexibleSessionWithItsTask) {
+  coordinator.start(request());
+  EXPECT_EQ(coordinator.pause(someInstant, 1).revision(), 2);
+  EXPECT_EQ(status(), TaskStatus::paused);
+  EXPECT_EQ(storedSession(), std::nullopt);
+
+  FocusStart again = request();
+  again.revision = 2;
+  coordinator.start(again);
+  coordinator.skip(someInstant, 3);
+  EXPECT_EQ(status(), TaskStatus::pending);
+  EXPECT_EQ(storedSession(), std::nullopt);
+
+  again.revision = 4;
+  coordinator.start(again);
+  const auto after = coordinator.complete(someInstant, 5);
+  EXPECT_EQ(status(), TaskStatus::completed);
+  EXPECT_EQ(storedSession(), std::nullopt);
+  EXPECT_EQ(after.state(), local.load());
+}
+
+TEST_F(FocusCoordinatorTest, worksOnTasksAloneWhereThereIsNoSession) {
+  FocusStart plain = request();
+  plain.blockingGroup.reset();
+  coordinator.start(plain);
+  coordinator.pause(someInstant, 1);
+  EXPECT_EQ(status(), TaskStatus::paused);
+  EXPECT_TRUE(blocker.calls.empty());
+}
+
+TEST_F(FocusCoordinatorTest, aStrictSessionVetoesPausingAndSkippingBeforeAnythingChanges) {
+  coordinator.start(request(SessionMode::strict));
+  const SessionError locked(SessionError::strictSessionLocked);
+  const Instant before = someInstant + (hour - 1);
+  expectRefused(locked, [&] { coordinator.pause(before, 1); });
+  expectRefused(locked, [&] { coordinator.skip(before, 1); });
+  expectRefused(locked, [&] { coordinator.pause(before, 99); });  // before the conflict
+  EXPECT_EQ(coordinator.lastError.value(), locked.description());
+  coordinator.pause(someInstant + hour, 1);
+  EXPECT_EQ(storedSession(), std::nullopt);
+}
+
+TEST_F(FocusCoordinatorTest, completingIsNeverVetoedAndAStrictSessionGoesOn) {
+  coordinator.start(request(SessionMode::strict));
+  coordinator.complete(someInstant + 1, 1);
+  EXPECT_EQ(status(), TaskStatus::completed);
+  EXPECT_EQ(storedSession()->mode, SessionMode::strict);
+}
+
+TEST_F(FocusCoordinatorTest, aBlockThatCannotBeRemovedFailsThoughTheTaskHasChanged) {
+  coordinator.start(request());
+  blocker.onRemove = [] { throw cancelled; };
+  expectError(cancelled, [&] { coordinator.pause(someInstant, 1); });
+  EXPECT_EQ(status(), TaskStatus::paused);
+  EXPECT_EQ(revision(), 2);
+  EXPECT_EQ(storedSession()->state, SessionState::attentionRequired);
+  EXPECT_EQ(coordinator.lastError.value(), cancelled.description());
+}
+
+TEST_F(FocusCoordinatorTest, leavesTheBlockingAloneWhenTheTaskCannotChange) {
+  coordinator.start(request());
+  EXPECT_THROW(coordinator.pause(someInstant, 9), TaskStoreError);
+  EXPECT_TRUE(storedSession());
+}
+
+TEST_F(FocusCoordinatorTest, recoverWarnsOfAnActiveTaskThatExpectsBlockingAndHasNone) {
+  FocusTask active = task_;
+  active.status = TaskStatus::active;
+  active.activeSegmentStartedAt = someInstant;
+  active.blockingGroupID = UUID::random();
+  save({active});
+  coordinator.recover(someInstant);
+  EXPECT_EQ(coordinator.lastError.value(),
+            "The active task expects website blocking, but protection is not active.");
+  EXPECT_EQ(tasks.activeTaskID.value(), active.id);
+}
+
+TEST_F(FocusCoordinatorTest, recoverTakesOverTheBlockingsError) {
+  coordinator.start(request());
+  blocker.state = BlockingStatus::mismatch;
+  blocker.onApply = [] { throw cancelled; };
+  coordinator.recover(someInstant);
+  EXPECT_EQ(coordinator.lastError.value(), cancelled.description());
+  blocker.state = BlockingStatus::active;
+  save({task_});
+  coordinator.recover(someInstant);
+  EXPECT_EQ(tasks.activeTaskID.value(), std::nullopt);
+}
+
+}  // namespace
+}  // namespace tarnwell
