@@ -7,6 +7,8 @@
 
 #include "tarnwell/agent/envelopes.h"
 #include "tarnwell/agent/failures.h"
+#include "tarnwell/blocking/focus_coordinator.h"
+#include "tarnwell/blocking/session_engine.h"
 #include "tarnwell/planning/recommendation_engine.h"
 #include "tarnwell/platform/calendar.h"
 #include "tarnwell/platform/instant.h"
@@ -20,8 +22,8 @@ namespace tarnwell {
 // approval.
 enum class ApprovalAuthority { untrustedAgent, trustedUserInterface };
 
-// Keeps nothing between commands. Holds the store and the engines by reference; the owner outlives
-// the service. Belongs to the thread of the session engine.
+// Keeps nothing between commands. Holds its parts by reference; the owner outlives the service.
+// Belongs to the thread of the session engines.
 //
 // To add a command:
 //   1. declare its handler among the private members below;
@@ -29,14 +31,18 @@ enum class ApprovalAuthority { untrustedAgent, trustedUserInterface };
 //   3. give it a row in the table in agent_command_service.cpp.
 class AgentCommandService {
  public:
-  AgentCommandService(TaskStore& store, TaskSessionEngine& sessions,
-                      RecommendationEngine& recommendations, const Calendar& calendar,
-                      ApprovalAuthority approvalAuthority = ApprovalAuthority::untrustedAgent)
-      : store_(store),
-        sessions_(sessions),
-        recommendations_(recommendations),
-        calendar_(calendar),
-        approvalAuthority_(approvalAuthority) {}
+  // Without a coordinator and a blocking engine, tasks that block websites are refused.
+  struct Parts {
+    TaskStore& store;
+    TaskSessionEngine& sessions;
+    RecommendationEngine& recommendations;
+    Calendar calendar{};
+    ApprovalAuthority approvalAuthority = ApprovalAuthority::untrustedAgent;
+    FocusCoordinator* focusCoordinator = nullptr;
+    SessionEngine* blocking = nullptr;
+  };
+
+  explicit AgentCommandService(const Parts& parts) : parts_(parts) {}
 
   // `now` is the command's only clock reading. Never throws: every failure is a reply.
   AgentResponseEnvelope execute(const AgentCommandEnvelope& envelope, Instant now);
@@ -73,13 +79,12 @@ class AgentCommandService {
   AgentResponseEnvelope approveProposal(const AgentCommandEnvelope& envelope, Instant now);
   AgentResponseEnvelope dismissProposal(const AgentCommandEnvelope& envelope, Instant now);
 
+  AgentResponseEnvelope startBlockedTask(const FocusTask& task,
+                                         const AgentCommandEnvelope& envelope, Instant now,
+                                         const Failure& refusal);
   bool isApprovedByUser(const AgentCommandEnvelope& envelope) const;
 
-  TaskStore& store_;
-  TaskSessionEngine& sessions_;
-  RecommendationEngine& recommendations_;
-  const Calendar calendar_;
-  const ApprovalAuthority approvalAuthority_;
+  const Parts parts_;
 };
 
 }  // namespace tarnwell

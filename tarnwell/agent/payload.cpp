@@ -11,6 +11,12 @@ AgentServiceError problem(std::string_view what, std::string_view key) {
   return AgentServiceError::invalidPayload(std::string(what) + " " + std::string(key) + ".");
 }
 
+template <TextEnum E>
+std::optional<E> optionalEnum(const JSONValue::Object& payload, std::string_view key) {
+  const std::string* const text = optionalString(payload, key);
+  return text == nullptr ? std::nullopt : enumFromText<E>(*text);
+}
+
 }  // namespace
 
 std::int64_t requireRevision(const AgentCommandEnvelope& envelope) {
@@ -46,8 +52,11 @@ std::optional<std::int64_t> optionalInt(const JSONValue::Object& payload, std::s
 
 std::optional<TaskPriority> optionalPriority(const JSONValue::Object& payload,
                                              std::string_view key) {
-  const std::string* const text = optionalString(payload, key);
-  return text == nullptr ? std::nullopt : enumFromText<TaskPriority>(*text);
+  return optionalEnum<TaskPriority>(payload, key);
+}
+
+std::optional<SessionMode> optionalMode(const JSONValue::Object& payload, std::string_view key) {
+  return optionalEnum<SessionMode>(payload, key);
 }
 
 std::optional<LocalDay> optionalDay(const JSONValue::Object& payload, std::string_view key) {

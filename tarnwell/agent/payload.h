@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "tarnwell/agent/envelopes.h"
+#include "tarnwell/model/block_session.h"
 #include "tarnwell/model/task.h"
 #include "tarnwell/platform/error.h"
 #include "tarnwell/platform/json_value.h"
@@ -60,6 +61,9 @@ std::optional<std::int64_t> optionalInt(const JSONValue::Object& payload, std::s
 // Absent when the key is, or is not a string, or names no priority.
 std::optional<TaskPriority> optionalPriority(const JSONValue::Object& payload,
                                              std::string_view key);
+
+// Absent when the key is, or is not a string, or names no mode.
+std::optional<SessionMode> optionalMode(const JSONValue::Object& payload, std::string_view key);
 
 // Absent when the key is, or is not a string, or holds no day.
 std::optional<LocalDay> optionalDay(const JSONValue::Object& payload, std::string_view key);

@@ -12,26 +12,26 @@ constexpr std::string_view proposalIDKey = "proposal_id";
 
 AgentResponseEnvelope AgentCommandService::getReview(const AgentCommandEnvelope& /*envelope*/,
                                                      Instant now) {
-  const auto snapshot = store_.snapshot();
-  return success(snapshot.revision(),
-                 jsonValue(RecommendationEngine::review(now, snapshot.state().tasks, calendar_)));
+  const auto snapshot = parts_.store.snapshot();
+  return success(snapshot.revision(), jsonValue(RecommendationEngine::review(
+                                          now, snapshot.state().tasks, parts_.calendar)));
 }
 
 AgentResponseEnvelope AgentCommandService::generateProposals(const AgentCommandEnvelope& envelope,
                                                              Instant now) {
   const std::int64_t revision = requireRevision(envelope);
-  const auto current = store_.snapshot();
+  const auto current = parts_.store.snapshot();
   const auto& state = current.state();
-  const auto proposals =
-      RecommendationEngine::proposals(RecommendationEngine::review(now, state.tasks, calendar_),
-                                      state.tasks, state.preferences.dailyCapacityMinutes);
-  const auto saved = recommendations_.save(proposals, revision, now);
+  const auto proposals = RecommendationEngine::proposals(
+      RecommendationEngine::review(now, state.tasks, parts_.calendar), state.tasks,
+      state.preferences.dailyCapacityMinutes);
+  const auto saved = parts_.recommendations.save(proposals, revision, now);
   return success(saved.revision(), jsonValue(proposals));
 }
 
 AgentResponseEnvelope AgentCommandService::listProposals(const AgentCommandEnvelope& /*envelope*/,
                                                          Instant /*now*/) {
-  const auto snapshot = store_.snapshot();
+  const auto snapshot = parts_.store.snapshot();
   return success(snapshot.revision(), jsonValue(snapshot.state().proposals));
 }
 
@@ -39,7 +39,7 @@ AgentResponseEnvelope AgentCommandService::approveProposal(const AgentCommandEnv
                                                            Instant now) {
   if (!isApprovedByUser(envelope)) return failure(failures::approvalNeedsUser);
   const UUID proposalID = requireUUID(envelope.payload, proposalIDKey);
-  const auto after = recommendations_.approve(proposalID, requireRevision(envelope), now);
+  const auto after = parts_.recommendations.approve(proposalID, requireRevision(envelope), now);
   return success(after.revision(), std::nullopt);
 }
 
@@ -47,12 +47,13 @@ AgentResponseEnvelope AgentCommandService::dismissProposal(const AgentCommandEnv
                                                            Instant now) {
   if (!isApprovedByUser(envelope)) return failure(failures::dismissalNeedsUser);
   const UUID proposalID = requireUUID(envelope.payload, proposalIDKey);
-  const auto after = recommendations_.dismiss(proposalID, requireRevision(envelope), now);
+  const auto after = parts_.recommendations.dismiss(proposalID, requireRevision(envelope), now);
   return success(after.revision(), std::nullopt);
 }
 
 bool AgentCommandService::isApprovedByUser(const AgentCommandEnvelope& envelope) const {
-  return approvalAuthority_ == ApprovalAuthority::trustedUserInterface && envelope.userApproval;
+  return parts_.approvalAuthority == ApprovalAuthority::trustedUserInterface &&
+         envelope.userApproval;
 }
 
 }  // namespace tarnwell

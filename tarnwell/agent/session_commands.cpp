@@ -7,6 +7,8 @@
 namespace tarnwell {
 namespace {
 
+constexpr std::string_view modeKey = "mode";
+
 AgentResponseEnvelope successAfter(const TaskStoreSnapshot& snapshot) {
   return AgentCommandService::success(snapshot.revision(), std::nullopt);
 }
@@ -29,44 +31,78 @@ AgentResponseEnvelope AgentCommandService::startTask(const AgentCommandEnvelope&
                                                      Instant now) {
   const UUID taskID = requireUUID(envelope.payload, taskIDKey);
   const std::int64_t revision = requireRevision(envelope);
-  const auto current = store_.snapshot();
+  const auto current = parts_.store.snapshot();
   const FocusTask* const task =
       firstTask(current, [&](const FocusTask& each) { return each.id == taskID; });
   if (task == nullptr) throw AgentServiceError::taskNotFound();
-  if (task->blockingGroupID) return failure(failures::blockedStartRequiresApp);
-  return successAfter(sessions_.start(taskID, now, revision));
+  if (task->blockingGroupID) {
+    return startBlockedTask(*task, envelope, now, failures::blockedStartRequiresApp);
+  }
+  return successAfter(parts_.sessions.start(taskID, now, revision));
 }
 
 AgentResponseEnvelope AgentCommandService::pauseTask(const AgentCommandEnvelope& envelope,
                                                      Instant now) {
-  return successAfter(sessions_.pause(now, requireRevision(envelope)));
+  const std::int64_t revision = requireRevision(envelope);
+  return successAfter(parts_.focusCoordinator != nullptr
+                          ? parts_.focusCoordinator->pause(now, revision)
+                          : parts_.sessions.pause(now, revision));
 }
 
 AgentResponseEnvelope AgentCommandService::resumeTask(const AgentCommandEnvelope& envelope,
                                                       Instant now) {
   const std::int64_t revision = requireRevision(envelope);
-  const auto current = store_.snapshot();
+  const auto current = parts_.store.snapshot();
   const FocusTask* const task = firstTaskWithStatus(current, TaskStatus::paused);
   if (task == nullptr) throw TaskSessionError(TaskSessionError::noActiveTask);
-  if (task->blockingGroupID) return failure(failures::blockedResumeRequiresApp);
-  return successAfter(sessions_.resume(now, revision));
+  if (task->blockingGroupID) {
+    return startBlockedTask(*task, envelope, now, failures::blockedResumeRequiresApp);
+  }
+  return successAfter(parts_.sessions.resume(now, revision));
 }
 
 AgentResponseEnvelope AgentCommandService::skipTask(const AgentCommandEnvelope& envelope,
                                                     Instant now) {
-  return successAfter(sessions_.skip(now, requireRevision(envelope)));
+  const std::int64_t revision = requireRevision(envelope);
+  return successAfter(parts_.focusCoordinator != nullptr
+                          ? parts_.focusCoordinator->skip(now, revision)
+                          : parts_.sessions.skip(now, revision));
 }
 
 AgentResponseEnvelope AgentCommandService::completeTask(const AgentCommandEnvelope& envelope,
                                                         Instant now) {
   const std::int64_t revision = requireRevision(envelope);
-  const auto current = store_.snapshot();
+  const auto current = parts_.store.snapshot();
   const FocusTask* const task = firstTaskWithStatus(current, TaskStatus::active);
   // Completing would leave a notification pending that only the application can cancel.
   if (task != nullptr && task->reminder && task->reminder->isEnabled) {
     return failure(failures::reminderRequiresApp, current.revision());
   }
-  return successAfter(sessions_.complete(now, revision));
+  return successAfter(parts_.focusCoordinator != nullptr
+                          ? parts_.focusCoordinator->complete(now, revision)
+                          : parts_.sessions.complete(now, revision));
+}
+
+// For as long as the task is estimated to take.
+AgentResponseEnvelope AgentCommandService::startBlockedTask(const FocusTask& task,
+                                                            const AgentCommandEnvelope& envelope,
+                                                            Instant now, const Failure& refusal) {
+  constexpr std::int64_t minutesWithoutEstimate = 25;
+  constexpr std::int64_t fewestMinutes = 1;
+  constexpr double secondsPerMinute = 60;
+  if (parts_.focusCoordinator == nullptr || parts_.blocking == nullptr) return failure(refusal);
+  const auto group = parts_.blocking->group(*task.blockingGroupID);
+  if (!group) return failure(refusal);
+  const auto minutes =
+      std::max(fewestMinutes, task.estimatedMinutes.value_or(minutesWithoutEstimate));
+  const FocusStart start{
+      .taskID = task.id,
+      .blockingGroup = group,
+      .duration = static_cast<double>(minutes) * secondsPerMinute,
+      .mode = optionalMode(envelope.payload, modeKey).value_or(SessionMode::flexible),
+      .now = now,
+      .revision = requireRevision(envelope)};
+  return successAfter(parts_.focusCoordinator->start(start));
 }
 
 }  // namespace tarnwell

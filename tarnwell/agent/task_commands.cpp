@@ -36,7 +36,7 @@ void applyChanges(const JSONValue::Object& payload, FocusTask& task) {
 
 AgentResponseEnvelope AgentCommandService::listTasks(const AgentCommandEnvelope& /*envelope*/,
                                                      Instant /*now*/) {
-  const auto snapshot = store_.snapshot();
+  const auto snapshot = parts_.store.snapshot();
   return success(snapshot.revision(), jsonValue(snapshot.state().tasks));
 }
 
@@ -48,7 +48,7 @@ AgentResponseEnvelope AgentCommandService::createTask(const AgentCommandEnvelope
   fields.estimatedMinutes = optionalInt(payload, estimatedMinutesKey);
   fields.priority = optionalPriority(payload, priorityKey).value_or(TaskPriority::normal);
   fields.plannedDay = optionalDay(payload, plannedDayKey);
-  fields.manualPosition = PlannerEngine::nextManualPosition(store_.snapshot().state().tasks,
+  fields.manualPosition = PlannerEngine::nextManualPosition(parts_.store.snapshot().state().tasks,
                                                             fields.plannedDay, fields.priority);
   fields.createdAt = now;
   const FocusTask task = FocusTask::make(std::move(fields));
@@ -59,7 +59,7 @@ AgentResponseEnvelope AgentCommandService::createTask(const AgentCommandEnvelope
                                  .taskID = task.id,
                                  .now = now};
   const auto snapshot =
-      store_.transact(creation, [&](PersistedState& state) { state.tasks.push_back(task); });
+      parts_.store.transact(creation, [&](PersistedState& state) { state.tasks.push_back(task); });
   return success(snapshot.revision(), jsonValue(task));
 }
 
@@ -74,7 +74,7 @@ AgentResponseEnvelope AgentCommandService::updateTask(const AgentCommandEnvelope
                                .taskID = taskID,
                                .now = now};
   FocusTask updated;
-  const auto snapshot = store_.transact(update, [&](PersistedState& state) {
+  const auto snapshot = parts_.store.transact(update, [&](PersistedState& state) {
     FocusTask* const task = findTask(state.tasks, taskID);
     if (task == nullptr) throw AgentServiceError::taskNotFound();
     applyChanges(envelope.payload, *task);

@@ -61,7 +61,10 @@ std::string answer() {
   TaskStore store(LocalStore(dataDirectory() / "state.json"));
   TaskSessionEngine sessions(store, calendar);
   RecommendationEngine recommendations(store);
-  AgentCommandService service(store, sessions, recommendations, calendar);
+  AgentCommandService service({.store = store,
+                               .sessions = sessions,
+                               .recommendations = recommendations,
+                               .calendar = calendar});
   return encodeReply(service.execute(envelope, Instant::now()));
 }
 

@@ -18,7 +18,11 @@ namespace tarnwell::test {
 class ServiceOnScratchFolder {
  public:
   explicit ServiceOnScratchFolder(ApprovalAuthority authority = ApprovalAuthority::untrustedAgent)
-      : service(store, sessions, recommendations, calendar, authority) {}
+      : service({.store = store,
+                 .sessions = sessions,
+                 .recommendations = recommendations,
+                 .calendar = calendar,
+                 .approvalAuthority = authority}) {}
 
   AgentResponseEnvelope execute(std::string command, std::optional<std::int64_t> expectedRevision,
                                 JSONValue::Object payload = {}) {

@@ -1,0 +1,182 @@
+// The session commands of a service that can block websites.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/support/fake_blocker.h"
+#include "tests/support/service.h"
+
+namespace tarnwell {
+namespace {
+
+using test::someInstant;
+using Service = AgentCommandService;
+
+class BlockedTaskCommandsTest : public testing::Test {
+ protected:
+  BlockedTaskCommandsTest() {
+    task.blockingGroupID = DomainGroup::socialDistractions().id;
+    save(task);
+  }
+
+  void save(const FocusTask& stored) {
+    PersistedState state = PersistedState::initial();
+    state.tasks = {stored};
+    local.save(state);
+    blocking.loadPersistedState();
+  }
+
+  AgentResponseEnvelope execute(const std::string& command, std::int64_t revision,
+                                JSONValue::Object payload = {}) {
+    return service.execute({.version = 1,
+                            .command = command,
+                            .expectedRevision = revision,
+                            .payload = std::move(payload)},
+                           now);
+  }
+
+  AgentResponseEnvelope start(JSONValue::Object payload = {}) {
+    payload["task_id"] = task.id.text();
+    return execute("tasks.start", 0, std::move(payload));
+  }
+
+  TaskStatus status() const { return local.load().tasks[0].status; }
+  std::optional<BlockSession> session() const { return local.load().activeSession; }
+
+  test::ScratchFolder folder;
+  LocalStore local{folder / "state.json"};
+  TaskStore store{local};
+  TaskSessionEngine tasks{store, Calendar{}};
+  RecommendationEngine recommendations{store};
+  test::FakeBlocker blocker;
+  SessionEngine blocking{local, blocker};
+  FocusCoordinator coordinator{tasks, blocking};
+  AgentCommandService service{{.store = store,
+                               .sessions = tasks,
+                               .recommendations = recommendations,
+                               .focusCoordinator = &coordinator,
+                               .blocking = &blocking}};
+  FocusTask task = test::makeTask("Blocked");
+  Instant now = someInstant;
+};
+
+TEST_F(BlockedTaskCommandsTest, startBlocksFor25MinutesFlexiblyUnlessSaidOtherwise) {
+  EXPECT_EQ(start(), Service::success(1, {}));
+  EXPECT_EQ(status(), TaskStatus::active);
+  EXPECT_EQ(session()->mode, SessionMode::flexible);
+  EXPECT_EQ(session()->endsAt - session()->startedAt, 1500);
+  EXPECT_EQ(session()->group, DomainGroup::socialDistractions());
+}
+
+TEST_F(BlockedTaskCommandsTest, startTakesAStrictMode) {
+  start({{"mode", "strict"}});
+  EXPECT_EQ(session()->mode, SessionMode::strict);
+  EXPECT_EQ(session()->endsAt - session()->startedAt, 1500);
+}
+
+TEST_F(BlockedTaskCommandsTest, startTakesAnyOtherModeForFlexible) {
+  for (const JSONValue& mode :
+       {JSONValue("lenient"), JSONValue("Strict"), JSONValue(1.0), JSONValue()}) {
+    save(task);
+    EXPECT_TRUE(start({{"mode", mode}}).ok);
+    EXPECT_EQ(session()->mode, SessionMode::flexible);
+  }
+}
+
+TEST_F(BlockedTaskCommandsTest, startBlocksForTheEstimateAndAMinuteAtLeast) {
+  for (const auto& [minutes, seconds] :
+       {std::pair<std::int64_t, double>{90, 5400}, {1, 60}, {0, 60}}) {
+    task.estimatedMinutes = minutes;
+    save(task);
+    start();
+    EXPECT_EQ(session()->endsAt - session()->startedAt, seconds);
+  }
+}
+
+TEST_F(BlockedTaskCommandsTest, startRefusesATaskWhoseGroupIsGone) {
+  task.blockingGroupID = UUID::random();
+  save(task);
+  EXPECT_EQ(start(), Service::failure(failures::blockedStartRequiresApp));
+  EXPECT_EQ(status(), TaskStatus::pending);
+}
+
+TEST_F(BlockedTaskCommandsTest, aBlockedStartThatFailsIsOneRefusalAndTwoEvents) {
+  blocker.onApply = [] { throw BlockingError::authorizationCancelled(); };
+  EXPECT_EQ(start(), Service::failure(failures::operationFailed));
+  EXPECT_EQ(status(), TaskStatus::pending);
+  EXPECT_EQ(local.load().revision, 2);
+  EXPECT_EQ(local.load().auditEvents.size(), 2U);
+  EXPECT_EQ(session(), std::nullopt);
+}
+
+TEST_F(BlockedTaskCommandsTest, startAnswersAStaleRevisionWithTheConflictAndBlocksNothing) {
+  EXPECT_EQ(execute("tasks.start", 3, {{"task_id", task.id.text()}}),
+            Service::failure(failures::revisionConflict, 0, "Expected 3, current 0."));
+  EXPECT_TRUE(blocker.calls.empty());
+}
+
+TEST_F(BlockedTaskCommandsTest, resumeStartsAFreshSession) {
+  start();
+  EXPECT_EQ(execute("tasks.pause", 1), Service::success(2, {}));
+  EXPECT_EQ(session(), std::nullopt);
+  now = someInstant + 600;
+  EXPECT_EQ(execute("tasks.resume", 2, {{"mode", "strict"}}), Service::success(3, {}));
+  EXPECT_EQ(session()->startedAt, now);
+  EXPECT_EQ(session()->mode, SessionMode::strict);
+}
+
+TEST_F(BlockedTaskCommandsTest, resumeRefusesATaskWhoseGroupIsGone) {
+  task.blockingGroupID = UUID::random();
+  task.status = TaskStatus::paused;
+  save(task);
+  EXPECT_EQ(execute("tasks.resume", 0), Service::failure(failures::blockedResumeRequiresApp));
+}
+
+TEST_F(BlockedTaskCommandsTest, resumeDuringAStrictSessionLeavesThePausedTaskPending) {
+  start({{"mode", "strict"}});
+  tasks.pause(now, 1);  // as the desktop application may
+  EXPECT_EQ(execute("tasks.resume", 2), Service::failure(failures::operationFailed));
+  EXPECT_EQ(status(), TaskStatus::pending);
+  EXPECT_EQ(local.load().revision, 4);
+}
+
+TEST_F(BlockedTaskCommandsTest, aStrictSessionRefusesPauseAndSkipBeforeAnyConflict) {
+  start({{"mode", "strict"}});
+  for (const auto* command : {"tasks.pause", "tasks.skip"}) {
+    EXPECT_EQ(execute(command, 99), Service::failure(failures::operationFailed));
+  }
+  EXPECT_EQ(status(), TaskStatus::active);
+}
+
+TEST_F(BlockedTaskCommandsTest, completeLeavesAStrictSessionRunning) {
+  start({{"mode", "strict"}});
+  EXPECT_EQ(execute("tasks.complete", 1), Service::success(2, {}));
+  EXPECT_EQ(status(), TaskStatus::completed);
+  EXPECT_TRUE(session());
+}
+
+TEST_F(BlockedTaskCommandsTest, skipEndsAFlexibleSession) {
+  start();
+  EXPECT_EQ(execute("tasks.skip", 1), Service::success(2, {}));
+  EXPECT_EQ(session(), std::nullopt);
+}
+
+TEST_F(BlockedTaskCommandsTest, aBlockThatCannotBeRemovedIsARefusalThoughTheTaskHasChanged) {
+  start();
+  blocker.onRemove = [] { throw BlockingError::writeFailed("x"); };
+  EXPECT_EQ(execute("tasks.pause", 1), Service::failure(failures::operationFailed));
+  EXPECT_EQ(status(), TaskStatus::paused);
+  EXPECT_EQ(local.load().revision, 2);
+  EXPECT_EQ(session()->state, SessionState::attentionRequired);
+}
+
+TEST_F(BlockedTaskCommandsTest, aTaskWithoutAGroupIsStartedAlone) {
+  task.blockingGroupID.reset();
+  save(task);
+  EXPECT_TRUE(start().ok);
+  EXPECT_EQ(session(), std::nullopt);
+  EXPECT_TRUE(execute("tasks.pause", 1).ok);
+  EXPECT_TRUE(blocker.calls.empty());
+}
+
+}  // namespace
+}  // namespace tarnwell
