@@ -1,0 +1,77 @@
+#include "tarnwell/blocking/macos_privileged_command_runner.h"
+
+#include <algorithm>
+
+#include "tarnwell/blocking/blocking_engine.h"
+#include "tarnwell/platform/file.h"
+#include "tarnwell/platform/text.h"
+
+namespace tarnwell {
+namespace {
+
+std::string replacingAll(std::string_view text, char wanted, std::string_view replacement) {
+  std::string result;
+  for (const char c : text) {
+    if (c == wanted) {
+      result += replacement;
+    } else {
+      result += c;
+    }
+  }
+  return result;
+}
+
+std::string shellQuote(std::string_view text) {
+  return "'" + replacingAll(text, '\'', R"('\'')") + "'";
+}
+
+// The literal of a text in the script language.
+std::string scriptLiteral(std::string_view text) {
+  return "\"" + replacingAll(replacingAll(text, '\\', R"(\\)"), '"', R"(\")") + "\"";
+}
+
+bool mentionsCancelling(std::string_view text) {
+  constexpr std::string_view word = "cancel";
+  const auto isSame = [](char a, char b) {
+    const char lower = 'A' <= a && a <= 'Z' ? static_cast<char>(a - 'A' + 'a') : a;
+    return lower == b;
+  };
+  return std::search(text.begin(), text.end(), word.begin(), word.end(), isSame) != text.end();
+}
+
+}  // namespace
+
+void MacOSPrivilegedCommandRunner::replace(const std::filesystem::path& source,
+                                           const std::filesystem::path& destination) {
+  ChildResult result;
+  try {
+    result = runChild(scriptArguments(commandPlan(source.string(), destination.string())));
+  } catch (const FileError& error) {
+    throw BlockingError::writeFailed(error.description());
+  }
+  requireSuccess(result);
+}
+
+std::string MacOSPrivilegedCommandRunner::commandPlan(std::string_view replacementPath,
+                                                      std::string_view destinationPath) {
+  const std::string replacement = shellQuote(replacementPath);
+  const std::string destination = shellQuote(destinationPath);
+  return "/bin/cp " + replacement + " " + destination +     //
+         " && /usr/sbin/chown root:wheel " + destination +  //
+         " && /bin/chmod 644 " + destination +              //
+         " && /usr/bin/dscacheutil -flushcache && /usr/bin/killall -HUP mDNSResponder";
+}
+
+std::vector<std::string> MacOSPrivilegedCommandRunner::scriptArguments(std::string_view command) {
+  return {"/usr/bin/osascript", "-e",
+          "do shell script " + scriptLiteral(command) + " with administrator privileges"};
+}
+
+void MacOSPrivilegedCommandRunner::requireSuccess(const ChildResult& result) {
+  if (result.exitStatus == 0) return;
+  const std::string_view errors = isValidUTF8(result.errors) ? result.errors : std::string_view();
+  if (mentionsCancelling(errors)) throw BlockingError::authorizationCancelled();
+  throw BlockingError::writeFailed(trimmed(errors));
+}
+
+}  // namespace tarnwell
