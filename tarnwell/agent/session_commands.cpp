@@ -44,9 +44,10 @@ AgentResponseEnvelope AgentCommandService::startTask(const AgentCommandEnvelope&
 AgentResponseEnvelope AgentCommandService::pauseTask(const AgentCommandEnvelope& envelope,
                                                      Instant now) {
   const std::int64_t revision = requireRevision(envelope);
-  return successAfter(parts_.focusCoordinator != nullptr
-                          ? parts_.focusCoordinator->pause(now, revision)
-                          : parts_.sessions.pause(now, revision));
+  if (parts_.focusCoordinator != nullptr) {
+    return successAfter(parts_.focusCoordinator->pause(now, revision));
+  }
+  return successAfter(parts_.sessions.pause(now, revision));
 }
 
 AgentResponseEnvelope AgentCommandService::resumeTask(const AgentCommandEnvelope& envelope,
@@ -64,9 +65,10 @@ AgentResponseEnvelope AgentCommandService::resumeTask(const AgentCommandEnvelope
 AgentResponseEnvelope AgentCommandService::skipTask(const AgentCommandEnvelope& envelope,
                                                     Instant now) {
   const std::int64_t revision = requireRevision(envelope);
-  return successAfter(parts_.focusCoordinator != nullptr
-                          ? parts_.focusCoordinator->skip(now, revision)
-                          : parts_.sessions.skip(now, revision));
+  if (parts_.focusCoordinator != nullptr) {
+    return successAfter(parts_.focusCoordinator->skip(now, revision));
+  }
+  return successAfter(parts_.sessions.skip(now, revision));
 }
 
 AgentResponseEnvelope AgentCommandService::completeTask(const AgentCommandEnvelope& envelope,
@@ -78,9 +80,10 @@ AgentResponseEnvelope AgentCommandService::completeTask(const AgentCommandEnvelo
   if (task != nullptr && task->reminder && task->reminder->isEnabled) {
     return failure(failures::reminderRequiresApp, current.revision());
   }
-  return successAfter(parts_.focusCoordinator != nullptr
-                          ? parts_.focusCoordinator->complete(now, revision)
-                          : parts_.sessions.complete(now, revision));
+  if (parts_.focusCoordinator != nullptr) {
+    return successAfter(parts_.focusCoordinator->complete(now, revision));
+  }
+  return successAfter(parts_.sessions.complete(now, revision));
 }
 
 // For as long as the task is estimated to take.

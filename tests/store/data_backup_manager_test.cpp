@@ -1,0 +1,136 @@
+#include "tarnwell/store/data_backup_manager.h"
+
+#include <cerrno>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tarnwell/platform/file.h"
+
+#include "tests/support/builders.h"
+#include "tests/support/expect_error.h"
+#include "tests/support/scoped_environment.h"
+#include "tests/support/scratch_folder.h"
+
+namespace tarnwell {
+namespace {
+
+namespace fs = std::filesystem;
+
+using test::contentOf;
+using test::expectError;
+using test::someInstant;
+using test::writeFile;
+
+class DataBackupManagerTest : public testing::Test {
+ protected:
+  void save(std::int64_t revision) const {
+    local.save({.revision = revision, .tasks = {test::makeTask("T")}});
+  }
+
+  fs::path backUp(Instant now = someInstant) const {
+    return manager.createDailyBackup(now, Calendar{});
+  }
+
+  // Checks that a document can neither be backed up nor exported nor restored.
+  template <class E>
+  void expectRefused(const std::string& document, const E& error) {
+    SCOPED_TRACE(document);
+    writeFile(folder / "live/state.json", document);
+    expectError(error, [&] { backUp(); });
+    expectError(error, [&] { manager.exportBackup(folder / "export.json"); });
+    EXPECT_FALSE(fs::exists(backups));
+    EXPECT_FALSE(fs::exists(folder / "export.json"));
+
+    writeFile(folder / "backup.json", document);
+    save(3);
+    const std::string before = contentOf(local.url());
+    expectError(error, [&] { manager.restoreBackup(folder / "backup.json"); });
+    EXPECT_EQ(contentOf(local.url()), before);
+  }
+
+  test::ScopedTimeZone zone{"UTC"};
+  test::ScratchFolder folder;
+  fs::path backups = folder / "daily/backups";
+  LocalStore local{folder / "live/state.json"};
+  DataBackupManager manager{local, backups};
+};
+
+TEST_F(DataBackupManagerTest, copiesTheLiveFileUnderTheNameOfTheDay) {
+  writeFile(local.url(), R"({"schemaVersion":2,  "unknown":1})");
+  const fs::path backup = backUp();
+  EXPECT_EQ(backup, backups / "Tarnwell-2025-03-04.json");
+  EXPECT_EQ(contentOf(backup), contentOf(local.url()));
+}
+
+TEST_F(DataBackupManagerTest, keepsTheFirstCopyOfADay) {
+  save(1);
+  const fs::path first = backUp();
+  const std::string content = contentOf(first);
+  save(2);
+  EXPECT_EQ(backUp(someInstant + 3600), first);
+  EXPECT_EQ(contentOf(first), content);
+}
+
+TEST_F(DataBackupManagerTest, takesTheDayInTheCalendarsZone) {
+  const test::ScopedTimeZone tokyo("Asia/Tokyo");
+  save(1);
+  const Instant midnight = *Calendar{}.date({2025, 3, 5});
+  EXPECT_EQ(backUp(midnight + -1).filename(), "Tarnwell-2025-03-04.json");
+  EXPECT_EQ(backUp(midnight).filename(), "Tarnwell-2025-03-05.json");
+}
+
+TEST_F(DataBackupManagerTest, exportsTheLiveFileOverWhatThereIs) {
+  save(1);
+  const fs::path destination = folder / "chosen/by/the user.json";
+  writeFile(destination, "older");
+  manager.exportBackup(destination);
+  EXPECT_EQ(contentOf(destination), contentOf(local.url()));
+}
+
+TEST_F(DataBackupManagerTest, restoresABackupWithItsRevisionAndKeepsTheFileFromBefore) {
+  save(4);
+  const PersistedState state = local.load();
+  const fs::path backup = backUp();
+  save(9);
+  const std::string before = contentOf(local.url());
+  fs::remove_all(folder / "live/State Backups");
+  EXPECT_EQ(manager.restoreBackup(backup), state);
+  EXPECT_EQ(local.load(), state);
+  const auto copy = fs::directory_iterator(folder / "live/State Backups")->path();
+  EXPECT_EQ(contentOf(copy), before);
+}
+
+TEST_F(DataBackupManagerTest, refusesEveryVersionButTheCurrentOne) {
+  for (const std::int64_t version : {1, 3, 0, -1}) {
+    expectRefused(R"({"schemaVersion":)" + std::to_string(version) + "}",
+                  DataBackupError::legacySchema(version));
+  }
+}
+
+TEST_F(DataBackupManagerTest, refusesADocumentThatDoesNotLoad) {
+  expectRefused(
+      R"({"schemaVersion":2,"tasks":[{"id":"11111111-1111-4111-8111-111111111111","title":" ",)"
+      R"("notes":"","priority":"low","manualPosition":0,"status":"pending","createdAt":0,)"
+      R"("updatedAt":0,"skipCount":0,"accumulatedFocusSeconds":0}]})",
+      LocalStoreError::unreadable("Enter a task title."));
+  expectRefused(R"({"schemaVersion":2,"revision":"1"})",
+                LocalStoreError::unreadable("The value of \"revision\" is not valid."));
+}
+
+TEST_F(DataBackupManagerTest, refusesAFileThatIsMissing) {
+  const FileError missing("open", local.url(), ENOENT);
+  expectError(missing, [&] { backUp(); });
+  expectError(missing, [&] { manager.exportBackup(folder / "export.json"); });
+  expectError(FileError("open", folder / "none.json", ENOENT),
+              [&] { manager.restoreBackup(folder / "none.json"); });
+  EXPECT_EQ(test::entryCount(folder.path()), 0U);
+}
+
+TEST(DataBackupError, saysWhichVersionCannotBeRestored) {
+  EXPECT_EQ(DataBackupError::legacySchema(1).description(),
+            "This backup uses legacy schema 1 and cannot safely restore task history.");
+}
+
+}  // namespace
+}  // namespace tarnwell
