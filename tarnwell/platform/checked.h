@@ -16,4 +16,10 @@ inline std::int64_t checkedAdd(std::int64_t a, std::int64_t b) {
   return sum;
 }
 
+inline std::int64_t checkedMultiply(std::int64_t a, std::int64_t b) {
+  std::int64_t product = 0;
+  if (__builtin_mul_overflow(a, b, &product)) fatalError("integer overflow");
+  return product;
+}
+
 }  // namespace tarnwell

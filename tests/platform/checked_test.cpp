@@ -21,5 +21,11 @@ TEST(CheckedAdd, endsTheProcessBeyondThem) {
   EXPECT_DEATH(checkedAdd(least, -1), "integer overflow");
 }
 
+TEST(CheckedMultiply, multipliesUpToTheLimitsAndEndsTheProcessBeyondThem) {
+  EXPECT_EQ(checkedMultiply(least / 2, 2), least);
+  EXPECT_EQ(checkedMultiply(-3, 4), -12);
+  EXPECT_DEATH(checkedMultiply(largest, 2), "integer overflow");
+}
+
 }  // namespace
 }  // namespace tarnwell

@@ -1,0 +1,66 @@
+// Keeps the scheduled notifications of a task in step with the task.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tarnwell/model/task.h"
+#include "tarnwell/platform/uuid.h"
+#include "tarnwell/reminders/reminder_planner.h"
+
+namespace tarnwell {
+
+enum class ReminderAuthorization { notDetermined, authorized, denied };
+
+// The platform's notification service, as a host supplies it.
+class ReminderScheduling {
+ public:
+  ReminderScheduling() = default;
+  ReminderScheduling(const ReminderScheduling&) = delete;
+  ReminderScheduling& operator=(const ReminderScheduling&) = delete;
+  virtual ~ReminderScheduling() = default;
+
+  // The present permission, without asking the user.
+  virtual ReminderAuthorization authorizationStatus() = 0;
+
+  // Asks the user; true when granted. May throw.
+  virtual bool requestAuthorization() = 0;
+
+  // Adds one notification for each request, known by the request's identifier. May throw.
+  virtual void schedule(const std::vector<ReminderRequest>& requests) = 0;
+
+  // Removes the task's pending notifications of every kind. Never fails.
+  virtual void cancelReminders(const UUID& taskID) = 0;
+};
+
+struct ReminderWarning {
+  enum class Case { schedulingFailed, permissionDenied };
+
+  Case which{};
+  std::string text{};  // of the error, when scheduling or asking failed
+
+  friend bool operator==(const ReminderWarning&, const ReminderWarning&) = default;
+};
+
+// A value; keeps nothing between calls. Holds the scheduler by reference; the owner outlives it.
+// Used on the scheduler's thread.
+class ReminderCoordinator {
+ public:
+  explicit ReminderCoordinator(ReminderScheduling& scheduler) : scheduler_(&scheduler) {}
+
+  // Replaces the task's notifications by those that it should have, asking for permission where it
+  // has never been asked for. Never fails: a task change stands whatever becomes of its
+  // notifications.
+  std::optional<ReminderWarning> sync(const FocusTask& task) const;
+
+  // Never fails.
+  void cancel(const UUID& taskID) const { scheduler_->cancelReminders(taskID); }
+
+ private:
+  ReminderAuthorization authorizationAskingIfNeeded() const;
+
+  ReminderScheduling* scheduler_;
+};
+
+}  // namespace tarnwell
