@@ -13,6 +13,7 @@
 #include "tarnwell/platform/calendar.h"
 #include "tarnwell/platform/instant.h"
 #include "tarnwell/platform/json_value.h"
+#include "tarnwell/reminders/reminder_coordinator.h"
 #include "tarnwell/sessions/task_session_engine.h"
 #include "tarnwell/store/task_store.h"
 
@@ -31,7 +32,8 @@ enum class ApprovalAuthority { untrustedAgent, trustedUserInterface };
 //   3. give it a row in the table in agent_command_service.cpp.
 class AgentCommandService {
  public:
-  // Without a coordinator and a blocking engine, tasks that block websites are refused.
+  // Without a coordinator and a blocking engine, tasks that block websites are refused; without
+  // reminders, so is completing a task whose reminder is enabled.
   struct Parts {
     TaskStore& store;
     TaskSessionEngine& sessions;
@@ -40,6 +42,7 @@ class AgentCommandService {
     ApprovalAuthority approvalAuthority = ApprovalAuthority::untrustedAgent;
     FocusCoordinator* focusCoordinator = nullptr;
     SessionEngine* blocking = nullptr;
+    const ReminderCoordinator* reminders = nullptr;
   };
 
   explicit AgentCommandService(const Parts& parts) : parts_(parts) {}
@@ -82,6 +85,7 @@ class AgentCommandService {
   AgentResponseEnvelope startBlockedTask(const FocusTask& task,
                                          const AgentCommandEnvelope& envelope, Instant now,
                                          const Failure& refusal);
+  TaskStoreSnapshot completeActiveTask(Instant now, std::int64_t revision);
   bool isApprovedByUser(const AgentCommandEnvelope& envelope) const;
 
   const Parts parts_;

@@ -76,14 +76,19 @@ AgentResponseEnvelope AgentCommandService::completeTask(const AgentCommandEnvelo
   const std::int64_t revision = requireRevision(envelope);
   const auto current = parts_.store.snapshot();
   const FocusTask* const task = firstTaskWithStatus(current, TaskStatus::active);
+  const bool hasReminder = task != nullptr && task->reminder && task->reminder->isEnabled;
   // Completing would leave a notification pending that only the application can cancel.
-  if (task != nullptr && task->reminder && task->reminder->isEnabled) {
+  if (hasReminder && parts_.reminders == nullptr) {
     return failure(failures::reminderRequiresApp, current.revision());
   }
-  if (parts_.focusCoordinator != nullptr) {
-    return successAfter(parts_.focusCoordinator->complete(now, revision));
-  }
-  return successAfter(parts_.sessions.complete(now, revision));
+  const auto after = completeActiveTask(now, revision);
+  if (parts_.reminders != nullptr && task != nullptr) parts_.reminders->cancel(task->id);
+  return successAfter(after);
+}
+
+TaskStoreSnapshot AgentCommandService::completeActiveTask(Instant now, std::int64_t revision) {
+  if (parts_.focusCoordinator != nullptr) return parts_.focusCoordinator->complete(now, revision);
+  return parts_.sessions.complete(now, revision);
 }
 
 // For as long as the task is estimated to take.

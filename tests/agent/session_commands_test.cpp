@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "tests/support/notification_service.h"
 #include "tests/support/service.h"
 
 namespace tarnwell {
@@ -183,6 +184,28 @@ TEST_F(SessionCommandsTest, completeIsFreeWhenTheReminderIsDisabledOrAnotherTask
   other.activeSegmentStartedAt.reset();
   save({other, withStatus(TaskStatus::active)});
   EXPECT_TRUE(execute("tasks.complete", 5).ok);
+}
+
+TEST_F(SessionCommandsTest, completeCancelsTheTasksRemindersWhereItCan) {
+  test::NotificationService notifications;
+  const ReminderCoordinator reminders(notifications);
+  AgentCommandService reminding({.store = store,
+                                 .sessions = sessions,
+                                 .recommendations = recommendations,
+                                 .reminders = &reminders});
+  const auto complete = [&](std::int64_t expectedRevision) {
+    return reminding.execute(
+        {.version = 1, .command = "tasks.complete", .expectedRevision = expectedRevision}, now);
+  };
+  FocusTask task = withReminder({});
+  task.scheduledStart = now;
+  reminders.sync(task);
+  ASSERT_FALSE(notifications.pending.empty());
+  save({task});
+  EXPECT_FALSE(complete(4).ok);
+  EXPECT_FALSE(notifications.pending.empty());
+  EXPECT_EQ(complete(5), Service::success(6, {}));
+  EXPECT_TRUE(notifications.pending.empty());
 }
 
 TEST_F(SessionCommandsTest, completeLooksAtTheFirstActiveTask) {

@@ -1,0 +1,49 @@
+// A notification service without notifications.
+#pragma once
+
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "tarnwell/reminders/reminder_coordinator.h"
+
+namespace tarnwell::test {
+
+// Keeps a set of pending notifications, as a real service does, and remembers its calls.
+class NotificationService : public ReminderScheduling {
+ public:
+  ReminderAuthorization authorizationStatus() override {
+    calls.emplace_back("status");
+    return authorization;
+  }
+
+  bool requestAuthorization() override {
+    calls.emplace_back("ask");
+    if (isAskingBroken) throw std::runtime_error("no prompt");
+    authorization = willGrant ? ReminderAuthorization::authorized : ReminderAuthorization::denied;
+    return willGrant;
+  }
+
+  void schedule(const std::vector<ReminderRequest>& requests) override {
+    calls.emplace_back("schedule");
+    if (isSchedulingBroken) throw std::runtime_error("no room");
+    for (const auto& request : requests) pending[request.id] = request;
+  }
+
+  void cancelReminders(const UUID& taskID) override {
+    calls.emplace_back("cancel");
+    for (const auto kind : {ReminderKind::preStart, ReminderKind::start, ReminderKind::overdue}) {
+      pending.erase(ReminderPlanner::identifier(taskID, kind));
+    }
+  }
+
+  ReminderAuthorization authorization = ReminderAuthorization::authorized;
+  bool willGrant = true;
+  bool isAskingBroken = false;
+  bool isSchedulingBroken = false;
+  std::map<std::string, ReminderRequest> pending;
+  std::vector<std::string> calls;
+};
+
+}  // namespace tarnwell::test
