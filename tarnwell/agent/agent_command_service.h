@@ -84,8 +84,8 @@ class AgentCommandService {
 
   AgentResponseEnvelope startBlockedTask(const FocusTask& task,
                                          const AgentCommandEnvelope& envelope, Instant now,
-                                         const Failure& refusal);
-  TaskStoreSnapshot completeActiveTask(Instant now, std::int64_t revision);
+                                         const Failure& refusal) const;
+  TaskStoreSnapshot completeActiveTask(Instant now, std::int64_t revision) const;
   bool isApprovedByUser(const AgentCommandEnvelope& envelope) const;
 
   const Parts parts_;

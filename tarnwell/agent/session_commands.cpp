@@ -86,7 +86,8 @@ AgentResponseEnvelope AgentCommandService::completeTask(const AgentCommandEnvelo
   return successAfter(after);
 }
 
-TaskStoreSnapshot AgentCommandService::completeActiveTask(Instant now, std::int64_t revision) {
+TaskStoreSnapshot AgentCommandService::completeActiveTask(Instant now,
+                                                          std::int64_t revision) const {
   if (parts_.focusCoordinator != nullptr) return parts_.focusCoordinator->complete(now, revision);
   return parts_.sessions.complete(now, revision);
 }
@@ -94,7 +95,8 @@ TaskStoreSnapshot AgentCommandService::completeActiveTask(Instant now, std::int6
 // For as long as the task is estimated to take.
 AgentResponseEnvelope AgentCommandService::startBlockedTask(const FocusTask& task,
                                                             const AgentCommandEnvelope& envelope,
-                                                            Instant now, const Failure& refusal) {
+                                                            Instant now,
+                                                            const Failure& refusal) const {
   constexpr std::int64_t minutesWithoutEstimate = 25;
   constexpr std::int64_t fewestMinutes = 1;
   constexpr double secondsPerMinute = 60;

@@ -17,7 +17,7 @@ auto FocusCoordinator::recordingFailure(Operation operation) {
 
 TaskStoreSnapshot FocusCoordinator::start(const FocusStart& request) {
   return recordingFailure([&] {
-    const auto started = tasks_.start(request.taskID, request.now, request.revision);
+    auto started = tasks_.start(request.taskID, request.now, request.revision);
     if (request.blockingGroup) {
       try {
         blocking_.start({.group = *request.blockingGroup,

@@ -49,12 +49,12 @@ class SessionEngineTest : public testing::Test {
 
   // Stores a session that began at the tests' instant and lasts an hour.
   BlockSession storeSession(SessionMode mode, SessionState state = SessionState::active) {
-    const BlockSession session{.id = UUID::random(),
-                               .group = groupOf({"example.com"}),
-                               .mode = mode,
-                               .startedAt = someInstant,
-                               .endsAt = someInstant + hour,
-                               .state = state};
+    BlockSession session{.id = UUID::random(),
+                         .group = groupOf({"example.com"}),
+                         .mode = mode,
+                         .startedAt = someInstant,
+                         .endsAt = someInstant + hour,
+                         .state = state};
     local.save({.groups = {groupOf({"stored.com"})}, .activeSession = session});
     return session;
   }
