@@ -41,6 +41,9 @@ std::optional<Authority> parseAuthority(const std::string& url) {
   }
   Authority authority{.hasCredentials = uri.userInfo.first != nullptr,
                       .host = decoded(uri.hostText)};
+  // The library takes the brackets off a literal of a future kind, which would then pass for a
+  // name.
+  if (uri.hostData.ipFuture.first != nullptr) authority.host = "[" + authority.host + "]";
   uriFreeUriMembersA(&uri);
   return authority;
 }

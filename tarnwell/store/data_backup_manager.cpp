@@ -49,7 +49,7 @@ std::string dailyName(LocalDay day) {
 
 fs::path DataBackupManager::createDailyBackup(Instant now, const Calendar& calendar) const {
   validatedCurrentState(store_.url());
-  const fs::path backup = dailyBackupDirectory_ / dailyName(calendar.day(now));
+  fs::path backup = dailyBackupDirectory_ / dailyName(calendar.day(now));
   std::error_code unknown;
   if (!fs::exists(backup, unknown)) copyValidated(store_.url(), backup);
   return backup;

@@ -11,10 +11,11 @@ SchemaProbe SchemaProbe::read(const JSONDocument& document) {
 
 PersistedState decodePersistedState(const JSONDocument& document) {
   constexpr std::int64_t blockingOnlyVersion = 1;
+  const std::int64_t version = SchemaProbe::read(document).schemaVersion;
   const auto object = objectFrom(document.root(), "document");
   PersistedState state = PersistedState::initial();
   decodeFields(object, PersistedState::blockingFields(), state);
-  if (SchemaProbe::read(document).schemaVersion != blockingOnlyVersion) {
+  if (version != blockingOnlyVersion) {
     decodeFields(object, PersistedState::planFields(), state);
   }
   return state;

@@ -97,6 +97,10 @@ TEST(DomainRules, refuseNamesThatAreNone) {
                  "example.com!", "ex~ample.com", "www"});
 }
 
+TEST(DomainRules, takeABracketedLiteralForNoName) {
+  expectRefused(DomainRuleError::invalidHost, {"[v1.example.com]", "https://[vF.x.y]/"});
+}
+
 TEST(DomainRules, limitLabelsTo63AndNamesTo253Characters) {
   expectNormalized(label(63) + ".com", {label(63) + ".com"});
   expectRefused(DomainRuleError::invalidHost, {label(64) + ".com"});
