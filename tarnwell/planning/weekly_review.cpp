@@ -34,7 +34,7 @@ bool isPlannedIn(const WeekInterval& week, const Calendar& calendar, const Focus
   return start && week.contains(*start);
 }
 
-// Whole minutes, rounded towards zero.
+// Whole minutes, rounded towards zero. The order of the tasks decides how their fractions add up.
 std::int64_t minutesOfFocus(const TaskReferences& tasks) {
   constexpr double secondsPerMinute = 60;
   double seconds = 0;
@@ -86,10 +86,10 @@ WeeklyReview RecommendationEngine::review(Instant weekContaining,
   std::sort(review.skippedTaskIDs.begin(), review.skippedTaskIDs.end());
 
   auto completed = select(tasks, [&](const FocusTask& task) { return isCompletedIn(week, task); });
-  review.actualMinutes = minutesOfFocus(completed);
   std::stable_sort(completed.begin(), completed.end(), [](const FocusTask& a, const FocusTask& b) {
     return a.completedAt < b.completedAt;
   });
+  review.actualMinutes = minutesOfFocus(completed);
   for (const FocusTask& task : completed) review.completedTaskIDs.push_back(task.id);
   return review;
 }

@@ -142,8 +142,25 @@ TEST_F(WeeklyReviewTest, countsWholeMinutesOfFocusRoundedDown) {
   EXPECT_EQ(reviewOf({completedAt(makeTask("T"), instant, -119.9)}).actualMinutes, -1);
 }
 
+TEST_F(WeeklyReviewTest, addsUpFocusInTheOrderOfCompletion) {
+  const Instant instant = startOf(tuesday);
+  const FocusTask first = completedAt(makeTask("1"), instant, 3.3);
+  const FocusTask second = completedAt(makeTask("2"), instant + 1, 58.9);
+  const FocusTask third = completedAt(makeTask("3"), instant + 2, 57.8);
+  ASSERT_EQ(3.3 + 58.9 + 57.8, 120.0);
+  ASSERT_LT(57.8 + 58.9 + 3.3, 120.0);
+  EXPECT_EQ(reviewOf({first, second, third}).actualMinutes, 2);
+  EXPECT_EQ(reviewOf({third, second, first}).actualMinutes, 2);
+}
+
 TEST_F(WeeklyReviewTest, focusBeyond64BitsOfMinutesEndsTheProcess) {
   EXPECT_DEATH(reviewOf({completedAt(makeTask("T"), startOf(tuesday), 1e300)}), "beyond 64 bits");
+}
+
+TEST_F(WeeklyReviewTest, focusThatIsNotFiniteEndsTheProcess) {
+  constexpr double largest = std::numeric_limits<double>::max();
+  const FocusTask endless = completedAt(makeTask("T"), startOf(tuesday), largest);
+  EXPECT_DEATH(reviewOf({endless, endless}), "beyond 64 bits");
 }
 
 TEST_F(WeeklyReviewTest, sumsOfMinutesThatOverflowEndTheProcess) {
@@ -208,6 +225,14 @@ TEST_F(WeeklyReviewTest, crossesMonthsAndYears) {
   EXPECT_EQ(review.weekStart, (LocalDay{2024, 12, 30}));
   EXPECT_EQ(review.weekEnd, (LocalDay{2025, 1, 5}));
   EXPECT_EQ(review.plannedTaskCount, 2);
+}
+
+TEST_F(WeeklyReviewTest, mayEndOnTheLastDayOfAMonthOrAYear) {
+  for (const LocalDay last : {LocalDay{2025, 8, 31}, LocalDay{2023, 12, 31}, {2032, 2, 29}}) {
+    const WeeklyReview review = reviewOf({}, last);
+    EXPECT_EQ(review.weekStart, (LocalDay{last.year, last.month, last.day - 6}));
+    EXPECT_EQ(review.weekEnd, last);
+  }
 }
 
 TEST_F(WeeklyReviewTest, countsADayThatRollsOverAsTheDayItIsAndKeepsItAsStored) {
