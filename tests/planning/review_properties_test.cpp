@@ -82,19 +82,25 @@ RC_GTEST_PROP(ReviewProperties, itsProposalsAreFewAndApprovingThemMovesTheirTask
   RecommendationEngine engine(plan.store);
   engine.save(proposals, 0, test::someInstant);
   for (const auto& each : proposals) {
-    const FocusTask before = plan.task(each.taskID);
+    PersistedState expected = plan.local.load();
     try {
-      engine.approve(each.id, plan.revision(), test::someInstant + 1);
+      engine.approve(each.id, expected.revision, test::someInstant + 1);
     } catch (const RecommendationError& error) {
       // The other kind of proposal for the same task was approved before.
       RC_ASSERT(error == RecommendationError(RecommendationError::taskChanged));
-      RC_ASSERT(plan.task(each.taskID) == before);
+      RC_ASSERT(plan.local.load() == expected);
       continue;
     }
-    FocusTask expected = before;
-    expected.plannedDay = each.suggestedPlannedDay;
-    expected.updatedAt = test::someInstant + 1;
-    RC_ASSERT(plan.task(each.taskID) == expected);
+    FocusTask& task = *findTask(expected.tasks, each.taskID);
+    task.plannedDay = each.suggestedPlannedDay;
+    task.updatedAt = test::someInstant + 1;
+    std::find_if(expected.proposals.begin(), expected.proposals.end(), [&](const auto& stored) {
+      return stored.id == each.id;
+    })->status = ProposalStatus::approved;
+    const PersistedState after = plan.local.load();
+    expected.revision += 1;
+    expected.auditEvents.push_back(after.auditEvents.back());
+    RC_ASSERT(after == expected);
   }
 }
 

@@ -1,0 +1,155 @@
+#include <array>
+#include <fstream>
+#include <functional>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tarnwell/sessions/task_session_engine.h"
+
+#include "tests/support/session_test.h"
+
+namespace tarnwell {
+namespace {
+
+using test::makeTask;
+using test::tenOClock;
+using test::withStatus;
+
+class TaskSessionTransactionsTest : public test::SessionTest {};
+
+TEST_F(TaskSessionTransactionsTest, leavesOneEventOfTheApplicationForEachChange) {
+  const FocusTask task = makeTask("A");
+  save({task});
+  const auto expectEvent = [&](const char* action, Instant now) {
+    const TaskAuditEvent event = local.load().auditEvents.back();
+    EXPECT_EQ(event.action, action);
+    EXPECT_EQ(event.source, MutationSource::app);
+    EXPECT_EQ(event.taskID, task.id);
+    EXPECT_EQ(event.timestamp, now);
+  };
+  engine.start(task.id, tenOClock, 0);
+  expectEvent("task.start", tenOClock);
+  engine.pause(tenOClock + 1, 1);
+  expectEvent("task.pause", tenOClock + 1);
+  engine.resume(tenOClock + 2, 2);
+  expectEvent("task.start", tenOClock + 2);
+  engine.skip(tenOClock + 3, 3);
+  expectEvent("task.skip", tenOClock + 3);
+  engine.start(task.id, tenOClock + 4, 4);
+  engine.cancelStart(task.id, tenOClock + 5, 5);
+  expectEvent("task.start.cancel", tenOClock + 5);
+  engine.start(task.id, tenOClock + 6, 6);
+  engine.complete(tenOClock + 7, 7);
+  expectEvent("task.complete", tenOClock + 7);
+  EXPECT_EQ(local.load().auditEvents.size(), 8U);
+}
+
+TEST_F(TaskSessionTransactionsTest, passesAConflictOnAndWritesNothing) {
+  const FocusTask active = withStatus(TaskStatus::active);
+  const auto conflict = TaskStoreError::revisionConflict(7, 0);
+  save({active});
+  expectRefused(conflict, [&] { engine.start(active.id, tenOClock, 7); });
+  expectRefused(conflict, [&] { engine.pause(tenOClock, 7); });
+  expectRefused(conflict, [&] { engine.skip(tenOClock, 7); });
+  expectRefused(conflict, [&] { engine.complete(tenOClock, 7); });
+  expectRefused(conflict, [&] { engine.cancelStart(active.id, tenOClock, 7); });
+  save({withStatus(TaskStatus::paused)});
+  expectRefused(conflict, [&] { engine.resume(tenOClock, 7); });
+}
+
+TEST_F(TaskSessionTransactionsTest, findsAMissingActiveTaskBeforeAConflict) {
+  save({makeTask("A")});
+  expectRefused(error(TaskSessionError::noActiveTask), [&] { engine.pause(tenOClock, 7); });
+}
+
+// What each operation makes of a task in each state: the state after, or the error.
+TEST_F(TaskSessionTransactionsTest, movesTasksBetweenTheirStatesAsItShould) {
+  using enum TaskStatus;
+  struct Outcome {
+    std::optional<TaskStatus> status;
+    std::optional<TaskSessionCase> error;
+  };
+  const auto becomes = [](TaskStatus status) { return Outcome{.status = status, .error = {}}; };
+  const auto fails = [](TaskSessionCase which) { return Outcome{.status = {}, .error = which}; };
+  const auto noActive = fails(TaskSessionError::noActiveTask);
+  const auto notFound = fails(TaskSessionError::taskNotFound);
+  const auto invalid = fails(TaskSessionError::invalidState);
+
+  struct Row {
+    TaskStatus before;
+    std::array<Outcome, 6> outcomes;  // of start, resume, pause, skip, complete, cancelStart
+  };
+  const std::vector<Row> table = {
+      {pending, {becomes(active), noActive, noActive, noActive, noActive, notFound}},
+      {active,
+       {invalid, noActive, becomes(paused), becomes(pending), becomes(completed),
+        becomes(pending)}},
+      {paused, {becomes(active), becomes(active), noActive, noActive, noActive, notFound}},
+      {completed, {invalid, noActive, noActive, noActive, noActive, notFound}},
+      {archived, {invalid, noActive, noActive, noActive, noActive, notFound}}};
+
+  for (const auto& [before, outcomes] : table) {
+    const FocusTask task = withStatus(before);
+    const std::array<std::function<void()>, 6> operations = {
+        [&] { engine.start(task.id, tenOClock, 0); },
+        [&] { engine.resume(tenOClock, 0); },
+        [&] { engine.pause(tenOClock, 0); },
+        [&] { engine.skip(tenOClock, 0); },
+        [&] { engine.complete(tenOClock, 0); },
+        [&] { engine.cancelStart(task.id, tenOClock, 0); },
+    };
+    for (std::size_t i = 0; i < operations.size(); ++i) {
+      SCOPED_TRACE(std::string(textOf(before)) + ", operation " + std::to_string(i));
+      save({task});
+      const auto& [status, failure] = outcomes.at(i);
+      if (failure) {
+        expectRefused(error(*failure), operations.at(i));
+      } else {
+        operations.at(i)();
+        EXPECT_EQ(this->task(task.id).status, *status);
+        EXPECT_EQ(revision(), 1);
+      }
+    }
+  }
+}
+
+// A writer that leaves the revision alone comes between the finding of the active task and the
+// transaction: just then the task that was found is published.
+TEST_F(TaskSessionTransactionsTest, looksAgainForTheActiveTaskInsideTheTransaction) {
+  const FocusTask active = withStatus(TaskStatus::active);
+  FocusTask paused = active;
+  paused.status = TaskStatus::paused;
+  const std::vector<std::vector<FocusTask>> interventions = {
+      {}, {paused}, {paused, withStatus(TaskStatus::active)}};
+  const std::array<std::function<void()>, 3> operations = {[&] { engine.pause(tenOClock, 0); },
+                                                           [&] { engine.skip(tenOClock, 0); },
+                                                           [&] { engine.complete(tenOClock, 0); }};
+  for (const auto& tasks : interventions) {
+    for (const auto& operation : operations) {
+      save({});
+      engine.recover(tenOClock);
+      save({active});
+      engine.activeTaskID.observe([&](const auto&) { save(tasks); });
+      test::expectError(error(TaskSessionError::noActiveTask), operation);
+      EXPECT_EQ(local.load().tasks, tasks);
+      EXPECT_EQ(revision(), 0);
+      engine.activeTaskID.observe(nullptr);
+    }
+  }
+}
+
+TEST_F(TaskSessionTransactionsTest, passesOnThatTheFileCannotBeRead) {
+  const FocusTask active = withStatus(TaskStatus::active);
+  save({active});
+  engine.recover(tenOClock);
+  std::ofstream(local.url(), std::ios::trunc) << "{";
+  EXPECT_THROW(engine.pause(tenOClock, 0), LocalStoreError);
+  EXPECT_THROW(engine.start(active.id, tenOClock, 0), LocalStoreError);
+  EXPECT_EQ(bytes(), "{");
+  EXPECT_EQ(engine.snapshot().state().tasks, std::vector{active});
+}
+
+}  // namespace
+}  // namespace tarnwell
