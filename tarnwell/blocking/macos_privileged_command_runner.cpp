@@ -63,7 +63,7 @@ std::string MacOSPrivilegedCommandRunner::commandPlan(std::string_view replaceme
 }
 
 std::vector<std::string> MacOSPrivilegedCommandRunner::scriptArguments(std::string_view command) {
-  return {"/usr/bin/osascript", "-e",
+  return {scriptRunner, "-e",
           "do shell script " + scriptLiteral(command) + " with administrator privileges"};
 }
 

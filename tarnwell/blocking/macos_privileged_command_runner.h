@@ -14,6 +14,8 @@ namespace tarnwell {
 
 class MacOSPrivilegedCommandRunner : public PrivilegedCommandRunning {
  public:
+  static constexpr const char* scriptRunner = "/usr/bin/osascript";
+
   // Installs the file and flushes the caches with one command, and so with one prompt.
   void replace(const std::filesystem::path& source,
                const std::filesystem::path& destination) override;

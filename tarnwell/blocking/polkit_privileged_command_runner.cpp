@@ -10,7 +10,7 @@ namespace {
 // Copying into the existing file keeps its identity, mounts and labels. It never exits with 126 or
 // 127, which are pkexec's own; caches that are missing or fail do not fail the block.
 constexpr const char* installScript =
-    R"({ cp -- "$1" "$2" && chown root:root "$2" && chmod 0644 "$2"; } || exit 1
+    R"({ cp -- "$1" "$2" && chown 0:0 "$2" && chmod 0644 "$2"; } || exit 1
 for flush in 'resolvectl flush-caches' 'nscd -i hosts'; do
   command -v "${flush%% *}" >/dev/null && $flush >/dev/null 2>&1
 done

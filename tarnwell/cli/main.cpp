@@ -1,10 +1,12 @@
 // tarnwellctl: reads one command from standard input, carries it out on the user's plan, writes one
 // reply to standard output. It has no arguments and prints nothing else.
+#include <cerrno>
 #include <csignal>
 #include <exception>
 #include <filesystem>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -12,6 +14,10 @@
 #include "tarnwell/agent/agent_command_service.h"
 #include "tarnwell/agent/envelopes.h"
 #include "tarnwell/agent/failures.h"
+#include "tarnwell/blocking/default_privileged_command_runner.h"
+#include "tarnwell/blocking/focus_coordinator.h"
+#include "tarnwell/blocking/hosts_blocking_engine.h"
+#include "tarnwell/blocking/session_engine.h"
 #include "tarnwell/planning/recommendation_engine.h"
 #include "tarnwell/platform/application_support.h"
 #include "tarnwell/platform/calendar.h"
@@ -42,6 +48,17 @@ void ignoreSignalsOfFailedWrites() {
   std::signal(SIGXFSZ, SIG_IGN);
 }
 
+// Moves standard output to a descriptor that no child inherits and puts /dev/null in its place, so
+// that nothing that a child prints reaches the reply.
+FileDescriptor takeStandardOutput() {
+  FileDescriptor output(::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+  const FileDescriptor sink(::open("/dev/null", O_WRONLY | O_CLOEXEC));
+  if (!output.isOpen() || !sink.isOpen() || ::dup2(sink.number(), STDOUT_FILENO) == -1) {
+    throw std::system_error(errno, std::generic_category(), "standard output");
+  }
+  return output;
+}
+
 std::filesystem::path dataDirectory() {
   const auto applicationSupport = applicationSupportFolder();
   if (!applicationSupport) throw std::runtime_error("there is no home folder");
@@ -58,13 +75,25 @@ std::string readStandardInput() {
 std::string answer() {
   const AgentCommandEnvelope envelope = decodeCommand(readStandardInput());
   const Calendar calendar = Calendar::current();
-  TaskStore store(LocalStore(dataDirectory() / "state.json"));
+  const std::filesystem::path folder = dataDirectory();
+  const LocalStore document(folder / "state.json");
+
+  TaskStore store(document);
   TaskSessionEngine sessions(store, calendar);
+
+  const auto administrator = defaultPrivilegedCommandRunner();
+  HostsBlockingEngine blocker(folder / "Backups", *administrator);
+  SessionEngine blocking(document, blocker);
+  blocking.loadPersistedState();
+
   RecommendationEngine recommendations(store);
+  FocusCoordinator coordinator(sessions, blocking);
   AgentCommandService service({.store = store,
                                .sessions = sessions,
                                .recommendations = recommendations,
-                               .calendar = calendar});
+                               .calendar = calendar,
+                               .focusCoordinator = &coordinator,
+                               .blocking = &blocking});
   return encodeReply(service.execute(envelope, Instant::now()));
 }
 
@@ -72,16 +101,19 @@ int run() {
   occupyClosedStandardDescriptors();
   ignoreSignalsOfFailedWrites();
 
+  FileDescriptor privateOutput(-1);
   std::string reply;
   int status = commandWasAnswered;
   try {
+    privateOutput = takeStandardOutput();
     reply = answer();
   } catch (const std::exception&) {
     reply = encodeReply(AgentCommandService::failure(failures::invalidEnvelope));
     status = noCommandOrNoSetUp;
   }
   reply += '\n';
-  return writeAll(STDOUT_FILENO, reply) == 0 ? status : noCommandOrNoSetUp;
+  const int output = privateOutput.isOpen() ? privateOutput.number() : STDOUT_FILENO;
+  return writeAll(output, reply) == 0 ? status : noCommandOrNoSetUp;
 }
 
 }  // namespace

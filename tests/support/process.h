@@ -17,9 +17,9 @@ struct ProcessResult {
 };
 
 struct Process {
-  std::vector<std::string> arguments;    // the program's path first
-  std::vector<std::string> environment;  // NAME=VALUE, and nothing else
-  std::string_view input;
+  std::vector<std::string> arguments;      // the program's path first
+  std::vector<std::string> environment{};  // NAME=VALUE, and nothing else
+  std::string_view input{};
 
   // Waits for its end.
   ProcessResult run();

@@ -11,6 +11,7 @@
 #include "tarnwell/store/task_store.h"
 
 #include "tests/support/builders.h"
+#include "tests/support/print_reply.h"
 #include "tests/support/scratch_folder.h"
 
 namespace tarnwell::test {

@@ -22,9 +22,8 @@ ProcessResult Tool::run(std::string_view input) const {
       .run();
 }
 
-AgentResponseEnvelope Tool::ask(std::string_view command) const {
-  const ProcessResult result = run(command);
-  EXPECT_EQ(result.exitStatus, 0) << command;
+AgentResponseEnvelope replyIn(const ProcessResult& result) {
+  EXPECT_EQ(result.exitStatus, 0);
   EXPECT_EQ(result.errors, "");
   EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 1);
   EXPECT_TRUE(result.output.ends_with('\n'));

@@ -7,10 +7,15 @@
 
 #include "tarnwell/agent/envelopes.h"
 
+#include "tests/support/print_reply.h"
 #include "tests/support/process.h"
 #include "tests/support/scratch_folder.h"
 
 namespace tarnwell::test {
+
+// The reply of a run that must have been answered, with exit status 0, one line and nothing on
+// standard error.
+AgentResponseEnvelope replyIn(const ProcessResult& result);
 
 class Tool {
  public:
@@ -20,9 +25,7 @@ class Tool {
 
   ProcessResult run(std::string_view input) const;
 
-  // Runs a command that must be answered, with exit status 0, one line and nothing on standard
-  // error, and returns the reply.
-  AgentResponseEnvelope ask(std::string_view command) const;
+  AgentResponseEnvelope ask(std::string_view command) const { return replyIn(run(command)); }
 
  private:
   ScratchFolder home_;

@@ -1,0 +1,70 @@
+// The real tool in a mount namespace of its own, where /etc is a scratch folder and a stand-in
+// answers for the administrator. The machine's own hosts file is out of reach.
+#pragma once
+
+#include <array>
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tarnwell/store/local_store.h"
+
+#include "tests/support/tool.h"
+
+namespace tarnwell::test {
+
+// The program that asks for the administrator's approval.
+enum class Prompt { polkit, scriptRunner };
+
+// What the administrator, or fate, answers.
+enum class Answer {
+  approve,
+  dismiss,
+  fail,
+  pretend,  // succeeds without having done anything
+  damage,   // spoils the hosts file and fails
+  chatter   // approves, after a megabyte of errors and a line of output
+};
+
+constexpr std::array<std::string_view, 6> texts(Answer) {
+  return {"approve", "dismiss", "fail", "pretend", "damage", "chatter"};
+}
+
+class PrivateSystem {
+ public:
+  // Why there can be no such system on this machine; empty when there can.
+  static std::string obstacle();
+
+  explicit PrivateSystem(Prompt prompt);
+
+  // One answer for each time that the administrator is asked. Any further prompt fails.
+  void willAnswer(const std::vector<Answer>& answers);
+
+  ProcessResult run(std::string_view input) const;
+  AgentResponseEnvelope ask(std::string_view command) const;
+
+  // How often the administrator was asked, and what for: the arguments of the last prompt.
+  std::size_t promptCount() const { return contentOf(folder_ / "prompts").size(); }
+  std::vector<std::string> lastRequest() const;
+
+  // While the last prompt was open.
+  PersistedState planAtPrompt() const { return LocalStore(folder_ / "plan").load(); }
+  bool wasLockFreeAtPrompt() const { return std::filesystem::exists(folder_ / "lock-was-free"); }
+
+  // The commands that flushed caches of name look-ups, one a line.
+  std::string flushes() const { return contentOf(folder_ / "flushes"); }
+
+  LocalStore plan() const { return LocalStore(tool_.dataFile()); }
+  std::filesystem::path etc() const { return folder_ / "etc"; }
+  std::filesystem::path hosts() const { return etc() / "hosts"; }
+  std::filesystem::path backups() const { return tool_.dataDirectory() / "Backups"; }
+
+ private:
+  void addProgram(const std::string& path, std::string_view script) const;
+
+  ScratchFolder folder_;
+  Tool tool_;
+};
+
+}  // namespace tarnwell::test
