@@ -1,0 +1,150 @@
+// Website blocking through the real polkit: its daemon on a bus of its own, with rules of a test's
+// own, in private namespaces where the hosts file is a scratch one. The tool runs as a user whom
+// nobody trusts, and nobody can be asked.
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "tarnwell/agent/agent_command_service.h"
+#include "tarnwell/store/local_store.h"
+
+#include "tests/support/builders.h"
+#include "tests/support/tool.h"
+
+namespace tarnwell {
+namespace {
+
+namespace fs = std::filesystem;
+using Service = AgentCommandService;
+
+constexpr std::string_view hostsBefore = "127.0.0.1 localhost\n";
+constexpr std::string_view hostsWithBlock =
+    "127.0.0.1 localhost\n"
+    "\n"
+    "# BEGIN TARNWELL MANAGED BLOCK\n"
+    "127.0.0.1 example.com\n"
+    "127.0.0.1 www.example.com\n"
+    "# END TARNWELL MANAGED BLOCK\n";
+
+// The bus starts the daemon when pkexec calls it. pkexec refuses to work for children of process 1,
+// which is the shell here, so the tool is started by another shell. Everything ends with the shell.
+constexpr const char* runOnPrivateBus = R"sh(
+mount --bind "$0/hosts" /etc/hosts &&
+mount --bind "$0/rules" /etc/polkit-1/rules.d &&
+mount -t tmpfs tmpfs /run &&
+mkdir /run/dbus &&
+dbus-daemon --system --fork --nopidfile &&
+chown -R 65534:65534 "$0/home" &&
+HOME="$0/home" setpriv --reuid=65534 --regid=65534 --clear-groups /bin/sh -c '"$@"; exit' sh "$@"
+)sh";
+
+class PolkitEndToEnd : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (::geteuid() != 0) GTEST_SKIP() << "not root: polkit cannot be started";
+    for (const auto* program : {"/usr/bin/pkexec", "/usr/bin/dbus-daemon"}) {
+      if (!fs::exists(program)) GTEST_SKIP() << program << " is not installed";
+    }
+    for (const auto* name : {"home", "rules"}) fs::create_directory(folder / name);
+    test::writeFile(folder / "hosts", hostsBefore);
+    const auto probe = run("/bin/true", "");
+    if (probe.exitStatus != 0) GTEST_SKIP() << "no private bus: " << probe.errors;
+
+    // A copy, because the build may lie where that user may not look.
+    fs::copy_file(TARNWELLCTL, folder / "tarnwellctl");
+    openToEverybody();
+    PersistedState state;
+    state.groups = {group};
+    task.blockingGroupID = group.id;
+    state.tasks = {task};
+    plan.save(state);
+  }
+
+  // What polkit answers whoever wants to run a command as administrator.
+  void setRule(std::string_view result) const {
+    test::writeFile(folder / "rules/10-test.rules",
+                    "polkit.addRule(function(action, subject) {\n"
+                    "  if (action.id == 'org.freedesktop.policykit.exec') return polkit.Result." +
+                        std::string(result) + ";\n});\n");
+    openToEverybody();
+  }
+
+  AgentResponseEnvelope ask(std::string_view command, std::int64_t revision) const {
+    return test::replyIn(
+        run(folder / "tarnwellctl", R"({"version":1,"command":")" + std::string(command) +
+                                        R"(","expectedRevision":)" + std::to_string(revision) +
+                                        R"(,"payload":{"task_id":")" + task.id.text() + R"("}})"));
+  }
+
+  void expectUndoneStart() const {
+    EXPECT_EQ(ask("tasks.start", 0), Service::failure(failures::operationFailed));
+    EXPECT_EQ(test::contentOf(folder / "hosts"), hostsBefore);
+    EXPECT_EQ(plan.load().tasks.at(0).status, TaskStatus::pending);
+    EXPECT_EQ(plan.load().activeSession, std::nullopt);
+    EXPECT_EQ(plan.load().revision, 2);
+  }
+
+ private:
+  test::ProcessResult run(const std::string& program, std::string_view input) const {
+    return test::Process{
+        .arguments = {"/usr/bin/unshare", "--mount", "--pid", "--fork", "--kill-child",
+                      "--mount-proc", "/bin/sh", "-c", runOnPrivateBus, folder.path(), program},
+        .environment = {"PATH=/usr/sbin:/usr/bin:/sbin:/bin"},
+        .input = input}
+        .run();
+  }
+
+  void openToEverybody() const {
+    const auto readable = static_cast<fs::perms>(0755);
+    fs::permissions(folder.path(), readable);
+    for (const auto& entry : fs::recursive_directory_iterator(folder.path())) {
+      fs::permissions(entry.path(), readable);
+    }
+  }
+
+ protected:
+  test::ScratchFolder folder;
+  LocalStore plan{folder / "home/.local/share/Tarnwell/state.json"};
+  FocusTask task = test::makeTask("Blocked");
+  DomainGroup group{.id = UUID::random(),
+                    .name = "Reading",
+                    .rules = {{.id = UUID::random(), .domain = "example.com"}}};
+};
+
+TEST_F(PolkitEndToEnd, aRuleThatSaysYesBlocksAndUnblocks) {
+  setRule("YES");
+  EXPECT_EQ(ask("tasks.start", 0), Service::success(1, {}));
+  EXPECT_EQ(test::contentOf(folder / "hosts"), hostsWithBlock);
+  EXPECT_EQ(fs::status(folder / "hosts").permissions(), static_cast<fs::perms>(0644));
+  EXPECT_EQ(plan.load().tasks.at(0).status, TaskStatus::active);
+
+  EXPECT_EQ(ask("tasks.pause", 1), Service::success(2, {}));
+  EXPECT_EQ(test::contentOf(folder / "hosts"), hostsBefore);
+  EXPECT_EQ(plan.load().activeSession, std::nullopt);
+}
+
+TEST_F(PolkitEndToEnd, aRuleThatSaysNoUndoesTheStart) {
+  setRule("NO");
+  expectUndoneStart();
+}
+
+TEST_F(PolkitEndToEnd, withoutAnybodyToAskTheStartIsUndone) {
+  setRule("AUTH_ADMIN");
+  expectUndoneStart();
+}
+
+TEST_F(PolkitEndToEnd, aBlockThatMayNotBeRemovedNeedsAttention) {
+  setRule("YES");
+  ASSERT_EQ(ask("tasks.start", 0), Service::success(1, {}));
+  setRule("NO");
+  EXPECT_EQ(ask("tasks.pause", 1), Service::failure(failures::operationFailed));
+  EXPECT_EQ(test::contentOf(folder / "hosts"), hostsWithBlock);
+  EXPECT_EQ(plan.load().tasks.at(0).status, TaskStatus::paused);
+  EXPECT_EQ(plan.load().activeSession->state, SessionState::attentionRequired);
+}
+
+}  // namespace
+}  // namespace tarnwell
