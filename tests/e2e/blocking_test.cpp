@@ -2,6 +2,8 @@
 // administrator answers, the hosts file, the plan and the reply agree.
 #include <algorithm>
 #include <filesystem>
+#include <map>
+#include <string_view>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -20,7 +22,6 @@ using test::othersEntries;
 using test::Prompt;
 using testing::ElementsAre;
 using testing::EndsWith;
-using testing::IsEmpty;
 using Service = AgentCommandService;
 
 const std::string blockedHosts = std::string(othersEntries) + "\n" + std::string(managedBlock);
@@ -139,9 +140,9 @@ TEST_P(BlockingEndToEnd, aChattyChildNeitherHangsTheToolNorSpoilsTheReply) {
 }
 
 TEST_P(BlockingEndToEnd, aBlockThatCannotBeRemovedIsARefusalThoughTheTaskHasChanged) {
-  const std::pair<const char*, TaskStatus> ends[] = {{"tasks.pause", TaskStatus::paused},
-                                                     {"tasks.skip", TaskStatus::pending},
-                                                     {"tasks.complete", TaskStatus::completed}};
+  const std::map<std::string_view, TaskStatus> ends{{"tasks.pause", TaskStatus::paused},
+                                                    {"tasks.skip", TaskStatus::pending},
+                                                    {"tasks.complete", TaskStatus::completed}};
   for (const auto& [command, statusAfter] : ends) {
     plan.save();
     test::writeFile(system.hosts(), othersEntries);

@@ -7,8 +7,8 @@
 
 namespace tarnwell {
 
-inline void PrintTo(const AgentResponseEnvelope& reply, std::ostream* stream) {
-  *stream << encodeReply(reply);
+inline std::ostream& operator<<(std::ostream& stream, const AgentResponseEnvelope& reply) {
+  return stream << encodeReply(reply);
 }
 
 }  // namespace tarnwell
