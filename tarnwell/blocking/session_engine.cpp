@@ -91,7 +91,7 @@ void SessionEngine::tick(Instant now) {
 
 void SessionEngine::recover(Instant now) {
   try {
-    publish(store_.load());
+    publish(*store_.loadShared());
     const auto& session = activeSession.value();
     if (!session) {
       protectionStatus.set(ProtectionStatus::off);
@@ -140,7 +140,7 @@ std::optional<DomainGroup> SessionEngine::group(const UUID& id) const {
 }
 
 void SessionEngine::loadPersistedState() {
-  publish(store_.load());
+  publish(*store_.loadShared());
   protectionStatus.set(activeSession.value() ? ProtectionStatus::attentionRequired
                                              : ProtectionStatus::off);
 }

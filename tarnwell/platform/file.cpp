@@ -52,13 +52,17 @@ std::optional<FileDescriptor> openForReading(const fs::path& path) {
 std::optional<std::string> readFile(const fs::path& path) {
   const auto file = openForReading(path);
   if (!file) return std::nullopt;
+  return readFile(*file, path);
+}
+
+std::string readFile(const FileDescriptor& file, const fs::path& path) {
   struct stat status {};
-  if (::fstat(file->number(), &status) != 0) throw FileError("stat", path, errno);
+  if (::fstat(file.number(), &status) != 0) throw FileError("stat", path, errno);
   if (status.st_size > largestFile) throw FileError("read", path, EFBIG);
   std::string bytes;
   constexpr std::size_t spare = 128;  // to meet the end, and for a parser that wants padding
   bytes.reserve(static_cast<std::size_t>(status.st_size) + spare);
-  if (const int error = readToEnd(file->number(), bytes)) throw FileError("read", path, error);
+  if (const int error = readToEnd(file.number(), bytes)) throw FileError("read", path, error);
   return bytes;
 }
 

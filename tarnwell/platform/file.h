@@ -41,6 +41,9 @@ std::optional<FileDescriptor> openForReading(const std::filesystem::path& path);
 // The file's whole content; absent when there is no such file. Throws FileError.
 std::optional<std::string> readFile(const std::filesystem::path& path);
 
+// The same of a file opened for reading, from its start. The path is for the error.
+std::string readFile(const FileDescriptor& file, const std::filesystem::path& path);
+
 // Creates the folder and those above it where missing, private and durable. Throws FileError.
 void createFolders(const std::filesystem::path& folder);
 

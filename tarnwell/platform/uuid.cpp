@@ -15,13 +15,20 @@ bool isDashPosition(std::size_t position) {
   return position == 8 || position == 13 || position == 18 || position == 23;
 }
 
-// 0 to 15, or -1 for what is no hexadecimal digit.
-int digitValue(char c) {
-  if ('0' <= c && c <= '9') return c - '0';
-  if ('A' <= c && c <= 'F') return c - 'A' + 10;
-  if ('a' <= c && c <= 'f') return c - 'a' + 10;
-  return -1;
-}
+constexpr std::uint8_t noDigit = 0xFF;
+
+// A table, because the digits are random: branches on them would be guessed wrong.
+constexpr std::array<std::uint8_t, 256> digitValues = [] {
+  std::array<std::uint8_t, 256> values{};
+  values.fill(noDigit);
+  for (std::uint8_t i = 0; i < 10; ++i) values[std::size_t{'0'} + i] = i;
+  for (std::uint8_t i = 0; i < 6; ++i) {
+    values[std::size_t{'A'} + i] = values[std::size_t{'a'} + i] = static_cast<std::uint8_t>(10 + i);
+  }
+  return values;
+}();
+
+std::uint8_t digitValue(char c) { return digitValues[static_cast<unsigned char>(c)]; }
 
 }  // namespace
 
@@ -41,10 +48,10 @@ std::optional<UUID> UUID::parse(std::string_view text) {
   std::size_t position = 0;
   for (auto& byte : uuid.bytes) {
     if (isDashPosition(position) && text[position++] != '-') return std::nullopt;
-    const int high = digitValue(text[position++]);
-    const int low = digitValue(text[position++]);
-    if (high < 0 || low < 0) return std::nullopt;
-    byte = static_cast<std::uint8_t>(high * 16 + low);
+    const std::uint8_t high = digitValue(text[position++]);
+    const std::uint8_t low = digitValue(text[position++]);
+    if (high == noDigit || low == noDigit) return std::nullopt;
+    byte = static_cast<std::uint8_t>(high << 4U | low);
   }
   return uuid;
 }

@@ -40,11 +40,16 @@ LocalStoreError LocalStoreError::lockFailed(std::string_view message) {
   return {Case::lockFailed, "Tarnwell data could not be locked: " + std::string(message)};
 }
 
-PersistedState LocalStore::load() const {
+std::shared_ptr<const PersistedState> LocalStore::loadShared() const {
+  if (auto document = cache_->find(url_)) return document;
   try {
-    auto text = readFile(url_);
-    if (!text) return PersistedState::initial();
-    return readDocument(std::move(*text));
+    auto file = openForReading(url_);
+    if (!file) return std::make_shared<const PersistedState>(PersistedState::initial());
+    const auto before = FileIdentity::of(*file);
+    const bool isSettled = before && before->isSettled();
+    auto document = std::make_shared<const PersistedState>(readDocument(readFile(*file, url_)));
+    if (isSettled) cache_->keep(std::move(*file), *before, document);
+    return document;
   } catch (const LocalStoreError&) {
     throw;
   } catch (const std::exception& error) {

@@ -4,12 +4,14 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "tarnwell/platform/error.h"
 #include "tarnwell/platform/file_lock.h"
+#include "tarnwell/store/document_cache.h"
 #include "tarnwell/store/persisted_state.h"
 
 namespace tarnwell {
@@ -35,21 +37,26 @@ class LocalStoreError : public Error {
   Case which_;
 };
 
-// A value: the location of the data file, without a cache. Beside the file stand its lock
-// ("state.json.lock") and the folder "State Backups" with one copy for each write, never pruned.
-// Everything that is created is private to its owner.
+// A value: the location of the data file. Beside the file stand its lock ("state.json.lock") and
+// the folder "State Backups" with one copy for each write, never pruned. Everything that is created
+// is private to its owner.
 //
 // Any thread may call it. `load` and `save` do not lock: whoever reads, changes and writes does so
 // inside `withExclusiveLock` or `updateAtomically`.
 class LocalStore {
  public:
-  explicit LocalStore(std::filesystem::path url) : url_(std::move(url)) {}
+  explicit LocalStore(std::filesystem::path url)
+      : url_(std::move(url)), cache_(std::make_shared<DocumentCache>()) {}
 
   const std::filesystem::path& url() const { return url_; }
 
   // The document, validated, in the current version; the initial state where there is no file.
   // Writes nothing. Throws LocalStoreError.
-  PersistedState load() const;
+  PersistedState load() const { return *loadShared(); }
+
+  // The same for those who only look. A file that is still the one that this store, or a copy of
+  // it, has read before is not read again.
+  std::shared_ptr<const PersistedState> loadShared() const;
 
   // Throws LocalStoreError::unsupportedSchema for a state that is not in the current version,
   // ProductivityValidationError, FileError or JSONError. The data file is then as it was.
@@ -89,6 +96,7 @@ class LocalStore {
   FileLock acquireLock() const;
 
   std::filesystem::path url_;
+  std::shared_ptr<DocumentCache> cache_;  // shared by the copies
 };
 
 }  // namespace tarnwell

@@ -10,8 +10,7 @@ TaskStoreError::TaskStoreError(std::int64_t expected, std::int64_t actual)
       expected_(expected),
       actual_(actual) {}
 
-TaskStore::TaskStore(LocalStore store)
-    : store_(std::move(store)), state_(std::make_shared<const PersistedState>(store_.load())) {}
+TaskStore::TaskStore(LocalStore store) : store_(std::move(store)), state_(store_.loadShared()) {}
 
 TaskStore::TaskStore(LocalStore store, PersistedState recoveryState)
     : store_(std::move(store)),
@@ -20,7 +19,7 @@ TaskStore::TaskStore(LocalStore store, PersistedState recoveryState)
 TaskStoreSnapshot TaskStore::snapshot() {
   const std::scoped_lock guard(mutex_);
   try {
-    state_ = std::make_shared<const PersistedState>(store_.load());
+    state_ = store_.loadShared();
   } catch (const LocalStoreError&) {
     // The last good state is the answer.
   }
@@ -31,7 +30,7 @@ TaskStoreSnapshot TaskStore::transact(const TaskTransaction& transaction,
                                       const std::function<void(PersistedState&)>& change) {
   const std::scoped_lock guard(mutex_);
   return store_.withExclusiveLock([&] {
-    state_ = std::make_shared<const PersistedState>(store_.load());
+    state_ = store_.loadShared();
     if (transaction.expectedRevision != state_->revision) {
       throw TaskStoreError::revisionConflict(transaction.expectedRevision, state_->revision);
     }

@@ -1,0 +1,20 @@
+// Plans of any size for benchmarks: the same for the same size and time.
+#pragma once
+
+#include <cstddef>
+
+#include "tarnwell/platform/instant.h"
+#include "tarnwell/store/persisted_state.h"
+
+namespace tarnwell::bench {
+
+struct PlanSize {
+  std::size_t tasks;
+  std::size_t events;
+};
+
+// A plan with years behind it: most tasks are done, none is active, the first is pending, and the
+// others lie around `now`.
+PersistedState makePlan(PlanSize size, Instant now);
+
+}  // namespace tarnwell::bench
