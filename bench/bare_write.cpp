@@ -1,6 +1,7 @@
 // bare_write FILE: the least that a durable change of the file with a copy of it before can do.
-// Reads it, writes and syncs a copy, writes and syncs a new file, renames that over it, and syncs
-// the folder.
+// Reads it piece by piece into a copy and a new file, syncs both, renames the new one over the old
+// and syncs the folder. Nothing is parsed.
+#include <array>
 #include <cstdlib>
 #include <string>
 
@@ -9,44 +10,46 @@
 
 namespace {
 
-[[noreturn]] void fail() { std::exit(EXIT_FAILURE); }
+constexpr std::size_t pieceSize = 262'144;
 
-void writeAndSync(const std::string& path, const std::string& bytes) {
-  const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-  if (file < 0) fail();
-  for (std::size_t written = 0; written < bytes.size();) {
-    const ssize_t count = ::write(file, bytes.data() + written, bytes.size() - written);
-    if (count < 0) fail();
-    written += static_cast<std::size_t>(count);
-  }
-  if (::fsync(file) != 0 || ::close(file) != 0) fail();
+void require(bool condition) {
+  if (!condition) std::exit(EXIT_FAILURE);
 }
 
-std::string read(const std::string& path) {
-  const int file = ::open(path.c_str(), O_RDONLY);
-  if (file < 0) fail();
-  const auto size = static_cast<std::size_t>(::lseek(file, 0, SEEK_END));
-  ::lseek(file, 0, SEEK_SET);
-  std::string bytes(size, '\0');
-  for (std::size_t taken = 0; taken < size;) {
-    const ssize_t count = ::read(file, bytes.data() + taken, size - taken);
-    if (count <= 0) fail();
-    taken += static_cast<std::size_t>(count);
+int open(const std::string& path, int flags) {
+  const int file = ::open(path.c_str(), flags, 0600);
+  require(file >= 0);
+  return file;
+}
+
+void write(int file, const char* bytes, std::size_t size) {
+  while (size > 0) {
+    const ssize_t count = ::write(file, bytes, size);
+    require(count >= 0);
+    bytes += count;
+    size -= static_cast<std::size_t>(count);
   }
-  ::close(file);
-  return bytes;
 }
 
 }  // namespace
 
 int main(int count, char** values) {
-  if (count != 2) return EXIT_FAILURE;
+  require(count == 2);
   const std::string path = values[1];
-  const std::string bytes = read(path);
-  writeAndSync(path + ".copy", bytes);
-  writeAndSync(path + ".new", bytes);
-  if (::rename((path + ".new").c_str(), path.c_str()) != 0) fail();
+  const int source = open(path, O_RDONLY);
+  const int copy = open(path + ".copy", O_WRONLY | O_CREAT | O_TRUNC);
+  const int changed = open(path + ".new", O_WRONLY | O_CREAT | O_TRUNC);
+  static std::array<char, pieceSize> piece;
+  while (true) {
+    const ssize_t taken = ::read(source, piece.data(), piece.size());
+    require(taken >= 0);
+    if (taken == 0) break;
+    write(copy, piece.data(), static_cast<std::size_t>(taken));
+    write(changed, piece.data(), static_cast<std::size_t>(taken));
+  }
+  require(::fsync(copy) == 0);
+  require(::fsync(changed) == 0);
+  require(::rename((path + ".new").c_str(), path.c_str()) == 0);
   const std::string folder = path.substr(0, path.rfind('/') + 1);
-  const int opened = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY);
-  if (opened < 0 || ::fsync(opened) != 0) fail();
+  require(::fsync(open(folder.empty() ? "." : folder, O_RDONLY | O_DIRECTORY)) == 0);
 }

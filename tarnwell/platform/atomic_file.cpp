@@ -125,6 +125,10 @@ void copyBytes(const FileDescriptor& source, TemporaryFile& copy) {
 }  // namespace
 
 void replaceFile(const fs::path& path, std::string_view bytes) {
+  replaceFile(path, [&](const ByteSink& write) { write(bytes); });
+}
+
+void replaceFile(const fs::path& path, const std::function<void(const ByteSink&)>& writeContent) {
   const fs::path target = targetOfLinks(path);
   struct stat replaced {};
   const bool isReplacing = ::stat(target.c_str(), &replaced) == 0;
@@ -132,7 +136,7 @@ void replaceFile(const fs::path& path, std::string_view bytes) {
   TemporaryFile file(target);
   if (isReplacing) file.tryGiveTo(replaced.st_uid, replaced.st_gid);
   file.setMode(isReplacing ? replaced.st_mode & 07777U : privateFileMode);
-  file.write(bytes);
+  writeContent([&](std::string_view bytes) { file.write(bytes); });
   file.moveIntoPlace();
   try {
     syncFolder(target.parent_path());

@@ -6,6 +6,7 @@
 #include <type_traits>
 #include <variant>
 
+#include "tarnwell/platform/byte_sink.h"
 #include "tarnwell/platform/enum_texts.h"
 #include "tarnwell/platform/instant.h"
 #include "tarnwell/platform/json_types.h"
@@ -72,6 +73,14 @@ std::string encodeJSON(const T& value, JSONLayout layout) {
   JSONWriter writer(layout);
   encode(writer, value);
   return writer.take();
+}
+
+// The same in pieces, for a value that is large.
+template <class T>
+void encodeJSON(const T& value, JSONLayout layout, const ByteSink& sink) {
+  JSONWriter writer(layout, sink);
+  encode(writer, value);
+  writer.flush();
 }
 
 }  // namespace tarnwell

@@ -1,5 +1,6 @@
 #include "tarnwell/platform/json_writer.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -11,8 +12,12 @@ namespace tarnwell {
 namespace {
 
 constexpr std::size_t indentWidth = 2;
+constexpr std::size_t pieceSize = 262'144;
 
 bool mustBeEscaped(char c) { return c == '"' || c == '\\' || static_cast<unsigned char>(c) < 0x20; }
+
+// Stands in JSON as it is.
+bool isPlain(char c) { return static_cast<unsigned char>(c) < 0x80 && !mustBeEscaped(c); }
 
 void appendEscaped(std::string& text, char c) {
   constexpr std::string_view hexDigits = "0123456789abcdef";
@@ -100,7 +105,13 @@ void JSONWriter::end(char bracket) {
   isFirst_ = false;
 }
 
+void JSONWriter::flush() {
+  sink_(text_);
+  text_.clear();
+}
+
 void JSONWriter::beginValue() {
+  if (sink_ && text_.size() >= pieceSize) flush();
   if (isAfterKey_) {
     isAfterKey_ = false;
     return;
@@ -117,6 +128,12 @@ void JSONWriter::newLine() {
 }
 
 void JSONWriter::quoted(std::string_view text) {
+  if (std::all_of(text.begin(), text.end(), isPlain)) {
+    text_ += '"';
+    text_ += text;
+    text_ += '"';
+    return;
+  }
   if (!isValidUTF8(text)) throw JSONError::notEncodable();
   text_ += '"';
   std::size_t plainStart = 0;

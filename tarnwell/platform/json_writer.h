@@ -4,6 +4,9 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
+
+#include "tarnwell/platform/byte_sink.h"
 
 namespace tarnwell {
 
@@ -15,7 +18,9 @@ enum class JSONLayout { compact, indented };
 // only what must be escaped is.
 class JSONWriter {
  public:
-  explicit JSONWriter(JSONLayout layout) : layout_(layout) {}
+  // Hands on what was written in pieces, where there is a sink to take it.
+  explicit JSONWriter(JSONLayout layout, ByteSink sink = nullptr)
+      : layout_(layout), sink_(std::move(sink)) {}
 
   void beginObject() { begin('{'); }
   void endObject() { end('}'); }
@@ -31,8 +36,11 @@ class JSONWriter {
   void number(double value);           // throws JSONError when it is not finite
   void string(std::string_view text);  // throws JSONError when it is not valid UTF-8
 
-  // What was written. The writer is used up.
+  // What was written and not handed on. The writer is used up.
   std::string take() { return std::move(text_); }
+
+  // Hands on the rest.
+  void flush();
 
  private:
   void begin(char bracket);
@@ -42,6 +50,7 @@ class JSONWriter {
   void quoted(std::string_view text);
 
   JSONLayout layout_;
+  ByteSink sink_;
   std::string text_;
   std::size_t depth_ = 0;
   bool isFirst_ = true;      // nothing yet stands in the innermost object or array

@@ -69,7 +69,7 @@ void LocalStore::save(const PersistedState& state) const {
     createFolders(copies);
     copyFile(*previous, copies / ("state-" + UUID::random().text() + ".json"));
   }
-  replaceFile(url_, encodePersistedState(state));
+  replaceFile(url_, [&](const ByteSink& write) { encodePersistedState(state, write); });
 }
 
 void LocalStore::migrateToCurrentSchema() const {

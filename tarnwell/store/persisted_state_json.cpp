@@ -25,4 +25,8 @@ std::string encodePersistedState(const PersistedState& state) {
   return encodeJSON(state, JSONLayout::indented);
 }
 
+void encodePersistedState(const PersistedState& state, const ByteSink& sink) {
+  encodeJSON(state, JSONLayout::indented, sink);
+}
+
 }  // namespace tarnwell

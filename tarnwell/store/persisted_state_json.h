@@ -5,6 +5,7 @@
 #include <string>
 #include <tuple>
 
+#include "tarnwell/platform/byte_sink.h"
 #include "tarnwell/platform/json_document.h"
 #include "tarnwell/platform/record.h"
 #include "tarnwell/store/persisted_state.h"
@@ -31,5 +32,6 @@ PersistedState decodePersistedState(const JSONDocument& document);
 // Indented, keys in ascending order, instants as seconds since the reference date. Throws
 // JSONError.
 std::string encodePersistedState(const PersistedState& state);
+void encodePersistedState(const PersistedState& state, const ByteSink& sink);
 
 }  // namespace tarnwell

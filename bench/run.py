@@ -1,0 +1,250 @@
+"""run.py BUILD_FOLDER: measures the tool against its limits and its peers, all in one run.
+
+Whole processes: wall time and CPU time are medians, taken in turns so that whatever else the machine
+does falls on all alike; peak memory is from one further run. Ratios are of wall times. Before each
+change the plan is put back as it was.
+"""
+import json
+import os
+import shutil
+import statistics
+import subprocess
+import sys
+import tempfile
+import time
+
+SIZES = {"empty": None, "S": (100, 1_000), "M": (1_000, 20_000), "L": (5_000, 200_000)}
+ROUNDS = {"empty": 60, "S": 60, "M": 25, "L": 9}
+DATA_FILE = ".local/share/Tarnwell/state.json"
+
+
+class Subject:
+    """A command line to be measured, and how the files are put right before it runs."""
+
+    def __init__(self, arguments, environment=None, text="", prepare=lambda: None):
+        self.arguments = [str(argument) for argument in arguments]
+        self.environment = environment or {"PATH": os.environ["PATH"]}
+        self.text = text
+        self.prepare = prepare
+        self.walls, self.cpus = [], []
+
+    def run(self):
+        self.prepare()
+        with tempfile.TemporaryFile() as standard_input:
+            standard_input.write(self.text.encode())
+            standard_input.seek(0)
+            actions = [(os.POSIX_SPAWN_DUP2, standard_input.fileno(), 0),
+                       (os.POSIX_SPAWN_OPEN, 1, os.devnull, os.O_WRONLY, 0),
+                       (os.POSIX_SPAWN_OPEN, 2, os.devnull, os.O_WRONLY, 0)]
+            start = time.perf_counter()
+            child = os.posix_spawn(self.arguments[0], self.arguments, self.environment,
+                                   file_actions=actions)
+            _, status, usage = os.wait4(child, 0)
+            self.walls.append(time.perf_counter() - start)
+        if status != 0:
+            raise SystemExit(f"failed: {self.arguments}")
+        self.cpus.append(usage.ru_utime + usage.ru_stime)
+
+    def peak_megabytes(self):
+        self.prepare()
+        result = subprocess.run(["/usr/bin/time", "-f", "%M", *self.arguments], check=True,
+                                input=self.text, env=self.environment, capture_output=True, text=True)
+        return int(result.stderr.split()[-1]) / 1024
+
+    @property
+    def wall(self):
+        return statistics.median(self.walls)
+
+    @property
+    def cpu(self):
+        return statistics.median(self.cpus)
+
+
+class Plan:
+    """The plan of one size, and a home of its own for each subject to work on."""
+
+    def __init__(self, name, programs, scratch):
+        self.name, self.scratch = name, scratch
+        self.original = scratch / f"{name}.json"
+        self.revision, self.first_task = 0, None
+        if SIZES[name]:
+            tasks, events = SIZES[name]
+            subprocess.run([programs / "make_plan", str(tasks), str(events), self.original],
+                           check=True)
+            content = json.loads(self.original.read_text())
+            self.revision, self.first_task = content["revision"], content["tasks"][0]["id"]
+            self.tasks = content["tasks"]
+        self.size = self.original.stat().st_size if SIZES[name] else 0
+
+    def home(self, owner):
+        """A home, and what puts the plan in it back as it was."""
+        home = self.scratch / f"{self.name}-{owner}"
+
+        def restore():
+            shutil.rmtree(home, ignore_errors=True)
+            if self.size:
+                (home / DATA_FILE).parent.mkdir(parents=True)
+                shutil.copyfile(self.original, home / DATA_FILE)
+            else:
+                home.mkdir()
+            os.sync()
+            time.sleep(0.03)  # a file that has just changed may change again unseen
+
+        restore()
+        return home, restore
+
+
+def tool(plan, program, command, mutates=False, payload=None):
+    home, restore = plan.home(command)
+    envelope = {"version": 1, "command": command, "payload": payload or {}}
+    if mutates:
+        envelope["expectedRevision"] = plan.revision
+    return Subject([program], {"HOME": str(home), "PATH": os.environ["PATH"]},
+                   json.dumps(envelope), restore if mutates else lambda: None)
+
+
+def editing(plan, owner, arguments_for):
+    home, restore = plan.home(owner)
+    return Subject(arguments_for(home / DATA_FILE), prepare=restore)
+
+
+def limits(plan, programs):
+    subjects = {"true": Subject(["/bin/true"])}
+    if plan.size:
+        subjects["parse"] = Subject([programs / "bare_parse", plan.original])
+        subjects["write"] = editing(plan, "write", lambda file: [programs / "bare_write", file])
+    return subjects
+
+
+def tools(plan, program):
+    subjects = {
+        "tasks.list": tool(plan, program, "tasks.list"),
+        "review.get": tool(plan, program, "review.get"),
+        "proposals.generate": tool(plan, program, "proposals.generate", mutates=True),
+        "tasks.create": tool(plan, program, "tasks.create", True, {"title": "New"}),
+    }
+    if plan.first_task:
+        subjects["tasks.start"] = tool(plan, program, "tasks.start", True,
+                                       {"task_id": plan.first_task})
+    return subjects
+
+
+JQ_LIST = "{version: 1, ok: true, revision, result: .tasks}"
+JQ_CREATE = """.revision += 1
+  | .tasks += [{id: "5A0C0C7E-8C3E-4E0B-9D63-0C5B6C1B7F10", title: "New", notes: "",
+      priority: "normal", manualPosition: 0, status: "pending", createdAt: 0, updatedAt: 0,
+      skipCount: 0, accumulatedFocusSeconds: 0}]
+  | .auditEvents += [{id: "0B4D5C0E-6B6E-4B57-B1B7-9F4C8C3C9B77", timestamp: 0, source: "agent",
+      action: "task.create", taskID: "5A0C0C7E-8C3E-4E0B-9D63-0C5B6C1B7F10"}]"""
+
+
+def taskwarrior(plan):
+    """A store with as many tasks, open and done, and what lists it and adds to it."""
+    program = shutil.which("task")
+    home = plan.scratch / f"{plan.name}-taskwarrior"
+    pristine = plan.scratch / f"{plan.name}-taskwarrior-pristine"
+    environment = {"HOME": str(home), "TASKRC": str(home / "taskrc"), "PATH": os.environ["PATH"]}
+    home.mkdir()
+    (home / "taskrc").write_text(f"data.location={home}/data\nconfirmation=no\n")
+    entries = [{"description": task["title"], "entry": "20260101T000000Z",
+                **({"status": "completed", "end": "20260102T000000Z"}
+                   if task["status"] in ("completed", "archived") else {"status": "pending"})}
+               for task in plan.tasks]
+    subprocess.run([program, "import", "-"], input=json.dumps(entries), text=True, check=True,
+                   env=environment, capture_output=True)
+    subprocess.run([program, "export"], check=True, env=environment, capture_output=True)
+    shutil.copytree(home, pristine)
+
+    def restore():
+        shutil.rmtree(home)
+        shutil.copytree(pristine, home)
+        os.sync()
+
+    return {"tasks.list": ("Taskwarrior", Subject([program, "export"], environment)),
+            "tasks.create": ("Taskwarrior", Subject([program, "add", "New"], environment,
+                                                    prepare=restore))}
+
+
+def peers(plan, source):
+    if not plan.size:
+        return []
+    found = []
+    script = source / "peer.py"
+    python = "/usr/bin/python3"
+    found.append(("tasks.list", "Python", Subject([python, script, "list", plan.original])))
+    found.append(("tasks.create", "Python", editing(
+        plan, "python", lambda file: [python, script, "create", file])))
+    if shutil.which("jq"):
+        jq = shutil.which("jq")
+        found.append(("tasks.list", "jq", Subject([jq, "-cS", JQ_LIST, plan.original])))
+        found.append(("tasks.create", "jq", editing(
+            plan, "jq", lambda file: ["/bin/sh", "-c",
+                                      'jq -S "$1" "$2" >"$2.new" && mv "$2.new" "$2"', "sh",
+                                      JQ_CREATE, file])))
+    if shutil.which("task"):
+        for command, (name, subject) in taskwarrior(plan).items():
+            found.append((command, name, subject))
+    return found
+
+
+def milliseconds(seconds):
+    return f"{seconds * 1000:.2f}" if seconds < 0.1 else f"{seconds * 1000:.0f}"
+
+
+def print_table(header, rows):
+    print("| " + " | ".join(header) + " |")
+    print("|" + "---|" * len(header))
+    for row in rows:
+        print("| " + " | ".join(row) + " |")
+    print()
+
+
+def measure(plan, programs, program, source):
+    limit, subjects, others = limits(plan, programs), tools(plan, program), peers(plan, source)
+    everything = [*limit.values(), *subjects.values(), *(subject for _, _, subject in others)]
+    for _ in range(ROUNDS[plan.name]):
+        for subject in everything:
+            subject.run()
+
+    parse = limit["parse"].wall if plan.size else 0
+    write = limit["write"].wall if plan.size else 0
+    rows = [[plan.name, f"*{name}*", milliseconds(subject.wall), milliseconds(subject.cpu),
+             f"{subject.peak_megabytes():.1f}", "", "", ""] for name, subject in limit.items()]
+    for command, subject in subjects.items():
+        is_change = command not in ("tasks.list", "review.get")
+        least = parse + (write if is_change else 0)
+        rows.append([plan.name, command, milliseconds(subject.wall), milliseconds(subject.cpu),
+                     f"{subject.peak_megabytes():.1f}",
+                     f"{subject.wall / limit['true'].wall:.2f}",
+                     f"{subject.wall / least:.2f}" if least else "",
+                     ", ".join(f"{name} {subject.wall / other.wall:.3f} ({milliseconds(other.wall)} ms)"
+                               for other_command, name, other in others
+                               if other_command == command)])
+    return rows, {name: subject.wall for name, subject in subjects.items()}
+
+
+def main():
+    from pathlib import Path
+    build = Path(sys.argv[1]).resolve()
+    source = Path(__file__).resolve().parent
+    with tempfile.TemporaryDirectory(prefix="tarnwell-bench-") as scratch:
+        scratch = Path(scratch)
+        rows, walls, sizes = [], {}, {}
+        for name in SIZES:
+            print(f"measuring {name}", file=sys.stderr)
+            plan = Plan(name, build / "bench", scratch)
+            sizes[name] = plan.size
+            more, walls[name] = measure(plan, build / "bench", build / "tarnwellctl", source)
+            rows += more
+        kind = subprocess.run(["stat", "-f", "-c", "%T", scratch], capture_output=True, text=True)
+        print(f"File system: {kind.stdout.strip()}. Documents: " +
+              ", ".join(f"{name} {size / 1e6:.2f} MB" for name, size in sizes.items() if size) + ".\n")
+    print_table(["plan", "what", "wall ms", "CPU ms", "peak MB", "÷ true",
+                 "÷ parse (+ write)", "÷ peer"], rows)
+    print("Milliseconds for each megabyte of document, above an empty home:\n")
+    print_table(["command", *(name for name in SIZES if sizes[name])],
+                [[command, *(f"{(walls[name][command] - walls['empty'].get(command, walls['empty']['tasks.create'])) * 1e9 / sizes[name]:.2f}"
+                             for name in SIZES if sizes[name])] for command in walls["L"]])
+
+
+main()
