@@ -48,9 +48,9 @@ JSONValue jsonValue(const T& value) {
     forEachFieldByKey<T>([&](const auto& field) {
       const auto& member = value.*field.member;
       if constexpr (isOptional<std::remove_cvref_t<decltype(member)>>) {
-        if (member) object.emplace(field.key, jsonValue(*member));
+        if (member) object.emplace_hint(object.end(), field.key, jsonValue(*member));
       } else {
-        object.emplace(field.key, jsonValue(member));
+        object.emplace_hint(object.end(), field.key, jsonValue(member));
       }
     });
     return object;

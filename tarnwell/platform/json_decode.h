@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <tuple>
 #include <type_traits>
@@ -18,30 +19,55 @@ namespace tarnwell {
 template <class T>
 T decode(JSONElement element, std::string_view key);
 
-// Reads one member of a record from the record's object.
+// Finds the members of an object. They are usually looked for in the order in which they were
+// written, so the next one is tried before all of them are searched.
+class MemberFinder {
+ public:
+  explicit MemberFinder(simdjson::dom::object object)
+      : object_(object), next_(object.begin()), end_(object.end()) {}
+
+  // The first member with the key; absent when there is none.
+  std::optional<JSONElement> find(std::string_view key) {
+    if (next_ != end_ && next_.key() == key) {
+      const JSONElement element = next_.value();
+      ++next_;
+      return element;
+    }
+    JSONElement element;
+    if (object_.at_key(key).get(element) != simdjson::SUCCESS) return std::nullopt;
+    return element;
+  }
+
+ private:
+  simdjson::dom::object object_;
+  simdjson::dom::object::iterator next_;
+  simdjson::dom::object::iterator end_;
+};
+
+// Reads one member of a record.
 template <class Owner, class Member>
-void decodeField(simdjson::dom::object object, const Field<Owner, Member>& field, Owner& record) {
-  JSONElement element;
-  const bool isPresent = object.at_key(field.key).get(element) == simdjson::SUCCESS;
+void decodeField(MemberFinder& members, const Field<Owner, Member>& field, Owner& record) {
+  const auto element = members.find(field.key);
   Member& member = record.*field.member;
   if constexpr (isOptional<Member>) {
-    if (isPresent && !element.is_null()) {
-      member = decode<typename Member::value_type>(element, field.key);
+    if (element && !element->is_null()) {
+      member = decode<typename Member::value_type>(*element, field.key);
     } else {
       member.reset();
     }
-  } else if (isPresent && !(field.isDefaulted && element.is_null())) {
-    member = decode<Member>(element, field.key);
+  } else if (element && !(field.isDefaulted && element->is_null())) {
+    member = decode<Member>(*element, field.key);
   } else if (!field.isDefaulted) {
     throw JSONError::missingKey(field.key);
   }
 }
 
-// Reads the listed members, in the list's order, and leaves the others as they are.
+// Reads the listed members and leaves the others as they are.
 template <class Owner, class... Members>
 void decodeFields(simdjson::dom::object object, const std::tuple<Field<Owner, Members>...>& fields,
                   Owner& record) {
-  std::apply([&](const auto&... field) { (decodeField(object, field, record), ...); }, fields);
+  MemberFinder members(object);
+  std::apply([&](const auto&... field) { (decodeField(members, field, record), ...); }, fields);
 }
 
 // Reads a value. Throws JSONError.
@@ -79,7 +105,8 @@ T decode(JSONElement element, std::string_view key) {
   } else {
     static_assert(Record<T>);
     T record{};
-    decodeFields(objectFrom(element, key), T::fields(), record);
+    MemberFinder members(objectFrom(element, key));
+    forEachFieldByKey<T>([&](const auto& field) { decodeField(members, field, record); });
     return record;
   }
 }

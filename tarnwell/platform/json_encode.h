@@ -30,7 +30,8 @@ void encode(JSONWriter& writer, const T& value) {
   } else if constexpr (std::is_same_v<T, std::string>) {
     writer.string(value);
   } else if constexpr (std::is_same_v<T, UUID>) {
-    writer.string(value.text());
+    const auto characters = value.characters();
+    writer.plainString({characters.data(), characters.size()});
   } else if constexpr (std::is_same_v<T, Instant>) {
     writer.number(value.seconds);
   } else if constexpr (std::is_same_v<T, JSONValue>) {
@@ -45,7 +46,7 @@ void encode(JSONWriter& writer, const T& value) {
     }
     writer.endObject();
   } else if constexpr (TextEnum<T>) {
-    writer.string(textOf(value));
+    writer.plainString(textOf(value));
   } else if constexpr (isVector<T>) {
     writer.beginArray();
     for (const auto& item : value) encode(writer, item);

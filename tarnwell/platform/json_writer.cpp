@@ -19,7 +19,7 @@ bool mustBeEscaped(char c) { return c == '"' || c == '\\' || static_cast<unsigne
 // Stands in JSON as it is.
 bool isPlain(char c) { return static_cast<unsigned char>(c) < 0x80 && !mustBeEscaped(c); }
 
-void appendEscaped(std::string& text, char c) {
+void appendEscape(std::string& text, char c) {
   constexpr std::string_view hexDigits = "0123456789abcdef";
   text += '\\';
   switch (c) {
@@ -60,7 +60,7 @@ void appendNumber(std::string& text, Number value) {
 
 void JSONWriter::key(std::string_view key) {
   beginValue();
-  quoted(key);
+  append(key);
   text_ += layout_ == JSONLayout::indented ? ": " : ":";
   isAfterKey_ = true;
 }
@@ -88,7 +88,12 @@ void JSONWriter::number(double value) {
 
 void JSONWriter::string(std::string_view text) {
   beginValue();
-  quoted(text);
+  append(text);
+}
+
+void JSONWriter::plainString(std::string_view text) {
+  beginValue();
+  appendPlain(text);
 }
 
 void JSONWriter::begin(char bracket) {
@@ -127,20 +132,29 @@ void JSONWriter::newLine() {
   text_.append(depth_ * indentWidth, ' ');
 }
 
-void JSONWriter::quoted(std::string_view text) {
+void JSONWriter::append(std::string_view text) {
   if (std::all_of(text.begin(), text.end(), isPlain)) {
-    text_ += '"';
-    text_ += text;
-    text_ += '"';
-    return;
+    appendPlain(text);
+  } else if (isValidUTF8(text)) {
+    appendEscaped(text);
+  } else {
+    throw JSONError::notEncodable();
   }
-  if (!isValidUTF8(text)) throw JSONError::notEncodable();
+}
+
+void JSONWriter::appendPlain(std::string_view text) {
+  text_ += '"';
+  text_ += text;
+  text_ += '"';
+}
+
+void JSONWriter::appendEscaped(std::string_view text) {
   text_ += '"';
   std::size_t plainStart = 0;
   for (std::size_t i = 0; i < text.size(); ++i) {
     if (!mustBeEscaped(text[i])) continue;
     text_ += text.substr(plainStart, i - plainStart);
-    appendEscaped(text_, text[i]);
+    appendEscape(text_, text[i]);
     plainStart = i + 1;
   }
   text_ += text.substr(plainStart);

@@ -33,8 +33,9 @@ class JSONWriter {
   void null();
   void boolean(bool value);
   void integer(std::int64_t value);
-  void number(double value);           // throws JSONError when it is not finite
-  void string(std::string_view text);  // throws JSONError when it is not valid UTF-8
+  void number(double value);                // throws JSONError when it is not finite
+  void string(std::string_view text);       // throws JSONError when it is not valid UTF-8
+  void plainString(std::string_view text);  // of ASCII without anything that must be escaped
 
   // What was written and not handed on. The writer is used up.
   std::string take() { return std::move(text_); }
@@ -47,7 +48,9 @@ class JSONWriter {
   void end(char bracket);
   void beginValue();
   void newLine();
-  void quoted(std::string_view text);
+  void append(std::string_view text);
+  void appendPlain(std::string_view text);
+  void appendEscaped(std::string_view text);
 
   JSONLayout layout_;
   ByteSink sink_;

@@ -56,16 +56,21 @@ std::optional<UUID> UUID::parse(std::string_view text) {
   return uuid;
 }
 
-std::string UUID::text() const {
+std::array<char, 36> UUID::characters() const {
   constexpr std::string_view digits = "0123456789ABCDEF";
-  std::string text(textLength, '-');
+  std::array<char, textLength> characters{};
   std::size_t position = 0;
   for (const auto byte : bytes) {
-    if (isDashPosition(position)) ++position;
-    text[position++] = digits[byte >> 4U];
-    text[position++] = digits[byte & 0xFU];
+    if (isDashPosition(position)) characters[position++] = '-';
+    characters[position++] = digits[byte >> 4U];
+    characters[position++] = digits[byte & 0xFU];
   }
-  return text;
+  return characters;
+}
+
+std::string UUID::text() const {
+  const auto text = characters();
+  return {text.begin(), text.end()};
 }
 
 }  // namespace tarnwell

@@ -20,6 +20,7 @@ struct UUID {
 
   // The canonical form in upper case.
   std::string text() const;
+  std::array<char, 36> characters() const;
 
   friend auto operator<=>(const UUID&, const UUID&) = default;
 };
