@@ -116,6 +116,11 @@ void SessionEngine::retryProtection() {
   }
 }
 
+std::vector<std::string> SessionEngine::expectedHosts() const {
+  const auto& session = activeSession.value();
+  return session ? hostsOf(*session) : std::vector<std::string>{};
+}
+
 double SessionEngine::remainingTime(Instant now) const {
   const auto& session = activeSession.value();
   return session ? std::max(0.0, session->endsAt - now) : 0;

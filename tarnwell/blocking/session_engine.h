@@ -77,6 +77,10 @@ class SessionEngine {
   // Installs the block again after a failure. Never fails.
   void retryProtection();
 
+  // What the active session blocks, to compare with what the hosts file holds; nothing without a
+  // session. Throws DomainRuleError.
+  std::vector<std::string> expectedHosts() const;
+
   // In seconds, never below 0.
   double remainingTime(Instant now) const;
 

@@ -315,6 +315,15 @@ TEST_F(SessionEngineTest, retryInstallsTheBlockAgain) {
   EXPECT_EQ(stored()->state, SessionState::active);
 }
 
+TEST_F(SessionEngineTest, expectsTheHostsOfTheActiveSessionAndNoneWithoutOne) {
+  EXPECT_THAT(engine.expectedHosts(), IsEmpty());
+  engine.start(request());
+  EXPECT_THAT(engine.expectedHosts(), ElementsAre("example.com", "www.example.com"));
+  EXPECT_EQ(blocker.status(engine.expectedHosts()), BlockingStatus::active);
+  engine.endFlexible(someInstant);
+  EXPECT_THAT(engine.expectedHosts(), IsEmpty());
+}
+
 TEST_F(SessionEngineTest, remainingTimeCountsDownToZero) {
   EXPECT_EQ(engine.remainingTime(someInstant), 0);
   engine.start(request());
