@@ -1,0 +1,131 @@
+// A host with a thread for what may wait for the administrator, beside the one of its windows.
+#include <mutex>
+#include <set>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tarnwell/blocking/hosts_blocking_engine.h"
+#include "tarnwell/blocking/session_engine.h"
+#include "tarnwell/store/task_store.h"
+
+#include "tests/support/builders.h"
+#include "tests/support/fake_runner.h"
+#include "tests/support/scratch_folder.h"
+
+namespace tarnwell {
+namespace {
+
+using test::contentOf;
+using test::makeTask;
+using test::someInstant;
+
+constexpr std::size_t rounds = 12;
+constexpr double hour = 3600;
+const std::string plainHosts = "127.0.0.1 localhost\n";
+
+// What one thread leaves for another, which takes it when it has time.
+template <class Message>
+class Inbox {
+ public:
+  void post(Message message) {
+    const std::scoped_lock guard(mutex_);
+    messages_.push_back(std::move(message));
+  }
+
+  std::vector<Message> takeAll() {
+    const std::scoped_lock guard(mutex_);
+    return std::exchange(messages_, {});
+  }
+
+ private:
+  std::mutex mutex_;
+  std::vector<Message> messages_;
+};
+
+// Adds a task, however often the other thread is faster.
+void addTask(TaskStore& store) {
+  const FocusTask task = makeTask("One of many");
+  while (true) {
+    try {
+      store.transact({.expectedRevision = store.snapshot().revision(),
+                      .source = MutationSource::user,
+                      .action = "task.create",
+                      .taskID = task.id,
+                      .now = someInstant},
+                     [&](PersistedState& state) { state.tasks.push_back(task); });
+      return;
+    } catch (const TaskStoreError&) {
+      continue;
+    }
+  }
+}
+
+TEST(HostThreads, useTheTaskStoreAndTheHostsEngineAtOnce) {
+  const test::ScratchFolder folder;
+  const auto hostsFile = folder / "hosts";
+  test::writeFile(hostsFile, plainHosts);
+  const LocalStore document(folder / "state.json");
+  const DomainGroup group{.name = "G", .rules = {{.domain = "example.com"}}};
+
+  TaskStore store(document);
+  test::FakeRunner administrator;
+  HostsBlockingEngine blocker(folder / "Backups", administrator, hostsFile);
+  Inbox<ProtectionStatus> inbox;
+
+  std::thread worker([&] {
+    SessionEngine blocking(document, blocker);
+    blocking.protectionStatus.observe([&](ProtectionStatus status) { inbox.post(status); });
+    for (std::size_t i = 0; i < rounds; ++i) {
+      blocking.start({.group = group, .duration = hour, .now = someInstant});
+      addTask(store);
+      blocking.tick(someInstant + hour);
+    }
+  });
+
+  std::set<BlockingStatus> seen;
+  for (std::size_t i = 0; i < rounds; ++i) {
+    seen.insert(blocker.status({"example.com", "www.example.com"}));
+    addTask(store);
+  }
+  worker.join();
+
+  EXPECT_THAT(seen, testing::IsSubsetOf({BlockingStatus::active, BlockingStatus::mismatch}))
+      << "a block that is half written";
+  std::vector<ProtectionStatus> everyRound;
+  for (std::size_t i = 0; i < rounds; ++i) {
+    everyRound.push_back(ProtectionStatus::active);
+    everyRound.push_back(ProtectionStatus::off);
+  }
+  EXPECT_EQ(inbox.takeAll(), everyRound);
+  EXPECT_EQ(store.snapshot().revision(), std::int64_t{2 * rounds});
+  EXPECT_EQ(store.snapshot().state().tasks.size(), 2 * rounds);
+  EXPECT_EQ(document.load().activeSession, std::nullopt);
+  EXPECT_EQ(contentOf(hostsFile), plainHosts);
+}
+
+// Whoever applies a block checks it afterwards, and throws when somebody came between.
+TEST(HostThreads, changeTheHostsFileOneAfterTheOther) {
+  const test::ScratchFolder folder;
+  const auto hostsFile = folder / "hosts";
+  test::writeFile(hostsFile, plainHosts);
+  test::FakeRunner administrator;
+  HostsBlockingEngine blocker(folder / "Backups", administrator, hostsFile);
+  const auto applyOftenAndRemove = [&](const char* host) {
+    for (std::size_t i = 0; i < rounds; ++i) {
+      EXPECT_NO_THROW(blocker.apply({host}));
+      EXPECT_NO_THROW(blocker.remove());
+    }
+  };
+
+  std::thread worker([&] { applyOftenAndRemove("worker.com"); });
+  applyOftenAndRemove("window.com");
+  worker.join();
+  EXPECT_EQ(contentOf(hostsFile), plainHosts);
+}
+
+}  // namespace
+}  // namespace tarnwell
