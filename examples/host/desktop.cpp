@@ -1,0 +1,294 @@
+#include "desktop.h"
+
+#include <algorithm>
+#include <cmath>
+#include <iostream>
+#include <utility>
+
+#include "tarnwell/blocking/domain_rules.h"
+#include "tarnwell/planning/planner_engine.h"
+#include "tarnwell/platform/json_encode.h"
+
+namespace tarnwell::host {
+namespace {
+
+// A number in text as a clock or a date has it, such as 09.
+std::string twoDigits(std::int64_t number) {
+  return (number < 10 ? "0" : "") + std::to_string(number);
+}
+
+std::string dayText(LocalDay day) {
+  return std::to_string(day.year) + "-" + twoDigits(day.month) + "-" + twoDigits(day.day);
+}
+
+}  // namespace
+
+std::string timeOfDay(Instant instant, const Calendar& calendar) {
+  const Instant midnight = *calendar.date(calendar.day(instant));
+  const std::int64_t minutes = std::lround((instant - midnight) / 60);
+  return twoDigits(minutes / 60) + ":" + twoDigits(minutes % 60);
+}
+
+Desktop::Desktop(const Machine& machine, const Calendar& calendar, std::function<Instant()> now)
+    : calendar_(calendar),
+      now_(std::move(now)),
+      engines_(machine, calendar),
+      shown_(engines_.store.snapshot()) {}
+
+// Observers first, so that they see what is taken up.
+void Desktop::launch() {
+  watch();
+  engines_.focus.recover(now_());
+  if (const auto& problem = engines_.focus.lastError.value()) say(*problem);
+  refresh();
+  backUpToday();
+  for (const FocusTask& task : shown_.state().tasks) syncReminders(task);
+}
+
+void Desktop::watch() {
+  engines_.tasks.activeTaskID.observe([this](const std::optional<UUID>& id) {
+    refresh();
+    say(id ? "working on: " + titleOf(*id) : "working on nothing");
+  });
+  engines_.tasks.nextTaskID.observe([this](const std::optional<UUID>& id) {
+    if (id) say("next could be: " + titleOf(*id));
+  });
+  engines_.blocking.protectionStatus.observe([this](ProtectionStatus status) {
+    switch (status) {
+      case ProtectionStatus::off:
+        return say("websites are open");
+      case ProtectionStatus::active:
+        return say("websites are blocked");
+      case ProtectionStatus::attentionRequired:
+        return say("the blocking needs attention");
+    }
+  });
+}
+
+// The day's first launch that finds a plan makes the day's copy; any other finds it made.
+void Desktop::backUpToday() {
+  if (!std::filesystem::exists(engines_.document.url())) return;
+  attempt([&] {
+    const auto copy = engines_.backups.createDailyBackup(now_(), calendar_);
+    say("daily backup: " + copy.filename().string());
+  });
+}
+
+// Whatever the person asks for may be refused, and the text of the error is for them to read. That
+// somebody else changed the plan is no fault: look at it again, and decide again.
+bool Desktop::attempt(const std::function<void()>& request) {
+  try {
+    request();
+    return true;
+  } catch (const TaskStoreError& conflict) {
+    say(conflict.description());
+    refresh();
+  } catch (const Error& error) {
+    say(error.description());
+  }
+  return false;
+}
+
+// A change is decided on the plan that is shown, so it is that plan's revision that it expects.
+void Desktop::change(std::string_view action, const std::optional<UUID>& taskID,
+                     const std::function<void(PersistedState&)>& body) {
+  shown_ = engines_.store.transact({.expectedRevision = shown_.revision(),
+                                    .source = MutationSource::user,
+                                    .action = std::string(action),
+                                    .taskID = taskID,
+                                    .now = now_()},
+                                   body);
+}
+
+// The notifications follow the task. Failing to set them is worth a warning, never more.
+void Desktop::syncReminders(const FocusTask& task) {
+  const auto warning = engines_.reminders.sync(task);
+  if (!warning) return;
+  const bool isDenied = warning->which == ReminderWarning::Case::permissionDenied;
+  say(isDenied ? "notifications are not allowed" : "no reminder: " + warning->text);
+}
+
+void Desktop::setCapacity(std::int64_t minutes) {
+  attempt([&] {
+    change("preferences.update", std::nullopt,
+           [&](PersistedState& state) { state.preferences.dailyCapacityMinutes = minutes; });
+  });
+}
+
+void Desktop::add(FocusTask task) {
+  attempt([&] {
+    task.id = UUID::random();
+    task.createdAt = now_();
+    task.manualPosition =
+        PlannerEngine::nextManualPosition(shown_.state().tasks, task.plannedDay, task.priority);
+    task = FocusTask::make(task);
+    change("task.create", task.id, [&](PersistedState& state) { state.tasks.push_back(task); });
+    syncReminders(task);
+  });
+}
+
+void Desktop::moveBefore(std::string_view title, std::string_view target) {
+  const auto move = [&] {
+    const FocusTask moved = taskNamed(title);
+    change("task.reorder", moved.id, [&](PersistedState& state) {
+      state.tasks = PlannerEngine::reorder(
+          state.tasks,
+          {.taskID = moved.id, .targetID = taskNamed(target).id, .day = *moved.plannedDay});
+    });
+  };
+  if (attempt(move)) say("moved: " + std::string(title));
+}
+
+void Desktop::removeAllTasks() {
+  attempt([&] {
+    const auto removed = shown_.state().tasks;
+    change("tasks.remove", std::nullopt, [](PersistedState& state) { state.tasks.clear(); });
+    for (const FocusTask& task : removed) engines_.reminders.cancel(task.id);
+  });
+}
+
+void Desktop::showDay(LocalDay day) const {
+  const auto& tasks = shown_.state().tasks;
+  const WorkloadSummary workload = PlannerEngine::workload(tasks, day);
+  say(dayText(day) + ": " + std::to_string(workload.taskCount) + " to do, " +
+      std::to_string(workload.estimatedMinutes) + " of " +
+      std::to_string(shown_.state().preferences.dailyCapacityMinutes) + " minutes");
+  for (const FocusTask& task : PlannerEngine::queueTasks(tasks, day)) {
+    std::cout << "         " << task.title << " (" << textOf(task.status) << ", "
+              << task.estimatedMinutes.value_or(0) << " min)\n";
+  }
+}
+
+// A host that lets agents in answers them with a service that has no authority.
+void Desktop::takeCommandOfAgent(const AgentCommandEnvelope& command) {
+  const auto reply = engines_.agent.execute(command, now_());
+  say("an agent: " + command.command + (reply.ok ? ", done" : ", " + reply.error->message));
+}
+
+void Desktop::start(std::string_view title) {
+  attempt([&] {
+    const FocusTask task = taskNamed(title);
+    std::optional<DomainGroup> group;
+    if (task.blockingGroupID) group = engines_.blocking.group(*task.blockingGroupID);
+    constexpr double anHour = 3600;
+    shown_ = engines_.focus.start({.taskID = task.id,
+                                   .blockingGroup = group,
+                                   .duration = anHour,
+                                   .mode = SessionMode::flexible,
+                                   .now = now_(),
+                                   .revision = shown_.revision()});
+  });
+}
+
+void Desktop::skip() {
+  attempt([&] { shown_ = engines_.focus.skip(now_(), shown_.revision()); });
+}
+
+void Desktop::complete() {
+  attempt([&] {
+    shown_ = engines_.focus.complete(now_(), shown_.revision());
+    for (const FocusTask& task : shown_.state().tasks) syncReminders(task);
+  });
+}
+
+// Ticking never fails: what goes wrong at the end of a session is published.
+void Desktop::tick() {
+  engines_.blocking.tick(now_());
+  if (const auto& problem = engines_.blocking.lastError.value()) say(*problem);
+  const double remaining = engines_.blocking.remainingTime(now_());
+  if (remaining > 0) say(std::to_string(std::lround(remaining / 60)) + " minutes of blocking left");
+}
+
+// What is typed is normalised before it is stored, so that a mistake shows at once.
+void Desktop::addGroup(const DomainGroup& group, const std::string& typedAddress) {
+  attempt([&] {
+    const std::string domain = DomainRules::normalize(typedAddress);
+    auto groups = engines_.blocking.groups.value();
+    groups.push_back(group);
+    groups.back().rules.push_back({.id = UUID::random(), .domain = domain});
+    engines_.blocking.replaceGroups(groups);
+    say("group " + group.name + ": " + domain);
+  });
+}
+
+void Desktop::showDiagnostics() {
+  attempt([&] {
+    const auto snapshot = engines_.diagnostics.snapshot(engines_.blocking.expectedHosts());
+    say("diagnostics");
+    std::cout << encodeJSON(snapshot, JSONLayout::indented) << "\n";
+  });
+}
+
+std::vector<PlanningProposal> Desktop::review() {
+  std::vector<PlanningProposal> proposals;
+  attempt([&] {
+    const auto& tasks = shown_.state().tasks;
+    const WeeklyReview week = RecommendationEngine::review(now_(), tasks, calendar_);
+    say("this week: " + std::to_string(week.completedTaskCount) + " of " +
+        std::to_string(week.plannedTaskCount) + " tasks done");
+    proposals = RecommendationEngine::proposals(week, tasks,
+                                                shown_.state().preferences.dailyCapacityMinutes);
+    shown_ = engines_.recommendations.save(proposals, shown_.revision(), now_());
+    for (const PlanningProposal& proposal : proposals) {
+      say("proposal: " + proposal.reason + ": " + titleOf(proposal.taskID));
+    }
+  });
+  return proposals;
+}
+
+// Only the service with the user's authority may pass on a decision, and only one that the user has
+// really made.
+void Desktop::decide(const PlanningProposal& proposal, std::string_view command) {
+  const auto reply =
+      engines_.userInterface.execute({.version = 1,
+                                      .command = std::string(command),
+                                      .expectedRevision = shown_.revision(),
+                                      .userApproval = true,
+                                      .payload = {{"proposal_id", proposal.id.text()}}},
+                                     now_());
+  refresh();
+  say(std::string(command) + ": " + (reply.ok ? "done" : reply.error->message));
+}
+
+void Desktop::exportBackup(const std::filesystem::path& file) {
+  attempt([&] {
+    engines_.backups.exportBackup(file);
+    say("exported revision " + std::to_string(shown_.revision()));
+  });
+}
+
+// The manager does not lock; the lock keeps others from writing in between. What was published and
+// what is pending comes from the plan that is replaced, so both are brought up to date. A session
+// is ended first: the restored plan does not know of its block in the hosts file.
+void Desktop::restoreBackup(const std::filesystem::path& file) {
+  attempt([&] {
+    engines_.blocking.endFlexible(now_());
+    engines_.document.withExclusiveLock([&] { engines_.backups.restoreBackup(file); });
+    for (const FocusTask& task : shown_.state().tasks) engines_.reminders.cancel(task.id);
+    engines_.focus.recover(now_());
+    refresh();
+    for (const FocusTask& task : shown_.state().tasks) syncReminders(task);
+    say("restored revision " + std::to_string(shown_.revision()));
+  });
+}
+
+void Desktop::say(std::string_view text) const {
+  std::cout << timeOfDay(now_(), calendar_) << "    " << text << "\n";
+}
+
+FocusTask Desktop::taskNamed(std::string_view title) const {
+  const auto& tasks = shown_.state().tasks;
+  const auto task = std::find_if(tasks.begin(), tasks.end(),
+                                 [&](const FocusTask& each) { return each.title == title; });
+  if (task == tasks.end()) throw TaskSessionError(TaskSessionError::taskNotFound);
+  return *task;
+}
+
+std::string Desktop::titleOf(const UUID& id) const {
+  for (const FocusTask& task : shown_.state().tasks) {
+    if (task.id == id) return task.title;
+  }
+  return "a task that is gone";
+}
+
+}  // namespace tarnwell::host

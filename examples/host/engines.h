@@ -1,0 +1,49 @@
+// The engines that a host owns.
+#pragma once
+
+#include <filesystem>
+
+#include "tarnwell/agent/agent_command_service.h"
+#include "tarnwell/blocking/diagnostics.h"
+#include "tarnwell/blocking/focus_coordinator.h"
+#include "tarnwell/blocking/hosts_blocking_engine.h"
+#include "tarnwell/blocking/privileged_command_running.h"
+#include "tarnwell/blocking/session_engine.h"
+#include "tarnwell/planning/recommendation_engine.h"
+#include "tarnwell/platform/calendar.h"
+#include "tarnwell/reminders/reminder_coordinator.h"
+#include "tarnwell/sessions/task_session_engine.h"
+#include "tarnwell/store/data_backup_manager.h"
+#include "tarnwell/store/local_store.h"
+#include "tarnwell/store/task_store.h"
+
+namespace tarnwell::host {
+
+// What the machine provides and the engines only refer to. It outlives them.
+struct Machine {
+  std::filesystem::path folder;     // of the application's data
+  std::filesystem::path hostsFile;  // "/etc/hosts" in earnest
+  PrivilegedCommandRunning& administrator;
+  ReminderScheduling& notifications;
+};
+
+// Each engine refers to some of those above it, so that they are destroyed in the right order and
+// stay where they were built.
+struct Engines {
+  Engines(const Machine& machine, const Calendar& calendar);
+
+  LocalStore document;  // a value: only the location of the data file
+  TaskStore store;      // one per process
+  TaskSessionEngine tasks;
+  HostsBlockingEngine blocker;
+  SessionEngine blocking;
+  FocusCoordinator focus;
+  RecommendationEngine recommendations;
+  ReminderCoordinator reminders;
+  DataBackupManager backups;
+  Diagnostics diagnostics;
+  AgentCommandService userInterface;  // may pass on the user's decisions
+  AgentCommandService agent;          // may not
+};
+
+}  // namespace tarnwell::host
