@@ -44,6 +44,9 @@ std::string HostsDocument::removingManagedBlock() const {
 
 std::string HostsDocument::applying(const std::vector<std::string>& hosts) const {
   std::string text = removingManagedBlock();
+  // What stood on both sides of the old block may have become a marker, which would then be one too
+  // many: this throws.
+  HostsDocument(text).managedRange();
   if (!text.empty()) text += '\n';
   text += beginMarker;
   text += '\n';

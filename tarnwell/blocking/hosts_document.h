@@ -47,7 +47,8 @@ class HostsDocument {
   // The text without the block and the line feed that `applying` put before it.
   std::string removingManagedBlock() const;
 
-  // The text with one block, at its end, for exactly these hosts.
+  // The text with one block, at its end, for exactly these hosts. Throws HostsDocumentError also
+  // where taking an old block out would leave a marker behind.
   std::string applying(const std::vector<std::string>& hosts) const;
 
  private:

@@ -107,6 +107,15 @@ TEST(HostsDocument, replacesTheBlockThatThereIs) {
   EXPECT_EQ(HostsDocument(once).applying({"example.com"}), "a\n\n" + block + "\n");
 }
 
+TEST(HostsDocument, refusesToReplaceABlockThatStandsInsideAMarker) {
+  for (const auto& source : {"# BEGIN TARN" + block + "WELL MANAGED BLOCK",
+                             "# END TARN\n" + block + "WELL MANAGED BLOCK\n"}) {
+    test::expectError(HostsDocumentError(HostsDocumentError::malformedManagedMarkers),
+                      [&] { HostsDocument(source).applying({"example.com"}); });
+    EXPECT_THAT(HostsDocument(source).managedHosts(), ElementsAre("example.com"));
+  }
+}
+
 // For every text: applying twice is applying once, and removing gives the text back.
 TEST(HostsDocument, comesBackByteForByteFromRandomTexts) {
   std::mt19937 random(3);  // NOLINT: the same texts in every run
