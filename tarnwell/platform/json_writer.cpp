@@ -83,7 +83,7 @@ void JSONWriter::integer(std::int64_t value) {
 void JSONWriter::number(double value) {
   if (!std::isfinite(value)) throw JSONError::notEncodable();
   beginValue();
-  appendNumber(text_, value);
+  appendNumber(text_, value + 0.0);  // -0 becomes the 0 that it equals, and is read back as
 }
 
 void JSONWriter::string(std::string_view text) {

@@ -78,6 +78,8 @@ TEST(JSONWriter, writesIntegralDoublesWithoutAFraction) {
   EXPECT_EQ(written(0x1p53), "9007199254740992");
 }
 
+TEST(JSONWriter, writesEqualZerosAlike) { EXPECT_EQ(written(-0.0), "0"); }
+
 TEST(JSONWriter, writesDoublesInTheShortestFormThatReadsBack) {
   EXPECT_EQ(written(0.1), "0.1");
   EXPECT_EQ(written(816908129.1164603), "816908129.1164603");
