@@ -34,6 +34,8 @@ fs::path temporaryPath(const fs::path& target) {
   return target.parent_path() / name;
 }
 
+}  // namespace
+
 // A file that is not yet under its name, in the same folder. Removed unless it is moved into place.
 class TemporaryFile {
  public:
@@ -76,9 +78,12 @@ class TemporaryFile {
 #endif
   }
 
-  // Gives the content its name, once it is safely on the disk.
-  void moveIntoPlace() {
+  void sync() {
     if (const int error = syncFile(file_.number())) throw FileError("sync", path_, error);
+  }
+
+  // Gives the content, which has been synced, its name.
+  void moveIntoPlace() {
     if (const int error = file_.close()) throw FileError("close", path_, error);
     if (::rename(path_.c_str(), target_.c_str()) != 0) fail("rename");
     isMoved_ = true;
@@ -97,6 +102,8 @@ class TemporaryFile {
   FileDescriptor file_;
   bool isMoved_ = false;
 };
+
+namespace {
 
 // The file that a chain of symbolic links ends at, whether it exists or not.
 fs::path targetOfLinks(fs::path path) {
@@ -124,33 +131,42 @@ void copyBytes(const FileDescriptor& source, TemporaryFile& copy) {
 
 }  // namespace
 
-void replaceFile(const fs::path& path, std::string_view bytes) {
-  replaceFile(path, [&](const ByteSink& write) { write(bytes); });
+FileReplacement::FileReplacement(const fs::path& path)
+    : target_(targetOfLinks(path)), file_(std::make_unique<TemporaryFile>(target_)) {
+  struct stat replaced {};
+  const bool isReplacing = ::stat(target_.c_str(), &replaced) == 0;
+  if (isReplacing) file_->tryGiveTo(replaced.st_uid, replaced.st_gid);
+  file_->setMode(isReplacing ? replaced.st_mode & 07777U : privateFileMode);
 }
 
-void replaceFile(const fs::path& path, const std::function<void(const ByteSink&)>& writeContent) {
-  const fs::path target = targetOfLinks(path);
-  struct stat replaced {};
-  const bool isReplacing = ::stat(target.c_str(), &replaced) == 0;
+FileReplacement::~FileReplacement() = default;
 
-  TemporaryFile file(target);
-  if (isReplacing) file.tryGiveTo(replaced.st_uid, replaced.st_gid);
-  file.setMode(isReplacing ? replaced.st_mode & 07777U : privateFileMode);
-  writeContent([&](std::string_view bytes) { file.write(bytes); });
-  file.moveIntoPlace();
+void FileReplacement::write(std::string_view bytes) { file_->write(bytes); }
+
+void FileReplacement::sync() { file_->sync(); }
+
+void FileReplacement::commit() {
+  file_->sync();
+  file_->moveIntoPlace();
   try {
-    syncFolder(target.parent_path());
+    syncFolder(target_.parent_path());
   } catch (const FileError&) {
     // The new file is what every reader now sees: reporting a failure would deny it.
   }
+}
+
+void replaceFile(const fs::path& path, std::string_view bytes) {
+  FileReplacement file(path);
+  file.write(bytes);
+  file.commit();
 }
 
 void copyFile(const FileDescriptor& source, const fs::path& to) {
   TemporaryFile copy(to);
   if (!copy.tryClone(source)) copyBytes(source, copy);
   copy.setMode(privateFileMode);
+  copy.sync();
   copy.moveIntoPlace();
-  syncFolder(to.parent_path());
 }
 
 }  // namespace tarnwell

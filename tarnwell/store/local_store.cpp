@@ -64,12 +64,18 @@ void LocalStore::save(const PersistedState& state) const {
   state.validateTasks();
   const fs::path folder = url_.parent_path();
   createFolders(folder);
-  if (const auto previous = openForReading(url_)) {
-    const fs::path copies = folder / "State Backups";
+  const fs::path copies = folder / "State Backups";
+  const auto previous = openForReading(url_);
+  if (previous) {
     createFolders(copies);
     copyFile(*previous, copies / ("state-" + UUID::random().text() + ".json"));
   }
-  replaceFile(url_, [&](const ByteSink& write) { encodePersistedState(state, write); });
+  FileReplacement file(url_);
+  encodePersistedState(state, [&](std::string_view bytes) { file.write(bytes); });
+  file.sync();
+  // As late as this, where a journal has usually taken the copy's name along with the new file.
+  if (previous) syncFolder(copies);
+  file.commit();
 }
 
 void LocalStore::migrateToCurrentSchema() const {
