@@ -1,5 +1,5 @@
 // The document for those who embed the engines shows code that is compiled, and what it printed.
-#include <cstdlib>
+#include <algorithm>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
