@@ -18,6 +18,7 @@
 #include "tarnwell/blocking/focus_coordinator.h"
 #include "tarnwell/blocking/hosts_blocking_engine.h"
 #include "tarnwell/blocking/session_engine.h"
+#include "tarnwell/cli/process_memory.h"
 #include "tarnwell/planning/recommendation_engine.h"
 #include "tarnwell/platform/application_support.h"
 #include "tarnwell/platform/calendar.h"
@@ -98,6 +99,7 @@ std::string answer() {
 }
 
 int run() {
+  keepFreedMemory();
   occupyClosedStandardDescriptors();
   ignoreSignalsOfFailedWrites();
 

@@ -14,15 +14,19 @@ int FileDescriptor::close() noexcept {
 }
 
 int readToEnd(int descriptor, std::string& bytes) {
-  constexpr std::size_t smallestStep = 4096;
+  // Whoever knows the size reserves a little more, so that meeting the end takes no new memory.
+  constexpr std::size_t smallestRoom = 64;
+  constexpr std::size_t smallestBuffer = 4096;
   std::size_t filled = bytes.size();
   while (true) {
-    bytes.resize(std::max({bytes.capacity(), filled + smallestStep}));
+    if (bytes.capacity() - filled < smallestRoom) {
+      bytes.reserve(std::max(2 * filled, smallestBuffer));
+    }
+    bytes.resize(bytes.capacity());
     const ssize_t count = retryingInterrupted(
         [&] { return ::read(descriptor, bytes.data() + filled, bytes.size() - filled); });
     if (count > 0) {
       filled += static_cast<std::size_t>(count);
-      if (filled == bytes.size()) bytes.reserve(2 * filled);
       continue;
     }
     const int error = count == 0 ? 0 : errno;

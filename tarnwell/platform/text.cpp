@@ -17,6 +17,8 @@ constexpr std::array<std::string_view, 25> whiteSpace = {
     "\xE2\x80\x89", "\xE2\x80\x8A", "\xE2\x80\xA8", "\xE2\x80\xA9", "\xE2\x80\xAF", "\xE2\x81\x9F",
     "\xE3\x80\x80"};
 
+bool isVisibleASCII(char c) { return ' ' < c && c < '\x7F'; }
+
 // The size of the white-space character that `matches` finds; 0 when there is none.
 template <class Matches>
 std::size_t sizeOfWhiteSpace(Matches matches) {
@@ -24,11 +26,15 @@ std::size_t sizeOfWhiteSpace(Matches matches) {
   return found == whiteSpace.end() ? 0 : found->size();
 }
 
+// Texts seldom begin or end with white space, which their first or last byte tells.
+
 std::size_t leadingWhiteSpace(std::string_view text) {
+  if (text.empty() || isVisibleASCII(text.front())) return 0;
   return sizeOfWhiteSpace([&](std::string_view space) { return text.starts_with(space); });
 }
 
 std::size_t trailingWhiteSpace(std::string_view text) {
+  if (text.empty() || isVisibleASCII(text.back())) return 0;
   return sizeOfWhiteSpace([&](std::string_view space) { return text.ends_with(space); });
 }
 

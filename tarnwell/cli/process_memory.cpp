@@ -1,6 +1,11 @@
-// Takes the large blocks of memory from the system in huge pages, where it has them. A long plan is
-// read into a few large blocks, each of which would be faulted in by thousands of small pages. This
-// is for a process that lives for one command; the library leaves a host's allocator alone.
+// Memory for a process that lives for one command. A long plan is read into a few large blocks,
+// which would be faulted in by tens of thousands of small pages. So they are taken in huge pages,
+// where the system has them, and what was freed is used again instead of being given back. The
+// library leaves a host's allocator alone.
+#include "tarnwell/cli/process_memory.h"
+
+#ifdef __linux__
+
 #include <cstddef>
 #include <cstdlib>
 #include <memory>
@@ -8,6 +13,10 @@
 
 #include <sys/mman.h>
 #include <unistd.h>
+
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 
 namespace {
 
@@ -33,3 +42,12 @@ void* operator new(std::size_t size) {
 void operator delete(void* block) noexcept { std::free(block); }
 
 void operator delete(void* block, std::size_t) noexcept { std::free(block); }
+
+#endif
+
+void tarnwell::keepFreedMemory() {
+#ifdef __GLIBC__
+  ::mallopt(M_MMAP_THRESHOLD, 32 << 20);  // the highest that it takes
+  ::mallopt(M_TRIM_THRESHOLD, -1);        // never
+#endif
+}
