@@ -34,7 +34,7 @@ void sizes(benchmark::internal::Benchmark* benchmark) {
 
 void decode(benchmark::State& run) {
   const std::string text = encodePersistedState(planFor(run));
-  for (auto _ : run) DoNotOptimize(decodePersistedState(JSONDocument(text)));
+  while (run.KeepRunning()) DoNotOptimize(decodePersistedState(JSONDocument(text)));
   run.SetBytesProcessed(run.iterations() * static_cast<std::int64_t>(text.size()));
 }
 BENCHMARK(decode)->Apply(sizes);
@@ -42,7 +42,7 @@ BENCHMARK(decode)->Apply(sizes);
 void encode(benchmark::State& run) {
   const PersistedState state = planFor(run);
   std::size_t bytes = 0;
-  for (auto _ : run) bytes += encodePersistedState(state).size();
+  while (run.KeepRunning()) bytes += encodePersistedState(state).size();
   run.SetBytesProcessed(static_cast<std::int64_t>(bytes));
 }
 BENCHMARK(encode)->Apply(sizes);
@@ -53,7 +53,7 @@ void transact(benchmark::State& run) {
   file.save(planFor(run));
   TaskStore store(file);
   std::int64_t revision = store.snapshot().revision();
-  for (auto _ : run) {
+  while (run.KeepRunning()) {
     revision = store
                    .transact({.expectedRevision = revision, .action = "task.update", .now = now},
                              [](PersistedState& state) { state.tasks.front().notes += "x"; })
@@ -66,7 +66,7 @@ BENCHMARK(transact)->Apply(sizes)->UseRealTime();
 void review(benchmark::State& run) {
   const PersistedState state = planFor(run);
   const Calendar calendar;
-  for (auto _ : run) {
+  while (run.KeepRunning()) {
     DoNotOptimize(RecommendationEngine::review(now, state.tasks, calendar));
   }
 }
@@ -76,7 +76,7 @@ void proposals(benchmark::State& run) {
   const PersistedState state = planFor(run);
   const Calendar calendar;
   const auto week = RecommendationEngine::review(now, state.tasks, calendar);
-  for (auto _ : run) {
+  while (run.KeepRunning()) {
     DoNotOptimize(RecommendationEngine::proposals(week, state.tasks, 240));
   }
 }
@@ -85,12 +85,12 @@ BENCHMARK(proposals)->Apply(sizes);
 void queue(benchmark::State& run) {
   const PersistedState state = planFor(run);
   const LocalDay today = Calendar().day(now);
-  for (auto _ : run) DoNotOptimize(PlannerEngine::queueTasks(state.tasks, today));
+  while (run.KeepRunning()) DoNotOptimize(PlannerEngine::queueTasks(state.tasks, today));
 }
 BENCHMARK(queue)->Apply(sizes);
 
 void normalise(benchmark::State& run) {
-  for (auto _ : run) {
+  while (run.KeepRunning()) {
     DoNotOptimize(DomainRules::normalize("https://www.Example.com./path?query#fragment"));
   }
 }
