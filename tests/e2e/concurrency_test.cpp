@@ -1,10 +1,16 @@
 // Processes that change one plan at the same time lose nothing.
 #include <atomic>
+#include <csignal>
+#include <cstdint>
+#include <filesystem>
 #include <string>
 #include <thread>
+#include <variant>
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "tarnwell/store/local_store.h"
 
@@ -49,24 +55,116 @@ TEST(ConcurrencyEndToEnd, ofTwoProcessesWithTheSameRevisionOneWinsAndTheOtherGet
   EXPECT_EQ(conflicts, 1);
 }
 
-TEST(ConcurrencyEndToEnd, eightProcessesThatRetryOnConflictLoseNothing) {
-  constexpr int writers = 8;
-  constexpr int createsEach = 200;
-  const Tool tool;
-  runAtOnce(writers, [&] {
+// Several writers that try again on a conflict, each with processes of its own, beside a reader and
+// somebody who kills writers at any moment.
+class Crowd {
+ public:
+  Crowd(int writers, int createsEach) : writersLeft_(writers) {
+    std::vector<std::thread> threads;
+    for (int i = 0; i < writers; ++i) threads.emplace_back([&] { write(createsEach); });
+    threads.emplace_back([&] { read(); });
+    threads.emplace_back([&] { kill(); });
+    for (std::thread& thread : threads) thread.join();
+  }
+
+  PersistedState end() const { return LocalStore(tool_.dataFile()).load(); }
+
+ private:
+  void write(int count) {
     std::int64_t revision = 0;
-    for (int created = 0; created < createsEach;) {
-      const auto reply = tool.ask(createCommand(revision));
-      ASSERT_TRUE(reply.revision);
-      EXPECT_GT(*reply.revision, revision);
-      revision = *reply.revision;
+    for (int created = 0; created < count;) {
+      const auto reply = tool_.ask(createCommand(revision));
+      EXPECT_TRUE(reply.revision);
+      EXPECT_GT(reply.revision.value_or(0), revision);
+      revision = reply.revision.value_or(revision);
       if (reply.ok) ++created;
     }
+    --writersLeft_;
+  }
+
+  void read() {
+    std::int64_t revision = 0;
+    while (writersLeft_ > 0) {
+      const auto reply = tool_.ask(R"({"version":1,"command":"tasks.list"})");
+      EXPECT_TRUE(reply.ok);
+      EXPECT_GE(reply.revision.value_or(-1), revision);
+      const auto* const tasks = std::get_if<JSONValue::Array>(&reply.result->variant());
+      EXPECT_EQ(tasks->size(), static_cast<std::size_t>(*reply.revision));
+      revision = *reply.revision;
+    }
+  }
+
+  void kill() {
+    for (int round = 0; writersLeft_ > 0; ++round) {
+      const std::int64_t revision = end().revision;
+      const std::string command = createCommand(revision);
+      tool_.process(command).runAndKillAfter(round % 100 * 50);
+      if (round % 100 == 99) removeCopies();
+    }
+  }
+
+  // They would fill the disk.
+  void removeCopies() const {
+    for (const auto& entry :
+         std::filesystem::directory_iterator(tool_.dataDirectory() / "State Backups")) {
+      const bool isFinished = entry.path().filename().string().starts_with("state-");
+      if (isFinished) std::filesystem::remove(entry.path());
+    }
+  }
+
+  const Tool tool_;
+  std::atomic<int> writersLeft_;
+};
+
+void expectNothingLost(const PersistedState& plan, int created) {
+  EXPECT_GE(plan.revision, created);  // more by those that were killed too late
+  EXPECT_EQ(plan.tasks.size(), static_cast<std::size_t>(plan.revision));
+  EXPECT_EQ(plan.auditEvents.size(), static_cast<std::size_t>(plan.revision));
+}
+
+TEST(ConcurrencyEndToEnd, writersThatTryAgainLoseNothingBesideAReaderAndAKiller) {
+  expectNothingLost(Crowd(8, 20).end(), 8 * 20);
+}
+
+TEST(LongRun, eightWritersOf500TasksEachLoseNothingBesideAReaderAndAKiller) {
+  expectNothingLost(Crowd(8, 500).end(), 8 * 500);
+}
+
+TEST(ConcurrencyEndToEnd, whileSomebodyHoldsTheLockWritersWaitAndReadersDoNot) {
+  const Tool tool;
+  tool.ask(createCommand(0));
+  const LocalStore document(tool.dataFile());
+  std::thread writer;
+  document.withExclusiveLock([&] {
+    writer = std::thread([&] {
+      // Had it not waited, it would have found the revision that was there before.
+      const auto reply = tool.ask(createCommand(2));
+      EXPECT_TRUE(reply.ok) << reply;
+      EXPECT_EQ(reply.revision, 3);
+    });
+    for (int i = 0; i < 10; ++i) {
+      EXPECT_EQ(tool.ask(R"({"version":1,"command":"tasks.list"})").revision, 1);
+    }
+    PersistedState plan = document.load();
+    plan.revision = 2;
+    document.save(plan);
   });
-  const PersistedState end = LocalStore(tool.dataFile()).load();
-  EXPECT_EQ(end.revision, writers * createsEach);
-  EXPECT_EQ(end.tasks.size(), static_cast<std::size_t>(end.revision));
-  EXPECT_EQ(end.auditEvents.size(), static_cast<std::size_t>(end.revision));
+  writer.join();
+}
+
+TEST(ConcurrencyEndToEnd, aLockDiesWithTheProcessThatHeldIt) {
+  const Tool tool;
+  tool.ask(createCommand(0));
+  const pid_t holder = ::fork();
+  if (holder == 0) {
+    LocalStore(tool.dataFile()).withExclusiveLock([] { ::raise(SIGKILL); });
+    ::_exit(1);
+  }
+  int status = 0;
+  ::waitpid(holder, &status, 0);
+  ASSERT_TRUE(WIFSIGNALED(status));
+  EXPECT_TRUE(std::filesystem::exists(tool.dataFile().string() + ".lock"));
+  EXPECT_TRUE(tool.ask(createCommand(1)).ok);
 }
 
 }  // namespace

@@ -1,9 +1,11 @@
 #include "tests/support/process.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <memory>
 #include <system_error>
+#include <thread>
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -53,6 +55,17 @@ std::vector<char*> pointersTo(std::vector<std::string>& texts) {
 }  // namespace
 
 ProcessResult Process::run() {
+  return runAnd([](pid_t) {});
+}
+
+ProcessResult Process::runAndKillAfter(int turns) {
+  return runAnd([turns](pid_t child) {
+    for (int i = 0; i < turns; ++i) std::this_thread::yield();
+    ::kill(child, SIGKILL);
+  });
+}
+
+ProcessResult Process::runAnd(const std::function<void(pid_t)>& meanwhile) {
   const UnnamedFile standardInput;
   const UnnamedFile standardOutput;
   const UnnamedFile standardError;
@@ -69,6 +82,7 @@ ProcessResult Process::run() {
   posix_spawn_file_actions_destroy(&actions);
   if (error != 0) throw std::system_error(error, std::generic_category(), arguments.front());
 
+  meanwhile(child);
   int status = 0;
   retryingInterrupted([&] { return ::waitpid(child, &status, 0); });
   ProcessResult result{.output = standardOutput.content(), .errors = standardError.content()};

@@ -1,6 +1,7 @@
 // Runs a program as another process would: its own environment, input from bytes, output to bytes.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,6 +24,12 @@ struct Process {
 
   // Waits for its end.
   ProcessResult run();
+
+  // Kills it once this thread has let others run so many times, unless it has ended by then.
+  ProcessResult runAndKillAfter(int turns);
+
+ private:
+  ProcessResult runAnd(const std::function<void(pid_t)>& meanwhile);
 };
 
 }  // namespace tarnwell::test

@@ -16,10 +16,8 @@ std::filesystem::path Tool::dataDirectory() const {
 #endif
 }
 
-ProcessResult Tool::run(std::string_view input) const {
-  return Process{
-      .arguments = {TARNWELLCTL}, .environment = {"HOME=" + home().string()}, .input = input}
-      .run();
+Process Tool::process(std::string_view input) const {
+  return {.arguments = {TARNWELLCTL}, .environment = {"HOME=" + home().string()}, .input = input};
 }
 
 AgentResponseEnvelope replyIn(const ProcessResult& result) {

@@ -23,7 +23,10 @@ class Tool {
   std::filesystem::path dataDirectory() const;
   const std::filesystem::path& home() const { return home_.path(); }
 
-  ProcessResult run(std::string_view input) const;
+  // The tool in this home, which is to be run.
+  Process process(std::string_view input) const;
+
+  ProcessResult run(std::string_view input) const { return process(input).run(); }
 
   AgentResponseEnvelope ask(std::string_view command) const { return replyIn(run(command)); }
 

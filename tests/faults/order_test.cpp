@@ -1,0 +1,113 @@
+// In which order a change reaches the disk: by what the tool asks of the system.
+#include <algorithm>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tests/faults/traced_tool.h"
+#include "tests/support/tool.h"
+
+namespace tarnwell {
+namespace {
+
+namespace fs = std::filesystem;
+
+using test::FileCall;
+
+class OrderOfAChange : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (const std::string obstacle = test::obstacleToTracing(); !obstacle.empty()) {
+      GTEST_SKIP() << obstacle;
+    }
+    ASSERT_TRUE(tool.ask(createCommand(0)).ok);
+    const auto run = test::runTraced(tool.home(), createCommand(1));
+    ASSERT_EQ(run.result.exitStatus, 0);
+    calls = run.calls;
+    document = firstRenamingTo(tool.dataFile().string());
+    copy = firstRenamingTo((copies() / "state-").string());
+    ASSERT_LT(document, calls.size());
+    ASSERT_LT(copy, calls.size());
+  }
+
+  static std::string createCommand(std::int64_t revision) {
+    return R"({"version":1,"command":"tasks.create","expectedRevision":)" +
+           std::to_string(revision) + R"(,"payload":{"title":"New"}})";
+  }
+
+  fs::path copies() const { return tool.dataDirectory() / "State Backups"; }
+
+  std::size_t firstRenamingTo(const std::string& start) const {
+    return first([&](const FileCall& call) { return call.target.starts_with(start); });
+  }
+
+  std::size_t first(const std::function<bool(const FileCall&)>& matches) const {
+    return static_cast<std::size_t>(std::find_if(calls.begin(), calls.end(), matches) -
+                                    calls.begin());
+  }
+
+  // The last successful call of this name on this path; the count of calls if there is none.
+  std::size_t last(std::string_view name, const fs::path& path, std::size_t before) const {
+    for (std::size_t i = before; i-- > 0;) {
+      const FileCall& call = calls[i];
+      if (call.name == name && call.path == path && call.result >= 0) return i;
+    }
+    return calls.size();
+  }
+
+  // That what a renaming puts into place was written, and synced after the last piece.
+  void expectSyncedBefore(std::size_t renaming) const {
+    const fs::path written = calls[renaming].path;
+    const std::size_t write = last("write", written, renaming);
+    const std::size_t sync = last("sync", written, renaming);
+    EXPECT_LT(write, sync);
+    EXPECT_LT(sync, renaming);
+  }
+
+  test::Tool tool;
+  std::vector<FileCall> calls;
+  std::size_t document = 0;  // the renaming that puts the new document into place
+  std::size_t copy = 0;      // the one that puts the copy of the old document into place
+};
+
+TEST_F(OrderOfAChange, theNewDocumentIsOnTheDiskBeforeItGetsItsName) {
+  expectSyncedBefore(document);
+}
+
+TEST_F(OrderOfAChange, theCopyIsOnTheDiskUnderItsNameBeforeTheNewDocumentGetsIts) {
+  expectSyncedBefore(copy);
+  const std::size_t folder = last("sync", copies(), document);
+  EXPECT_LT(copy, folder);
+  EXPECT_LT(folder, document);
+}
+
+TEST_F(OrderOfAChange, theNameIsOnTheDiskBeforeTheReply) {
+  const std::size_t folder = last("sync", tool.dataDirectory(), calls.size());
+  const std::size_t reply = last("write", "output", calls.size());
+  EXPECT_LT(document, folder);
+  EXPECT_LT(folder, reply);
+  EXPECT_LT(reply, calls.size());
+}
+
+TEST_F(OrderOfAChange, theReplyIsTheLastThingThatIsWritten) {
+  const std::size_t reply = last("write", "output", calls.size());
+  for (std::size_t i = reply + 1; i < calls.size(); ++i) {
+    EXPECT_EQ(calls[i].name, "close") << calls[i].path;
+  }
+}
+
+TEST_F(OrderOfAChange, theLockIsHeldFromBeforeTheReadingUntilTheNameIsOnTheDisk) {
+  const fs::path lock = tool.dataFile().string() + ".lock";
+  const std::size_t taken = first([](const FileCall& call) { return call.name == "flock"; });
+  const std::size_t lastOpened = last("open", tool.dataFile(), document);
+  EXPECT_EQ(calls[taken].path, lock);
+  EXPECT_LT(taken, lastOpened);
+  const std::size_t released = last("flock", lock, calls.size());
+  EXPECT_LT(last("sync", tool.dataDirectory(), calls.size()), released);
+}
+
+}  // namespace
+}  // namespace tarnwell

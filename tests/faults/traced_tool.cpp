@@ -1,0 +1,321 @@
+#include "tests/faults/traced_tool.h"
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <map>
+#include <stdexcept>
+#include <system_error>
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/ptrace.h>
+#include <sys/syscall.h>
+#include <sys/uio.h>
+#include <sys/user.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "tarnwell/platform/file_descriptor.h"
+
+// <linux/ptrace.h> and <sys/ptrace.h> cannot be included together everywhere; this is its struct.
+namespace {
+
+struct SyscallInfo {
+  std::uint8_t op;
+  std::array<std::uint8_t, 3> padding;
+  std::uint32_t architecture;
+  std::uint64_t instructionPointer;
+  std::uint64_t stackPointer;
+  union {
+    struct {
+      std::uint64_t number;
+      std::array<std::uint64_t, 6> arguments;
+    } entry;
+    struct {
+      std::int64_t result;
+      std::uint8_t isError;
+    } exit;
+  };
+};
+
+}  // namespace
+
+namespace tarnwell::test {
+namespace {
+
+struct Description {
+  const char* name;
+  int pathArgument = -1;        // which argument names a file
+  int targetArgument = -1;      // which one names its new place
+  int descriptorArgument = -1;  // which one is a descriptor
+  int countArgument = -1;       // which one says how many bytes
+  std::vector<int> errors{};
+};
+
+const std::map<std::uint64_t, Description>& descriptions() {
+  static const std::map<std::uint64_t, Description> all = {
+      {SYS_openat,
+       {.name = "open",
+        .pathArgument = 1,
+        .errors = {EACCES, EDQUOT, EINTR, EIO, EMFILE, ENFILE, ENOMEM, ENOSPC, EROFS}}},
+      {SYS_read,
+       {.name = "read", .descriptorArgument = 0, .countArgument = 2, .errors = {EINTR, EIO}}},
+      {SYS_write,
+       {.name = "write",
+        .descriptorArgument = 0,
+        .countArgument = 2,
+        .errors = {EDQUOT, EFBIG, EINTR, EIO, ENOSPC, EPERM}}},
+      {SYS_close,
+       {.name = "close", .descriptorArgument = 0, .errors = {EDQUOT, EINTR, EIO, ENOSPC}}},
+      {SYS_newfstatat,
+       {.name = "stat", .pathArgument = 1, .descriptorArgument = 0, .errors = {EACCES, ENOMEM}}},
+      {SYS_fsync,
+       {.name = "sync", .descriptorArgument = 0, .errors = {EDQUOT, EINTR, EIO, ENOSPC, EROFS}}},
+      {SYS_rename,
+       {.name = "rename",
+        .pathArgument = 0,
+        .targetArgument = 1,
+        .errors = {EACCES, EDQUOT, ENOMEM, ENOSPC, EPERM, EROFS}}},
+      {SYS_unlink,
+       {.name = "unlink", .pathArgument = 0, .errors = {EACCES, EIO, ENOMEM, EPERM, EROFS}}},
+      {SYS_mkdir,
+       {.name = "mkdir", .pathArgument = 0, .errors = {EACCES, EDQUOT, ENOMEM, ENOSPC, EROFS}}},
+      {SYS_chmod, {.name = "chmod", .pathArgument = 0, .errors = {EIO, ENOMEM, EPERM, EROFS}}},
+      {SYS_fchmod, {.name = "fchmod", .descriptorArgument = 0, .errors = {EIO, EPERM, EROFS}}},
+      {SYS_fchown, {.name = "fchown", .descriptorArgument = 0, .errors = {EIO, EPERM, EROFS}}},
+      {SYS_flock, {.name = "flock", .descriptorArgument = 0, .errors = {EINTR, ENOLCK}}},
+      {SYS_ioctl, {.name = "ioctl", .descriptorArgument = 0, .errors = {EIO, ENOSPC, EXDEV}}},
+      {SYS_fcntl, {.name = "fcntl", .descriptorArgument = 0, .errors = {EMFILE}}},
+      {SYS_dup2, {.name = "dup2", .descriptorArgument = 0, .errors = {EBUSY, EINTR}}},
+      {SYS_lseek, {.name = "seek", .descriptorArgument = 0}},
+      {SYS_readlink, {.name = "readlink", .pathArgument = 0, .errors = {EACCES, EIO, ENOMEM}}},
+  };
+  return all;
+}
+
+// Where x86-64 keeps the arguments of a call.
+constexpr std::array<std::size_t, 6> argumentRegisters = {
+    offsetof(user_regs_struct, rdi), offsetof(user_regs_struct, rsi),
+    offsetof(user_regs_struct, rdx), offsetof(user_regs_struct, r10),
+    offsetof(user_regs_struct, r8),  offsetof(user_regs_struct, r9)};
+
+long requirePtrace(long result) {
+  if (result == -1) throw std::system_error(errno, std::generic_category(), "ptrace");
+  return result;
+}
+
+class MemoryFile {
+ public:
+  explicit MemoryFile(std::string_view content = "")
+      : file_(::memfd_create("stream", MFD_CLOEXEC)) {
+    writeAll(file_.number(), content);
+    ::lseek(file_.number(), 0, SEEK_SET);
+  }
+
+  int number() const { return file_.number(); }
+
+  std::string content() const {
+    ::lseek(file_.number(), 0, SEEK_SET);
+    std::string bytes;
+    readToEnd(file_.number(), bytes);
+    return bytes;
+  }
+
+ private:
+  FileDescriptor file_;
+};
+
+class Tracer {
+ public:
+  Tracer(pid_t child, const std::optional<Fault>& fault) : child_(child), fault_(fault) {}
+
+  // Returns what waitpid says of the end.
+  int run() {
+    int status = waitForStop();
+    requirePtrace(
+        ::ptrace(PTRACE_SETOPTIONS, child_, nullptr, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL));
+    while (true) {
+      errno = 0;
+      const long result = ::ptrace(PTRACE_SYSCALL, child_, nullptr, signalToDeliver(status));
+      if (errno != ESRCH) requirePtrace(result);  // one that was killed is only waited for
+      status = waitForStop();
+      if (WIFEXITED(status) || WIFSIGNALED(status)) return status;
+      if (isSyscallStop(status)) atSyscallStop();
+    }
+  }
+
+  std::vector<FileCall> calls() { return std::move(calls_); }
+
+ private:
+  int waitForStop() const {
+    int status = 0;
+    if (retryingInterrupted([&] { return ::waitpid(child_, &status, 0); }) != child_) {
+      throw std::system_error(errno, std::generic_category(), "waitpid");
+    }
+    return status;
+  }
+
+  static bool isSyscallStop(int status) {
+    return WIFSTOPPED(status) && WSTOPSIG(status) == (SIGTRAP | 0x80);
+  }
+
+  static long signalToDeliver(int status) {
+    const bool isOwn = !WIFSTOPPED(status) || isSyscallStop(status) || WSTOPSIG(status) == SIGTRAP;
+    return isOwn ? 0 : WSTOPSIG(status);
+  }
+
+  void atSyscallStop() {
+    SyscallInfo info{};
+    requirePtrace(::ptrace(PTRACE_GET_SYSCALL_INFO, child_, sizeof info, &info));
+    if (info.op == PTRACE_SYSCALL_INFO_ENTRY) {
+      atEntry(info.entry.number, info.entry.arguments);
+    } else if (info.op == PTRACE_SYSCALL_INFO_EXIT) {
+      atExit(info.exit.result);
+    }
+  }
+
+  void atEntry(std::uint64_t number, const std::array<std::uint64_t, 6>& arguments) {
+    current_ = nullptr;
+    const auto found = descriptions().find(number);
+    if (found == descriptions().end()) return;
+    const Description& description = found->second;
+    FileCall call = describe(description, arguments);
+    // The first thing that the tool itself does.
+    hasBegun_ = hasBegun_ || (call.name == "open" && call.path == "/dev/null");
+    if (!hasBegun_) return;
+    current_ = &description;
+    const std::size_t index = calls_.size();
+    calls_.push_back(std::move(call));
+    if (fault_ && isHit(index)) inject(description, arguments);
+  }
+
+  bool isHit(std::size_t index) const {
+    return index == fault_->call || (fault_->isLasting && index > fault_->call &&
+                                     calls_[index].name == calls_[fault_->call].name);
+  }
+
+  void inject(const Description& description, const std::array<std::uint64_t, 6>& arguments) {
+    switch (fault_->kind) {
+      case Fault::Kind::kill:
+        ::kill(child_, SIGKILL);
+        return;
+      case Fault::Kind::shortCount:
+        if (description.countArgument >= 0) {
+          const auto argument = static_cast<std::size_t>(description.countArgument);
+          setRegister(argumentRegisters.at(argument), (arguments.at(argument) + 1) / 2);
+        }
+        return;
+      case Fault::Kind::error:
+        injected_ = fault_->error;
+        // A close that fails has closed.
+        if (calls_.back().name != "close") setRegister(offsetof(user_regs_struct, orig_rax), ~0ULL);
+    }
+  }
+
+  void atExit(std::int64_t result) {
+    if (injected_) {
+      result = -*injected_;
+      setRegister(offsetof(user_regs_struct, rax), static_cast<std::uint64_t>(result));
+      injected_.reset();
+    }
+    if (current_ == nullptr) return;
+    FileCall& call = calls_.back();
+    call.result = result;
+    const auto descriptor = static_cast<int>(result);
+    if (call.name == "open" && result >= 0) opened_[descriptor] = call.path;
+    if (call.name == "fcntl" && result >= 0) opened_[descriptor] = call.path;
+    if (call.name == "dup2" && result >= 0) opened_[descriptor] = call.path;
+  }
+
+  FileCall describe(const Description& description,
+                    const std::array<std::uint64_t, 6>& arguments) const {
+    FileCall call{.name = description.name};
+    const auto argument = [&](int index) { return arguments.at(static_cast<std::size_t>(index)); };
+    if (description.pathArgument >= 0) call.path = textAt(argument(description.pathArgument));
+    if (description.targetArgument >= 0) call.target = textAt(argument(description.targetArgument));
+    if (call.path.empty() && description.descriptorArgument >= 0) {
+      const auto found = opened_.find(static_cast<int>(argument(description.descriptorArgument)));
+      if (found != opened_.end()) call.path = found->second;
+    }
+    return call;
+  }
+
+  // A text of the traced process, read word by word as it may end at the end of its memory.
+  std::string textAt(std::uint64_t address) const {
+    std::string text;
+    while (true) {
+      errno = 0;
+      const long word = ::ptrace(PTRACE_PEEKDATA, child_, address + text.size(), nullptr);
+      if (errno != 0) return text;
+      std::array<char, sizeof word> bytes{};
+      std::memcpy(bytes.data(), &word, sizeof word);
+      for (const char c : bytes) {
+        if (c == '\0') return text;
+        text += c;
+      }
+    }
+  }
+
+  void setRegister(std::size_t offset, std::uint64_t value) const {
+    requirePtrace(::ptrace(PTRACE_POKEUSER, child_, offset, value));
+  }
+
+  pid_t child_;
+  std::optional<Fault> fault_;
+  std::vector<FileCall> calls_;
+  std::map<int, std::string> opened_{{STDIN_FILENO, "input"}, {STDOUT_FILENO, "output"}};
+  const Description* current_ = nullptr;
+  std::optional<int> injected_;
+  bool hasBegun_ = false;
+};
+
+}  // namespace
+
+std::string obstacleToTracing() {
+  const pid_t child = ::fork();
+  if (child == 0) ::_exit(::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) == 0 ? 0 : 1);
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? "" : "processes may not be traced here";
+}
+
+TracedRun runTraced(const std::filesystem::path& home, std::string_view input,
+                    const std::optional<Fault>& fault) {
+  const MemoryFile standardInput(input);
+  const MemoryFile standardOutput;
+  const MemoryFile standardError;
+  std::string program = TARNWELLCTL;
+  std::string variable = "HOME=" + home.string();
+  std::array<char*, 2> arguments{program.data(), nullptr};
+  std::array<char*, 2> environment{variable.data(), nullptr};
+
+  const pid_t child = ::fork();
+  if (child == -1) throw std::system_error(errno, std::generic_category(), "fork");
+  if (child == 0) {
+    ::dup2(standardInput.number(), STDIN_FILENO);
+    ::dup2(standardOutput.number(), STDOUT_FILENO);
+    ::dup2(standardError.number(), STDERR_FILENO);
+    ::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
+    ::execve(program.c_str(), arguments.data(), environment.data());
+    ::_exit(127);
+  }
+  Tracer tracer(child, fault);
+  const int status = tracer.run();
+  TracedRun run{.calls = tracer.calls()};
+  run.result.output = standardOutput.content();
+  run.result.errors = standardError.content();
+  if (WIFEXITED(status)) run.result.exitStatus = WEXITSTATUS(status);
+  if (WIFSIGNALED(status)) run.result.signal = WTERMSIG(status);
+  return run;
+}
+
+std::vector<int> errorsOf(std::string_view call) {
+  for (const auto& [number, description] : descriptions()) {
+    if (call == description.name) return description.errors;
+  }
+  throw std::invalid_argument("no call of this name");
+}
+
+}  // namespace tarnwell::test
