@@ -4,7 +4,8 @@
 // library leaves a host's allocator alone.
 #include "tarnwell/cli/process_memory.h"
 
-#ifdef __linux__
+// Sanitizers have an allocator of their own.
+#if defined(__linux__) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 
 #include <cstddef>
 #include <cstdlib>
@@ -13,10 +14,6 @@
 
 #include <sys/mman.h>
 #include <unistd.h>
-
-#ifdef __GLIBC__
-#include <malloc.h>
-#endif
 
 namespace {
 
@@ -43,6 +40,10 @@ void operator delete(void* block) noexcept { std::free(block); }
 
 void operator delete(void* block, std::size_t) noexcept { std::free(block); }
 
+#endif
+
+#ifdef __GLIBC__
+#include <malloc.h>
 #endif
 
 void tarnwell::keepFreedMemory() {

@@ -61,6 +61,7 @@ class Crowd {
  public:
   Crowd(int writers, int createsEach) : writersLeft_(writers) {
     std::vector<std::thread> threads;
+    threads.reserve(static_cast<std::size_t>(writers) + 2);
     for (int i = 0; i < writers; ++i) threads.emplace_back([&] { write(createsEach); });
     threads.emplace_back([&] { read(); });
     threads.emplace_back([&] { kill(); });

@@ -32,7 +32,7 @@ using test::Tool;
 using test::TracedRun;
 
 enum class Situation { changeOfAPlan, firstChange, list };
-enum class Failing { once, forGood, short_, killed };
+enum class Failing { once, forGood, halved, killed };
 
 std::string createCommand(std::int64_t revision, std::string_view title) {
   return R"({"version":1,"command":"tasks.create","expectedRevision":)" + std::to_string(revision) +
@@ -167,7 +167,7 @@ TEST_P(SystemCallFaults, leaveAWholeDocumentThatTheReplyAgreesWith) {
     case Failing::forGood:
       sweep(Fault::Kind::error, true);
       break;
-    case Failing::short_:
+    case Failing::halved:
       sweep(Fault::Kind::shortCount, false);
       sweep(Fault::Kind::shortCount, true);
       break;
@@ -187,7 +187,7 @@ std::string nameOf(const testing::TestParamInfo<SystemCallFaults::ParamType>& ea
 
 constexpr std::array allSituations = {Situation::changeOfAPlan, Situation::firstChange,
                                       Situation::list};
-constexpr std::array allFailings = {Failing::once, Failing::forGood, Failing::short_,
+constexpr std::array allFailings = {Failing::once, Failing::forGood, Failing::halved,
                                     Failing::killed};
 
 INSTANTIATE_TEST_SUITE_P(Each, SystemCallFaults,
