@@ -1,5 +1,6 @@
 #include "tests/support/process.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -13,6 +14,8 @@
 #include <unistd.h>
 
 #include "tarnwell/platform/file_descriptor.h"
+
+#include "tests/support/records.h"
 
 namespace tarnwell::test {
 namespace {
@@ -88,6 +91,9 @@ ProcessResult Process::runAnd(const std::function<void(pid_t)>& meanwhile) {
   ProcessResult result{.output = standardOutput.content(), .errors = standardError.content()};
   if (WIFEXITED(status)) result.exitStatus = WEXITSTATUS(status);
   if (WIFSIGNALED(status)) result.signal = WTERMSIG(status);
+  const bool isOfTheTool =
+      std::find(arguments.begin(), arguments.end(), TARNWELLCTL) != arguments.end();
+  if (isOfTheTool && result.output.ends_with('\n')) record("reply", result.output);
   return result;
 }
 

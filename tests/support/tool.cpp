@@ -1,10 +1,15 @@
 #include "tests/support/tool.h"
 
 #include <algorithm>
+#include <exception>
 
 #include <gtest/gtest.h>
 
 #include "tarnwell/platform/json_decode.h"
+#include "tarnwell/store/local_store.h"
+#include "tarnwell/store/persisted_state_json.h"
+
+#include "tests/support/records.h"
 
 namespace tarnwell::test {
 
@@ -18,6 +23,16 @@ std::filesystem::path Tool::dataDirectory() const {
 
 Process Tool::process(std::string_view input) const {
   return {.arguments = {TARNWELLCTL}, .environment = {"HOME=" + home().string()}, .input = input};
+}
+
+// Unless a test has written it in a form of its own.
+void Tool::recordPlan() const {
+  try {
+    const std::string text = encodePersistedState(LocalStore(dataFile()).load());
+    if (contentOf(dataFile()) == text) record("data-file", text);
+  } catch (const std::exception&) {
+    return;  // no plan
+  }
 }
 
 AgentResponseEnvelope replyIn(const ProcessResult& result) {

@@ -19,6 +19,11 @@ AgentResponseEnvelope replyIn(const ProcessResult& result);
 
 class Tool {
  public:
+  Tool() = default;
+  Tool(const Tool&) = delete;
+  Tool& operator=(const Tool&) = delete;
+  ~Tool() { recordPlan(); }
+
   std::filesystem::path dataFile() const { return dataDirectory() / "state.json"; }
   std::filesystem::path dataDirectory() const;
   const std::filesystem::path& home() const { return home_.path(); }
@@ -31,6 +36,8 @@ class Tool {
   AgentResponseEnvelope ask(std::string_view command) const { return replyIn(run(command)); }
 
  private:
+  void recordPlan() const;
+
   ScratchFolder home_;
 };
 
