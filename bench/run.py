@@ -1,7 +1,7 @@
 """run.py BUILD_FOLDER: measures the tool against its limits and its peers, all in one run.
 
-Whole processes: wall time and CPU time are medians, taken in turns so that whatever else the machine
-does falls on all alike; peak memory is from one further run. Ratios are of wall times. Before each
+Whole processes: wall time and CPU time are medians of runs one after another, after two that are not
+counted; peak memory is from one further run. Ratios are of wall times. Before each
 change the plan is put back as it was. Plan P is for the peers, which keep no trail of years.
 """
 import json
@@ -17,6 +17,7 @@ from pathlib import Path
 SIZES = {"empty": None, "S": (100, 1_000), "P": (1_000, 1_000), "M": (1_000, 20_000),
          "L": (5_000, 200_000)}
 ROUNDS = {"empty": 60, "S": 60, "P": 40, "M": 25, "L": 15}
+WARM_UPS = 2
 READING = ("tasks.list", "review.get")
 DATA_FILE = ".local/share/Tarnwell/state.json"
 
@@ -56,11 +57,11 @@ class Subject:
 
     @property
     def wall(self):
-        return statistics.median(self.walls)
+        return statistics.median(self.walls[WARM_UPS:])
 
     @property
     def cpu(self):
-        return statistics.median(self.cpus)
+        return statistics.median(self.cpus[WARM_UPS:])
 
 
 class Plan:
@@ -206,8 +207,8 @@ def print_table(header, rows):
 def measure(plan, programs, program, source):
     limit, subjects, others = limits(plan, programs), tools(plan, program), peers(plan, source)
     everything = [*limit.values(), *subjects.values(), *(subject for _, _, subject in others)]
-    for _ in range(ROUNDS[plan.name]):
-        for subject in everything:
+    for subject in everything:
+        for _ in range(WARM_UPS + ROUNDS[plan.name]):
             subject.run()
     rows = [[plan.name, f"*{name}*", *figures(subject), "", "", ""]
             for name, subject in limit.items()]
