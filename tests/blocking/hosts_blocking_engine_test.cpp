@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "tarnwell/blocking/hosts_document.h"
+#include "tarnwell/platform/file.h"
 
 #include "tests/support/expect_error.h"
 #include "tests/support/fake_runner.h"
@@ -154,6 +155,16 @@ TEST_F(HostsBlockingEngineTest, putsTheOldTextBackWhenInstallingFails) {
   EXPECT_THAT(runner.requests, ElementsAre(".replacement", ".backup"));
   EXPECT_EQ(contentOf(file), plain);
   EXPECT_EQ(runner.refreshes, 0);
+}
+
+TEST_F(HostsBlockingEngineTest, takesAFailureOfAnotherKindForAFailedInstallation) {
+  runner.answers = {[](const fs::path&, const fs::path& destination) {
+                      throw FileError("run", destination, EIO);
+                    },
+                    FakeRunner::install};
+  expectError(BlockingError::writeFailed(FileError("run", file, EIO).description()),
+              [&] { engine.apply(hosts); });
+  EXPECT_EQ(contentOf(file), plain);
 }
 
 TEST_F(HostsBlockingEngineTest, saysThatTheRollbackNeedsAttentionWhenThatFailsToo) {

@@ -84,6 +84,19 @@ TEST(MacOSPrivilegedCommandRunner, tellsACancelledPromptFromAFailure) {
   expectError(BlockingError::writeFailed(""), [] { MacOS::requireSuccess({.exitStatus = -1}); });
 }
 
+#ifndef __APPLE__
+TEST(MacOSPrivilegedCommandRunner, failsWhereThereIsNoScriptRunner) {
+  const test::ScratchFolder folder;
+  try {
+    MacOS().replace(folder / "replacement", folder / "hosts");
+    ADD_FAILURE() << "nothing was thrown";
+  } catch (const BlockingError& error) {
+    EXPECT_EQ(error.which(), BlockingError::Case::writeFailed);
+    EXPECT_THAT(error.description(), testing::HasSubstr("/usr/bin/osascript"));
+  }
+}
+#endif
+
 TEST(PrivilegedCommandRunners, takeErrorTextThatIsNotUTF8ForNone) {
   const ChildResult result{.exitStatus = 1, .errors = "cancel\xFF"};
   expectError(BlockingError::writeFailed(""), [&] { MacOS::requireSuccess(result); });
