@@ -55,7 +55,7 @@ class Limits : public testing::Test {
     return Process{
         .arguments = arguments,
         .environment = {"HOME=" + tool.home().string(), "PATH=/usr/sbin:/usr/bin:/bin",
-                        "tool=" TARNWELLCTL, "out=" + out.path().string(),
+                        std::string("tool=") + TARNWELLCTL, "out=" + out.path().string(),
                         "list=" + (out / "list").string(), "create=" + (out / "create").string(),
                         "data=" + tool.dataDirectory().string()}}
         .run();

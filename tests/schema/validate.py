@@ -1,15 +1,19 @@
-"""validate.py SCHEMAS WRONG RECORDS: holds what the tool wrote against the schemas.
+"""validate.py SCHEMAS WRONG RECORDS DOCUMENT...: holds what the tool wrote against the schemas.
 
-RECORDS is a folder of replies and data files that the end-to-end tests have left; each must be valid.
-Each document below WRONG, in a folder named after the schema, must not be.
+RECORDS is a folder of replies and data files that the end-to-end tests have left; each must be valid, as
+must the replies in the documents and the commands that succeed there. Each file below WRONG, in a folder
+named after the schema, must not be.
 """
 import json
+import re
 import sys
 from pathlib import Path
 
 from jsonschema import Draft202012Validator
 
-schemas, wrong, records = map(Path, sys.argv[1:])
+schemas, wrong, records, *documents = map(Path, sys.argv[1:])
+EXAMPLE = re.compile(r"```json command[^\n]*\n(.*?)\n```.*?```json reply\n(.*?)\n```", re.S)
+
 validators = {}
 for path in schemas.glob("*.schema.json"):
     schema = json.loads(path.read_text())
@@ -18,14 +22,26 @@ for path in schemas.glob("*.schema.json"):
 
 problems = []
 seen = {name: set() for name in validators}
-for path in sorted(records.glob("*/*.json")):
-    text = path.read_text()
-    name = path.parent.name
+
+
+def check(name: str, text: str) -> None:
     if text in seen[name]:
-        continue
+        return
     seen[name].add(text)
     for error in validators[name].iter_errors(json.loads(text)):
         problems.append(f"{name}: {error.message[:500]}\n{text[:2000]}")
+
+
+for path in sorted(records.glob("*/*.json")):
+    check(path.parent.name, path.read_text())
+if not seen["reply"]:
+    print("no reply was kept by the tests that ran")
+    sys.exit(77)
+for document in documents:
+    for command, reply in EXAMPLE.findall(document.read_text()):
+        check("reply", reply)
+        if json.loads(reply)["ok"]:
+            check("command", command)
 
 refused = 0
 for path in wrong.glob("*/*.json"):
@@ -33,9 +49,6 @@ for path in wrong.glob("*/*.json"):
     if validators[path.parent.name].is_valid(json.loads(path.read_text())):
         problems.append(f"{path} is wrong, but the schema takes it")
 
-if not seen["reply"]:
-    print("no reply was kept by the tests that ran")
-    sys.exit(77)
 print(", ".join(f"{len(texts)} of {name}" for name, texts in seen.items() if texts),
       f"and {refused} wrong documents")
 print("\n\n".join(problems[:10]))
