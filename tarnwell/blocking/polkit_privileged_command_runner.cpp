@@ -7,10 +7,14 @@
 namespace tarnwell {
 namespace {
 
-// Copying into the existing file keeps its identity, mounts and labels. It never exits with 126 or
-// 127, which are pkexec's own; caches that are missing or fail do not fail the block.
+// Copying into the existing file keeps its identity, mounts and labels. The source stands in a
+// folder of the user's: a link that somebody puts there would give root's files away, so none is
+// followed. The script never exits with 126 or 127, which are pkexec's own; caches that are missing
+// or fail do not fail the block.
 constexpr const char* installScript =
-    R"({ cp -- "$1" "$2" && chown 0:0 "$2" && chmod 0644 "$2"; } || exit 1
+    R"({
+  dd if="$1" of="$2" iflag=nofollow status=none && chown 0:0 "$2" && chmod 0644 "$2"
+} || exit 1
 for flush in 'resolvectl flush-caches' 'nscd -i hosts'; do
   command -v "${flush%% *}" >/dev/null && $flush >/dev/null 2>&1
 done

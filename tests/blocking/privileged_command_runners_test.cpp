@@ -130,6 +130,17 @@ TEST(PolkitPrivilegedCommandRunner, failsWithAnOrdinaryStatusWhenTheScriptFails)
   EXPECT_THAT(result.errors, testing::HasSubstr("missing"));
 }
 
+#ifndef __APPLE__
+TEST(PolkitPrivilegedCommandRunner, installsNothingThatALinkPointsTo) {
+  const test::ScratchFolder folder;
+  test::writeFile(folder / "secret", "root's own");
+  test::writeFile(folder / "hosts", "127.0.0.1 localhost\n");
+  std::filesystem::create_symlink(folder / "secret", folder / "replacement");
+  EXPECT_EQ(runScript(folder / "replacement", folder / "hosts").exitStatus, 1);
+  EXPECT_EQ(test::contentOf(folder / "hosts"), "127.0.0.1 localhost\n");
+}
+#endif
+
 TEST(PolkitPrivilegedCommandRunner, tellsADismissedPromptFromAFailure) {
   const std::string dismissal = "Error executing command as another user: Request dismissed\n";
   EXPECT_NO_THROW(Polkit::requireSuccess({.exitStatus = 0, .errors = dismissal}));
