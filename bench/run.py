@@ -143,17 +143,19 @@ JQ_CREATE = """.revision += 1
       action: "task.create", taskID: "5A0C0C7E-8C3E-4E0B-9D63-0C5B6C1B7F10"}]"""
 
 
-def taskwarrior(plan):
-    """A store with as many tasks, open and done, and what lists it and adds to it."""
+def taskwarrior(plan, all_open):
+    """A store with as many tasks, and what lists it and adds to it. What is done is put aside there,
+    where adding does not look; where all is open, it has as many to look at as the tool."""
     program = shutil.which("task")
-    home = plan.scratch / f"{plan.name}-taskwarrior"
-    pristine = plan.scratch / f"{plan.name}-taskwarrior-pristine"
+    home = plan.scratch / f"{plan.name}-taskwarrior-{all_open}"
+    pristine = home.with_name(home.name + "-pristine")
     environment = {"HOME": str(home), "TASKRC": str(home / "taskrc"), "PATH": os.environ["PATH"]}
     home.mkdir()
     (home / "taskrc").write_text(f"data.location={home}/data\nconfirmation=no\n")
     entries = [{"description": task["title"], "entry": "20260101T000000Z",
                 **({"status": "completed", "end": "20260102T000000Z"}
-                   if task["status"] in ("completed", "archived") else {"status": "pending"})}
+                   if task["status"] in ("completed", "archived") and not all_open
+                   else {"status": "pending"})}
                for task in plan.tasks]
     subprocess.run([program, "import", "-"], input=json.dumps(entries), text=True, check=True,
                    env=environment, capture_output=True)
@@ -165,9 +167,9 @@ def taskwarrior(plan):
         shutil.copytree(pristine, home)
         os.sync()
 
-    return {"tasks.list": ("Taskwarrior", Subject([program, "export"], environment)),
-            "tasks.create": ("Taskwarrior", Subject([program, "add", "New"], environment,
-                                                    prepare=restore))}
+    name = "Taskwarrior, all open" if all_open else "Taskwarrior"
+    return [("tasks.list", name, Subject([program, "export"], environment)),
+            ("tasks.create", name, Subject([program, "add", "New"], environment, prepare=restore))]
 
 
 def peers(plan, source):
@@ -187,8 +189,7 @@ def peers(plan, source):
                                       'jq -S "$1" "$2" >"$2.new" && mv "$2.new" "$2"', "sh",
                                       JQ_CREATE, file])))
     if shutil.which("task"):
-        for command, (name, subject) in taskwarrior(plan).items():
-            found.append((command, name, subject))
+        found += taskwarrior(plan, all_open=False) + taskwarrior(plan, all_open=True)
     return found
 
 

@@ -62,6 +62,7 @@ class TemporaryFile {
   }
 
   void write(std::string_view bytes) {
+    isSynced_ = false;
     if (const int error = writeAll(file_.number(), bytes)) throw FileError("write", path_, error);
   }
 
@@ -79,7 +80,9 @@ class TemporaryFile {
   }
 
   void sync() {
+    if (isSynced_) return;
     if (const int error = syncFile(file_.number())) throw FileError("sync", path_, error);
+    isSynced_ = true;
   }
 
   // Gives the content, which has been synced, its name.
@@ -100,6 +103,7 @@ class TemporaryFile {
   fs::path target_;
   fs::path path_;
   FileDescriptor file_;
+  bool isSynced_ = false;
   bool isMoved_ = false;
 };
 
