@@ -8,6 +8,7 @@ import unittest
 from pathlib import Path
 
 BUILD = sys.argv.pop(1)
+CHANGELOG = Path(__file__).parents[2] / "packaging/debian/changelog"
 
 
 def output(*command: object, **more: object) -> str:
@@ -37,6 +38,11 @@ class DebianPackage(unittest.TestCase):
         names = sorted(each.split()[0] for each in depends.split(", "))
         self.assertEqual([name.rstrip("0123456789") for name in names],
                          ["libc", "libgcc-s", "libsimdjson", "libstdc++", "liburiparser"])
+
+    def test_has_the_version_of_the_last_entry_in_its_changelog(self) -> None:
+        version = output("dpkg-deb", "--field", self.package, "Version").strip()
+        changelog = output("dpkg-parsechangelog", "--file", CHANGELOG, "--show-field", "Version")
+        self.assertEqual(version, changelog.strip())
 
     # Its dependencies are looked for among the packages of this machine.
     def test_can_be_installed_and_then_answers(self) -> None:
