@@ -2,6 +2,7 @@
 // reply to standard output. It has no arguments and prints nothing else.
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <stdexcept>
@@ -72,8 +73,17 @@ std::string readStandardInput() {
   return text;
 }
 
+// Writes the reply and ends the process from here: the system takes back all of its memory at once,
+// without the plan and the reply being taken apart piece by piece before.
+[[noreturn]] void finish(const FileDescriptor& output, const AgentResponseEnvelope& reply,
+                         int status) {
+  const std::string text = encodeReply(reply) + '\n';
+  const int number = output.isOpen() ? output.number() : STDOUT_FILENO;
+  std::exit(writeAll(number, text) == 0 ? status : noCommandOrNoSetUp);
+}
+
 // Throws when there is no command, the engines cannot be built or the reply cannot be encoded.
-std::string answer() {
+[[noreturn]] void answer(const FileDescriptor& output) {
   const AgentCommandEnvelope envelope = decodeCommand(readStandardInput());
   const Calendar calendar = Calendar::current();
   const std::filesystem::path folder = dataDirectory();
@@ -95,30 +105,25 @@ std::string answer() {
                                .calendar = calendar,
                                .focusCoordinator = &coordinator,
                                .blocking = &blocking});
-  return encodeReply(service.execute(envelope, Instant::now()));
+  finish(output, service.execute(envelope, Instant::now()), commandWasAnswered);
 }
 
-int run() {
+[[noreturn]] void run() {
   keepFreedMemory();
   occupyClosedStandardDescriptors();
   ignoreSignalsOfFailedWrites();
 
   FileDescriptor privateOutput(-1);
-  std::string reply;
-  int status = commandWasAnswered;
   try {
     privateOutput = takeStandardOutput();
-    reply = answer();
+    answer(privateOutput);
   } catch (const std::exception&) {
-    reply = encodeReply(AgentCommandService::failure(failures::invalidEnvelope));
-    status = noCommandOrNoSetUp;
+    finish(privateOutput, AgentCommandService::failure(failures::invalidEnvelope),
+           noCommandOrNoSetUp);
   }
-  reply += '\n';
-  const int output = privateOutput.isOpen() ? privateOutput.number() : STDOUT_FILENO;
-  return writeAll(output, reply) == 0 ? status : noCommandOrNoSetUp;
 }
 
 }  // namespace
 }  // namespace tarnwell
 
-int main() { return tarnwell::run(); }
+int main() { tarnwell::run(); }
