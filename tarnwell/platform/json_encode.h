@@ -58,10 +58,10 @@ void encode(JSONWriter& writer, const T& value) {
       const auto& member = value.*field.member;
       if constexpr (isOptional<std::remove_cvref_t<decltype(member)>>) {
         if (!member) return;
-        writer.key(field.key);
+        writer.plainKey(field.key);
         encode(writer, *member);
       } else {
-        writer.key(field.key);
+        writer.plainKey(field.key);
         encode(writer, member);
       }
     });

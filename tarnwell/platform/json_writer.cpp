@@ -1,7 +1,6 @@
 #include "tarnwell/platform/json_writer.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <cmath>
 
@@ -12,153 +11,126 @@ namespace tarnwell {
 namespace {
 
 constexpr std::size_t indentWidth = 2;
+constexpr std::size_t leastRoom = 1'024;
 constexpr std::size_t pieceSize = 262'144;
+constexpr std::size_t longestNumber = 32;
+constexpr std::size_t longestEscape = 6;
 
 bool mustBeEscaped(char c) { return c == '"' || c == '\\' || static_cast<unsigned char>(c) < 0x20; }
 
 // Stands in JSON as it is.
 bool isPlain(char c) { return static_cast<unsigned char>(c) < 0x80 && !mustBeEscaped(c); }
 
-void appendEscape(std::string& text, char c) {
+char* put(char* at, std::string_view bytes) { return std::copy(bytes.begin(), bytes.end(), at); }
+
+char* putEscape(char* at, char c) {
+  constexpr std::string_view named = "\"\\\b\f\n\r\t";
+  constexpr std::string_view names = "\"\\bfnrt";
   constexpr std::string_view hexDigits = "0123456789abcdef";
-  text += '\\';
-  switch (c) {
-    case '"':
-    case '\\':
-      text += c;
-      return;
-    case '\b':
-      text += 'b';
-      return;
-    case '\f':
-      text += 'f';
-      return;
-    case '\n':
-      text += 'n';
-      return;
-    case '\r':
-      text += 'r';
-      return;
-    case '\t':
-      text += 't';
-      return;
-    default:
-      text += "u00";
-      text += hexDigits[static_cast<unsigned char>(c) >> 4U];
-      text += hexDigits[static_cast<unsigned char>(c) & 0xFU];
+  *at++ = '\\';
+  if (const std::size_t index = named.find(c); index != std::string_view::npos) {
+    *at++ = names[index];
+    return at;
   }
+  at = put(at, "u00");
+  *at++ = hexDigits[static_cast<unsigned char>(c) >> 4U];
+  *at++ = hexDigits[static_cast<unsigned char>(c) & 0xFU];
+  return at;
 }
 
-template <class Number>
-void appendNumber(std::string& text, Number value) {
-  std::array<char, 32> buffer{};
-  const auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value);
-  text.append(buffer.data(), result.ptr);
+char* putEscaped(char* at, std::string_view text) {
+  for (const char c : text) {
+    if (mustBeEscaped(c)) {
+      at = putEscape(at, c);
+    } else {
+      *at++ = c;
+    }
+  }
+  return at;
 }
 
 }  // namespace
 
-void JSONWriter::key(std::string_view key) {
-  beginValue();
-  append(key);
-  text_ += layout_ == JSONLayout::indented ? ": " : ":";
-  isAfterKey_ = true;
-}
+void JSONWriter::null() { word("null"); }
 
-void JSONWriter::null() {
-  beginValue();
-  text_ += "null";
-}
-
-void JSONWriter::boolean(bool value) {
-  beginValue();
-  text_ += value ? "true" : "false";
-}
+void JSONWriter::boolean(bool value) { word(value ? "true" : "false"); }
 
 void JSONWriter::integer(std::int64_t value) {
-  beginValue();
-  appendNumber(text_, value);
+  char* const at = beginValue(longestNumber);
+  advanceTo(std::to_chars(at, at + longestNumber, value).ptr);
 }
 
 void JSONWriter::number(double value) {
   if (!std::isfinite(value)) throw JSONError::notEncodable();
-  beginValue();
-  appendNumber(text_, value + 0.0);  // -0 becomes the 0 that it equals, and is read back as
+  char* const at = beginValue(longestNumber);
+  // -0 becomes the 0 that it equals, and is read back as.
+  advanceTo(std::to_chars(at, at + longestNumber, value + 0.0).ptr);
 }
 
-void JSONWriter::string(std::string_view text) {
-  beginValue();
-  append(text);
+void JSONWriter::string(std::string_view text) { advanceTo(putText(text)); }
+
+std::string JSONWriter::take() {
+  text_.resize(size_);
+  return std::move(text_);
 }
 
-void JSONWriter::plainString(std::string_view text) {
-  beginValue();
-  appendPlain(text);
-}
+void JSONWriter::word(std::string_view word) { advanceTo(put(beginValue(word.size()), word)); }
 
 void JSONWriter::begin(char bracket) {
-  beginValue();
-  text_ += bracket;
+  word({&bracket, 1});
   ++depth_;
   isFirst_ = true;
 }
 
 void JSONWriter::end(char bracket) {
   --depth_;
-  if (!isFirst_) newLine();
-  text_ += bracket;
+  char* at = room(1);
+  if (!isFirst_) at = newLine(at);
+  *at++ = bracket;
+  advanceTo(at);
   isFirst_ = false;
 }
 
 void JSONWriter::flush() {
-  sink_(text_);
-  text_.clear();
+  sink_({text_.data(), size_});
+  size_ = 0;
 }
 
-void JSONWriter::beginValue() {
-  if (sink_ && text_.size() >= pieceSize) flush();
+char* JSONWriter::beginValue(std::size_t size) {
+  char* at = room(size);
   if (isAfterKey_) {
     isAfterKey_ = false;
-    return;
+    return at;
   }
-  if (!isFirst_) text_ += ',';
-  if (depth_ > 0) newLine();
+  if (!isFirst_) *at++ = ',';
   isFirst_ = false;
+  return depth_ > 0 ? newLine(at) : at;
 }
 
-void JSONWriter::newLine() {
-  if (layout_ != JSONLayout::indented) return;
-  text_ += '\n';
-  text_.append(depth_ * indentWidth, ' ');
+char* JSONWriter::room(std::size_t size) {
+  constexpr std::string_view others = ",\n\"\": ";
+  size += others.size() + depth_ * indentWidth;
+  if (sink_ && size_ + size > text_.size() && text_.size() >= pieceSize) flush();
+  const std::size_t needed = size_ + size;
+  if (needed > text_.size()) text_.resize(std::max({needed, 2 * text_.size(), leastRoom}));
+  return text_.data() + size_;
 }
 
-void JSONWriter::append(std::string_view text) {
-  if (std::all_of(text.begin(), text.end(), isPlain)) {
-    appendPlain(text);
-  } else if (isValidUTF8(text)) {
-    appendEscaped(text);
-  } else {
-    throw JSONError::notEncodable();
-  }
+char* JSONWriter::newLine(char* at) const {
+  if (layout_ != JSONLayout::indented) return at;
+  *at++ = '\n';
+  return std::fill_n(at, depth_ * indentWidth, ' ');
 }
 
-void JSONWriter::appendPlain(std::string_view text) {
-  text_ += '"';
-  text_ += text;
-  text_ += '"';
-}
-
-void JSONWriter::appendEscaped(std::string_view text) {
-  text_ += '"';
-  std::size_t plainStart = 0;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (!mustBeEscaped(text[i])) continue;
-    text_ += text.substr(plainStart, i - plainStart);
-    appendEscape(text_, text[i]);
-    plainStart = i + 1;
-  }
-  text_ += text.substr(plainStart);
-  text_ += '"';
+char* JSONWriter::putText(std::string_view text) {
+  if (std::all_of(text.begin(), text.end(), isPlain)) return putPlain(text);
+  if (!isValidUTF8(text)) throw JSONError::notEncodable();
+  const auto escapes = std::count_if(text.begin(), text.end(), mustBeEscaped);
+  char* at = beginValue(text.size() + static_cast<std::size_t>(escapes) * (longestEscape - 1));
+  *at++ = '"';
+  at = putEscaped(at, text);
+  *at++ = '"';
+  return at;
 }
 
 }  // namespace tarnwell

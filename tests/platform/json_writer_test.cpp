@@ -1,9 +1,13 @@
 #include "tarnwell/platform/json_writer.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <limits>
+#include <numeric>
 #include <random>
+#include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -69,6 +73,64 @@ TEST(JSONWriter, indentsByTwoSpacesAndLeavesEmptyContainersOnOneLine) {
   "empty": [],
   "none": {}
 })");
+}
+
+// An array of texts of these lengths, written twice: as one text, and in pieces.
+void expectTheSameInPieces(const std::vector<std::size_t>& lengths) {
+  std::vector<std::string> pieces;
+  JSONWriter whole(JSONLayout::indented);
+  JSONWriter inPieces(JSONLayout::indented,
+                      [&](std::string_view piece) { pieces.emplace_back(piece); });
+  for (JSONWriter* const writer : {&whole, &inPieces}) {
+    writer->beginArray();
+    for (const std::size_t length : lengths) {
+      writer->string(std::string(length, 'x'));
+      writer->string(std::string(length, '\n'));
+    }
+    writer->endArray();
+  }
+  inPieces.flush();
+  EXPECT_GT(pieces.size(), 1U);
+  EXPECT_EQ(std::accumulate(pieces.begin(), pieces.end(), std::string()), whole.take());
+}
+
+TEST(JSONWriter, handsOnTheSameTextInPieces) {
+  expectTheSameInPieces(std::vector<std::size_t>(20'000, 30));
+}
+
+TEST(JSONWriter, handsOnTextsThatAreLongerThanAPiece) {
+  expectTheSameInPieces({1, 1'000'000, 1, 300'000, 300'000, 7});
+}
+
+TEST(JSONWriter, handsOnNoPieceWhereThereIsLittle) {
+  std::vector<std::string> pieces;
+  JSONWriter writer(JSONLayout::compact,
+                    [&](std::string_view piece) { pieces.emplace_back(piece); });
+  writer.null();
+  EXPECT_TRUE(pieces.empty());
+  writer.flush();
+  EXPECT_EQ(pieces, std::vector<std::string>{"null"});
+}
+
+TEST(JSONWriter, escapesKeysAsItDoesTexts) {
+  JSONWriter writer(JSONLayout::compact);
+  writer.beginObject();
+  writer.key("a\"\n\x01 é");
+  writer.null();
+  writer.plainKey("plain");
+  writer.plainString("text");
+  writer.endObject();
+  EXPECT_EQ(writer.take(), R"({"a\"\n\u0001 é":null,"plain":"text"})");
+  test::expectError(JSONError::notEncodable(), [&] { writer.key("\xFF"); });
+}
+
+TEST(JSONWriter, indentsHoweverDeep) {
+  constexpr std::size_t depth = 1'000;
+  JSONWriter writer(JSONLayout::indented);
+  for (std::size_t i = 0; i < depth; ++i) writer.beginArray();
+  for (std::size_t i = 0; i < depth; ++i) writer.endArray();
+  const std::string text = writer.take();
+  EXPECT_EQ(std::count(text.begin(), text.end(), ' '), 2 * (depth - 1) * (depth - 1));
 }
 
 TEST(JSONWriter, writesIntegralDoublesWithoutAFraction) {
