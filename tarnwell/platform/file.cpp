@@ -67,9 +67,9 @@ std::string readFile(const FileDescriptor& file, const fs::path& path) {
 }
 
 void createFolders(const fs::path& folder) {
-  if (isFolder(folder)) return;
+  if (folder.empty() || isFolder(folder)) return;
   const fs::path parent = folder.parent_path();
-  if (!parent.empty() && parent != folder) createFolders(parent);
+  if (parent != folder) createFolders(parent);
   if (::mkdir(folder.c_str(), privateFolderMode) != 0) {
     const int error = errno;
     if (error == EEXIST && isFolder(folder)) return;  // another process was first
@@ -78,13 +78,14 @@ void createFolders(const fs::path& folder) {
   if (::chmod(folder.c_str(), privateFolderMode) != 0) {
     throw FileError("create folder", folder, errno);
   }
-  syncFolder(parent.empty() ? fs::path(".") : parent);
+  syncFolder(parent);
 }
 
 void syncFolder(const fs::path& folder) {
   const auto isUnsupported = [] { return errno == EACCES || errno == EINVAL || errno == ENOTSUP; };
   constexpr int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
-  const FileDescriptor opened(retryingInterrupted([&] { return ::open(folder.c_str(), flags); }));
+  const char* const path = folder.empty() ? "." : folder.c_str();
+  const FileDescriptor opened(retryingInterrupted([&] { return ::open(path, flags); }));
   if (!opened.isOpen()) {
     if (isUnsupported()) return;
     throw FileError("open folder", folder, errno);

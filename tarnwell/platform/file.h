@@ -44,6 +44,8 @@ std::optional<std::string> readFile(const std::filesystem::path& path);
 // The same of a file opened for reading, from its start. The path is for the error.
 std::string readFile(const FileDescriptor& file, const std::filesystem::path& path);
 
+// In both, an empty path, which is what stands before a name alone, is the current folder.
+
 // Creates the folder and those above it where missing, private and durable. Throws FileError.
 void createFolders(const std::filesystem::path& folder);
 

@@ -120,5 +120,10 @@ TEST_F(FileTest, aFolderCanBeSyncedAndAMissingOneCannot) {
   EXPECT_THROW(syncFolder(folder / "missing"), FileError);
 }
 
+TEST_F(FileTest, anEmptyPathIsTheCurrentFolder) {
+  EXPECT_NO_THROW(createFolders(""));
+  EXPECT_NO_THROW(syncFolder(""));
+}
+
 }  // namespace
 }  // namespace tarnwell

@@ -84,6 +84,20 @@ TEST_F(LocalStoreTest, everySaveLeavesItsCopy) {
   EXPECT_EQ(entryCount(copies), 3U);
 }
 
+TEST_F(LocalStoreTest, aNameAloneIsAFileInTheCurrentFolder) {
+  const std::filesystem::path previous = std::filesystem::current_path();
+  std::filesystem::current_path(folder.path());
+  const LocalStore here("state.json");
+  const PersistedState state = stateWith(makeTask("Here"));
+  here.withExclusiveLock([&] {
+    here.save(state);
+    here.save(here.load());
+  });
+  std::filesystem::current_path(previous);
+  EXPECT_EQ(store.load(), state);
+  EXPECT_EQ(entryCount(copies), 1U);
+}
+
 TEST_F(LocalStoreTest, savesAndLoadsEqualStates) {
   const PersistedState state = stateWith(makeTask("Water the plants"));
   store.save(state);
