@@ -115,7 +115,11 @@ fs::path targetOfLinks(fs::path path) {
   for (int links = 0; links <= longestChain; ++links) {
     std::error_code error;
     const fs::path next = fs::read_symlink(path, error);
-    if (error) return path;  // not a link
+    const bool isNoLink =
+        error == std::errc::invalid_argument || error == std::errc::no_such_file_or_directory;
+    if (isNoLink) return path;
+    // What cannot be looked at may be a link, which has to stay.
+    if (error) throw FileError("resolve", path, error.value());
     path = path.parent_path() / next;
   }
   throw FileError("resolve", path, ELOOP);
@@ -139,6 +143,7 @@ FileReplacement::FileReplacement(const fs::path& path)
     : target_(targetOfLinks(path)), file_(std::make_unique<TemporaryFile>(target_)) {
   struct stat replaced {};
   const bool isReplacing = ::stat(target_.c_str(), &replaced) == 0;
+  if (!isReplacing && errno != ENOENT) throw FileError("stat", target_, errno);
   if (isReplacing) file_->tryGiveTo(replaced.st_uid, replaced.st_gid);
   file_->setMode(isReplacing ? replaced.st_mode & 07777U : privateFileMode);
 }

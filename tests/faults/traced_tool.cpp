@@ -71,6 +71,7 @@ const std::map<std::uint64_t, Description>& descriptions() {
        {.name = "close", .descriptorArgument = 0, .errors = {EDQUOT, EINTR, EIO, ENOSPC}}},
       {SYS_newfstatat,
        {.name = "stat", .pathArgument = 1, .descriptorArgument = 0, .errors = {EACCES, ENOMEM}}},
+      {SYS_fstat, {.name = "stat", .descriptorArgument = 0, .errors = {ENOMEM}}},
       {SYS_fsync,
        {.name = "sync", .descriptorArgument = 0, .errors = {EDQUOT, EINTR, EIO, ENOSPC, EROFS}}},
       {SYS_rename,
@@ -92,6 +93,17 @@ const std::map<std::uint64_t, Description>& descriptions() {
       {SYS_lseek, {.name = "seek", .descriptorArgument = 0}},
       {SYS_readlink, {.name = "readlink", .pathArgument = 0, .errors = {EACCES, EIO, ENOMEM}}},
   };
+  return all;
+}
+
+// The calls that touch no file.
+const std::set<std::uint64_t>& otherCalls() {
+  static const std::set<std::uint64_t> all = {
+      SYS_brk,           SYS_clock_gettime,   SYS_exit_group,
+      SYS_futex,         SYS_getrandom,       SYS_madvise,
+      SYS_mmap,          SYS_mprotect,        SYS_mremap,
+      SYS_munmap,        SYS_restart_syscall, SYS_rt_sigaction,
+      SYS_rt_sigprocmask};
   return all;
 }
 
@@ -147,6 +159,7 @@ class Tracer {
   }
 
   std::vector<FileCall> calls() { return std::move(calls_); }
+  std::set<std::uint64_t> unknownCalls() { return std::move(unknownCalls_); }
 
  private:
   int waitForStop() const {
@@ -179,7 +192,10 @@ class Tracer {
   void atEntry(std::uint64_t number, const std::array<std::uint64_t, 6>& arguments) {
     current_ = nullptr;
     const auto found = descriptions().find(number);
-    if (found == descriptions().end()) return;
+    if (found == descriptions().end()) {
+      if (hasBegun_ && !otherCalls().contains(number)) unknownCalls_.insert(number);
+      return;
+    }
     const Description& description = found->second;
     FileCall call = describe(description, arguments);
     // The first thing that the tool itself does.
@@ -265,6 +281,7 @@ class Tracer {
   pid_t child_;
   std::optional<Fault> fault_;
   std::vector<FileCall> calls_;
+  std::set<std::uint64_t> unknownCalls_;
   std::map<int, std::string> opened_{{STDIN_FILENO, "input"}, {STDOUT_FILENO, "output"}};
   const Description* current_ = nullptr;
   std::optional<int> injected_;
@@ -306,7 +323,7 @@ TracedRun runTraced(const std::filesystem::path& home, std::string_view input,
   }
   Tracer tracer(child, fault);
   const int status = tracer.run();
-  TracedRun run{.calls = tracer.calls()};
+  TracedRun run{.calls = tracer.calls(), .unknownCalls = tracer.unknownCalls()};
   run.result.output = standardOutput.content();
   run.result.errors = standardError.content();
   if (WIFEXITED(status)) run.result.exitStatus = WEXITSTATUS(status);

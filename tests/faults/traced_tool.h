@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -38,6 +39,7 @@ struct Fault {
 struct TracedRun {
   ProcessResult result{};
   std::vector<FileCall> calls{};
+  std::set<std::uint64_t> unknownCalls{};  // the numbers of those that nothing is known of here
 };
 
 // Why no process can be traced on this machine; empty when one can.
