@@ -74,6 +74,8 @@ const std::map<std::uint64_t, Description>& descriptions() {
       {SYS_fstat, {.name = "stat", .descriptorArgument = 0, .errors = {ENOMEM}}},
       {SYS_fsync,
        {.name = "sync", .descriptorArgument = 0, .errors = {EDQUOT, EINTR, EIO, ENOSPC, EROFS}}},
+      {SYS_sync_file_range,
+       {.name = "begin sync", .descriptorArgument = 0, .errors = {EIO, ENOMEM, ENOSPC}}},
       {SYS_rename,
        {.name = "rename",
         .pathArgument = 0,
