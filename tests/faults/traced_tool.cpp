@@ -19,29 +19,6 @@
 
 #include "tarnwell/platform/file_descriptor.h"
 
-// <linux/ptrace.h> and <sys/ptrace.h> cannot be included together everywhere; this is its struct.
-namespace {
-
-struct SyscallInfo {
-  std::uint8_t op;
-  std::array<std::uint8_t, 3> padding;
-  std::uint32_t architecture;
-  std::uint64_t instructionPointer;
-  std::uint64_t stackPointer;
-  union {
-    struct {
-      std::uint64_t number;
-      std::array<std::uint64_t, 6> arguments;
-    } entry;
-    struct {
-      std::int64_t result;
-      std::uint8_t isError;
-    } exit;
-  };
-};
-
-}  // namespace
-
 namespace tarnwell::test {
 namespace {
 
@@ -182,12 +159,12 @@ class Tracer {
   }
 
   void atSyscallStop() {
-    SyscallInfo info{};
+    __ptrace_syscall_info info{};
     requirePtrace(::ptrace(PTRACE_GET_SYSCALL_INFO, child_, sizeof info, &info));
     if (info.op == PTRACE_SYSCALL_INFO_ENTRY) {
-      atEntry(info.entry.number, info.entry.arguments);
+      atEntry(info.entry.nr, std::to_array(info.entry.args));
     } else if (info.op == PTRACE_SYSCALL_INFO_EXIT) {
-      atExit(info.exit.result);
+      atExit(info.exit.rval);
     }
   }
 
