@@ -231,6 +231,16 @@ def figures(subject):
     return [milliseconds(subject.wall), milliseconds(subject.cpu), f"{subject.peak_megabytes():.1f}"]
 
 
+def extra_cpu(subject, other):
+    """The CPU time of one above another's, from runs by turns: what drifts, drifts for both."""
+    differences = []
+    for _ in range(ROUNDS["L"]):
+        subject.run()
+        other.run()
+        differences.append(subject.cpus[-1] - other.cpus[-1])
+    return statistics.median(differences)
+
+
 def goals(found, sizes):
     """What is aimed at: each figure, and what it shall not exceed."""
     def wall(plan, name):
@@ -249,7 +259,7 @@ def goals(found, sizes):
                (wall(plan, "parse") + wall(plan, "write")), 2)
     for command, other in (("review.get", "tasks.list"), ("proposals.generate", "tasks.create")):
         yield (f"CPU ms of {command} above {other}, L",
-               (found["L"][command].cpu - found["L"][other].cpu) * 1000, 20)
+               extra_cpu(found["L"][command], found["L"][other]) * 1000, 20)
 
 
 def main():

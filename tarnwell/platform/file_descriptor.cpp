@@ -2,9 +2,25 @@
 
 #include <algorithm>
 
+#include <poll.h>
 #include <unistd.h>
 
 namespace tarnwell {
+namespace {
+
+// Calls a system function until it has done something. Where whoever has made the descriptor wants
+// it to fail rather than to wait, the waiting is done here.
+template <class Call>
+ssize_t waitingFor(short event, int descriptor, Call call) {
+  while (true) {
+    const ssize_t count = retryingInterrupted(call);
+    if (count != -1 || errno != EAGAIN) return count;
+    pollfd awaited{.fd = descriptor, .events = event, .revents = 0};
+    if (retryingInterrupted([&] { return ::poll(&awaited, 1, -1); }) == -1) return -1;
+  }
+}
+
+}  // namespace
 
 int FileDescriptor::close() noexcept {
   if (!isOpen()) return 0;
@@ -23,8 +39,9 @@ int readToEnd(int descriptor, std::string& bytes) {
       bytes.reserve(std::max(2 * filled, smallestBuffer));
     }
     bytes.resize(bytes.capacity());
-    const ssize_t count = retryingInterrupted(
-        [&] { return ::read(descriptor, bytes.data() + filled, bytes.size() - filled); });
+    const ssize_t count = waitingFor(POLLIN, descriptor, [&] {
+      return ::read(descriptor, bytes.data() + filled, bytes.size() - filled);
+    });
     if (count > 0) {
       filled += static_cast<std::size_t>(count);
       continue;
@@ -37,8 +54,8 @@ int readToEnd(int descriptor, std::string& bytes) {
 
 int writeAll(int descriptor, std::string_view bytes) {
   while (!bytes.empty()) {
-    const ssize_t count =
-        retryingInterrupted([&] { return ::write(descriptor, bytes.data(), bytes.size()); });
+    const ssize_t count = waitingFor(
+        POLLOUT, descriptor, [&] { return ::write(descriptor, bytes.data(), bytes.size()); });
     if (count < 0) return errno;
     bytes.remove_prefix(static_cast<std::size_t>(count));
   }

@@ -40,6 +40,8 @@ auto retryingInterrupted(Call call) {
   }
 }
 
+// Both wait as long as it takes, also on a descriptor that is set not to (O_NONBLOCK).
+
 // Appends everything up to the end of the file. Returns the error number, 0 when all is well.
 int readToEnd(int descriptor, std::string& bytes);
 

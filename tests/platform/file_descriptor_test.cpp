@@ -6,6 +6,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace tarnwell {
@@ -23,6 +24,17 @@ struct Pipe {
   FileDescriptor readEnd;
   FileDescriptor writeEnd;
 };
+
+void setNotToWait(const FileDescriptor& file) {
+  ASSERT_EQ(::fcntl(file.number(), F_SETFL, O_NONBLOCK), 0);
+}
+
+// Returns when so many bytes lie in a pipe.
+void awaitContent(const FileDescriptor& pipe, int size) {
+  for (int found = -1; found != size; std::this_thread::yield()) {
+    ASSERT_EQ(::ioctl(pipe.number(), FIONREAD, &found), 0);
+  }
+}
 
 bool isOpen(int number) { return ::fcntl(number, F_GETFD) != -1; }
 
@@ -68,12 +80,45 @@ TEST(ReadToEnd, takesEverythingThatAPipeGivesHoweverSlowly) {
   EXPECT_EQ(read, "before " + content);
 }
 
+TEST(ReadToEnd, waitsWhereTheDescriptorDoesNot) {
+  Pipe pipe;
+  setNotToWait(pipe.readEnd);
+  const std::string content(200, 'x');
+  std::thread writer([&] {
+    for (const char c : content) {
+      awaitContent(pipe.readEnd, 0);
+      EXPECT_EQ(writeAll(pipe.writeEnd.number(), {&c, 1}), 0);
+    }
+    pipe.writeEnd.close();
+  });
+  std::string read;
+  EXPECT_EQ(readToEnd(pipe.readEnd.number(), read), 0);
+  writer.join();
+  EXPECT_EQ(read, content);
+}
+
 TEST(ReadToEnd, reportsWhatCannotBeRead) {
   std::string read = "kept";
   EXPECT_EQ(readToEnd(-1, read), EBADF);
   const FileDescriptor folder(::open("/", O_RDONLY));
   EXPECT_EQ(readToEnd(folder.number(), read), EISDIR);
   EXPECT_EQ(read, "kept");
+}
+
+TEST(WriteAll, waitsWhereTheDescriptorDoesNot) {
+  constexpr int capacity = 65'536;
+  Pipe pipe;
+  setNotToWait(pipe.writeEnd);
+  const std::string content(10UL * capacity, 'x');
+  std::string read;
+  std::thread reader([&] {
+    awaitContent(pipe.readEnd, capacity);
+    EXPECT_EQ(readToEnd(pipe.readEnd.number(), read), 0);
+  });
+  EXPECT_EQ(writeAll(pipe.writeEnd.number(), content), 0);
+  pipe.writeEnd.close();
+  reader.join();
+  EXPECT_EQ(read, content);
 }
 
 TEST(WriteAll, reportsWhatCannotBeWritten) {
