@@ -1,6 +1,7 @@
 #include "tarnwell/blocking/hosts_blocking_engine.h"
 
 #include <cerrno>
+#include <exception>
 #include <set>
 #include <system_error>
 
@@ -81,8 +82,8 @@ void HostsBlockingEngine::transact(const Transform& transform) {
   install(replacement.path(), backup);
   try {
     runner_.refreshDNS();
-  } catch (const Error& error) {
-    throw BlockingError::dnsRefreshFailed(error.description());
+  } catch (const std::exception& error) {
+    throw BlockingError::dnsRefreshFailed(error.what());
   }
 }
 
@@ -94,13 +95,13 @@ void HostsBlockingEngine::install(const fs::path& replacement, const fs::path& b
   } catch (const BlockingError& error) {
     if (error.which() == BlockingError::Case::authorizationCancelled) throw;
     failure = error.description();
-  } catch (const Error& error) {
-    failure = error.description();
+  } catch (const std::exception& error) {
+    failure = error.what();
   }
   try {
     runner_.replace(backup, hostsURL_);
-  } catch (const Error& error) {
-    throw BlockingError::rollbackFailed(error.description());
+  } catch (const std::exception& error) {
+    throw BlockingError::rollbackFailed(error.what());
   }
   throw BlockingError::writeFailed(failure);
 }

@@ -1,5 +1,7 @@
 #include "tarnwell/blocking/polkit_privileged_command_runner.h"
 
+#include <cerrno>
+
 #include "tarnwell/blocking/blocking_engine.h"
 #include "tarnwell/platform/file.h"
 #include "tarnwell/platform/text.h"
@@ -7,13 +9,15 @@
 namespace tarnwell {
 namespace {
 
-// Copying into the existing file keeps its identity, mounts and labels. The source stands in a
-// folder of the user's: a link that somebody puts there would give root's files away, so none is
-// followed. The script never exits with 126 or 127, which are pkexec's own; caches that are missing
-// or fail do not fail the block.
+// Copying into the existing file keeps its identity, mounts and labels. Root opens no file by the
+// source's path: it stands in a folder of the user's, where another of his programs can put a link,
+// or mount something, to have root's own files published. The source is the standard input, opened
+// by this process, and its path says which file that must be. The script never exits with 126 or
+// 127, which are pkexec's own; caches that are missing or fail do not fail the block.
 constexpr const char* installScript =
     R"({
-  dd if="$1" of="$2" iflag=nofollow status=none && chown 0:0 "$2" && chmod 0644 "$2"
+  if [ ! /dev/stdin -ef "$1" ]; then echo "another file is in the place of $1" >&2; false; fi &&
+    dd of="$2" conv=fsync status=none && chown 0:0 "$2" && chmod 0644 "$2"
 } || exit 1
 for flush in 'resolvectl flush-caches' 'nscd -i hosts'; do
   command -v "${flush%% *}" >/dev/null && $flush >/dev/null 2>&1
@@ -26,7 +30,9 @@ void PolkitPrivilegedCommandRunner::replace(const std::filesystem::path& source,
                                             const std::filesystem::path& destination) {
   ChildResult result;
   try {
-    result = runChild(commandArguments(source, destination));
+    const auto content = openForReading(source);
+    if (!content) throw FileError("open", source, ENOENT);
+    result = runChild(commandArguments(source, destination), content->number());
   } catch (const FileError& error) {
     throw BlockingError::writeFailed(error.description());
   }

@@ -44,10 +44,12 @@ void occupyClosedStandardDescriptors() {
   ::close(number);
 }
 
-// A write that fails is to be told from its result, not by the end of the process.
-void ignoreSignalsOfFailedWrites() {
+// A write that fails is to be told from its result, not by the end of the process; and how a child
+// has ended is to be told at all, which a caller that ignores the signal would take away.
+void setSignals() {
   std::signal(SIGPIPE, SIG_IGN);
   std::signal(SIGXFSZ, SIG_IGN);
+  std::signal(SIGCHLD, SIG_DFL);
 }
 
 // Moves standard output to a descriptor that no child inherits and puts /dev/null in its place, so
@@ -111,7 +113,7 @@ std::string readStandardInput() {
 [[noreturn]] void run() {
   keepFreedMemory();
   occupyClosedStandardDescriptors();
-  ignoreSignalsOfFailedWrites();
+  setSignals();
 
   FileDescriptor privateOutput(-1);
   try {

@@ -17,18 +17,28 @@ extern char** environ;  // NOLINT(readability-redundant-declaration): not in eve
 namespace tarnwell {
 namespace {
 
-// How a child is to be started: its descriptors and its signals.
+// How a child is to be started: its descriptors and its signals. What this process ignores or holds
+// back, and what it has left open, is not to be the child's.
 class SpawnSettings {
  public:
-  explicit SpawnSettings(int standardError) {
+  SpawnSettings(int standardInput, int standardError) {
     posix_spawn_file_actions_init(&actions_);
+    posix_spawn_file_actions_adddup2(&actions_, standardInput, STDIN_FILENO);
     posix_spawn_file_actions_adddup2(&actions_, standardError, STDERR_FILENO);
     posix_spawnattr_init(&attributes_);
-    // This process may ignore signals, and children inherit that.
-    sigset_t all{};
-    sigfillset(&all);
-    posix_spawnattr_setsigdefault(&attributes_, &all);
-    posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGDEF);
+    short flags = POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK;
+#ifdef __APPLE__
+    posix_spawn_file_actions_addinherit_np(&actions_, STDOUT_FILENO);
+    flags |= POSIX_SPAWN_CLOEXEC_DEFAULT;
+#else
+    posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1);
+#endif
+    sigset_t signals{};
+    sigemptyset(&signals);
+    posix_spawnattr_setsigmask(&attributes_, &signals);
+    sigfillset(&signals);
+    posix_spawnattr_setsigdefault(&attributes_, &signals);
+    posix_spawnattr_setflags(&attributes_, flags);
   }
   SpawnSettings(const SpawnSettings&) = delete;
   SpawnSettings& operator=(const SpawnSettings&) = delete;
@@ -53,7 +63,7 @@ class SpawnSettings {
 
 }  // namespace
 
-ChildResult runChild(const std::vector<std::string>& arguments) {
+ChildResult runChild(const std::vector<std::string>& arguments, int standardInput) {
   std::array<int, 2> ends{};
   if (::pipe(ends.data()) != 0) throw FileError("start", arguments.front(), errno);
   const FileDescriptor readEnd(ends[0]);
@@ -61,15 +71,16 @@ ChildResult runChild(const std::vector<std::string>& arguments) {
   for (const int end : ends) ::fcntl(end, F_SETFD, FD_CLOEXEC);
 
   pid_t child = 0;
-  if (const int error = SpawnSettings(writeEnd.number()).spawn(arguments, child)) {
+  const SpawnSettings settings(standardInput, writeEnd.number());
+  if (const int error = settings.spawn(arguments, child)) {
     throw FileError("start", arguments.front(), error);
   }
   writeEnd.close();
   ChildResult result;
   readToEnd(readEnd.number(), result.errors);
   int status = 0;
-  retryingInterrupted([&] { return ::waitpid(child, &status, 0); });
-  if (WIFEXITED(status)) result.exitStatus = WEXITSTATUS(status);
+  const pid_t ended = retryingInterrupted([&] { return ::waitpid(child, &status, 0); });
+  if (ended == child && WIFEXITED(status)) result.exitStatus = WEXITSTATUS(status);
   return result;
 }
 

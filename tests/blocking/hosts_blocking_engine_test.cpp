@@ -1,5 +1,7 @@
 #include "tarnwell/blocking/hosts_blocking_engine.h"
 
+#include <stdexcept>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -164,6 +166,16 @@ TEST_F(HostsBlockingEngineTest, takesAFailureOfAnotherKindForAFailedInstallation
                     FakeRunner::install};
   expectError(BlockingError::writeFailed(FileError("run", file, EIO).description()),
               [&] { engine.apply(hosts); });
+  EXPECT_EQ(contentOf(file), plain);
+}
+
+TEST_F(HostsBlockingEngineTest, putsTheOldTextBackWhateverIsThrown) {
+  runner.answers = {[](const fs::path&, const fs::path& destination) {
+                      writeFile(destination, "half a fi");
+                      throw std::length_error("too much of it");
+                    },
+                    FakeRunner::install};
+  expectError(BlockingError::writeFailed("too much of it"), [&] { engine.apply(hosts); });
   EXPECT_EQ(contentOf(file), plain);
 }
 

@@ -1,12 +1,17 @@
+#include <cerrno>
 #include <random>
 #include <string>
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "tarnwell/blocking/blocking_engine.h"
 #include "tarnwell/blocking/macos_privileged_command_runner.h"
 #include "tarnwell/blocking/polkit_privileged_command_runner.h"
+#include "tarnwell/platform/file.h"
 
 #include "tests/support/expect_error.h"
 #include "tests/support/scratch_folder.h"
@@ -115,29 +120,72 @@ TEST(PolkitPrivilegedCommandRunner, handsThePathsToAFixedScriptAsArguments) {
   EXPECT_EQ(arguments[4], Polkit::commandArguments("/x", "/y")[4]);
 }
 
-// Runs the command line without the part that asks for approval.
-ChildResult runScript(const std::filesystem::path& source,
-                      const std::filesystem::path& destination) {
-  auto arguments = Polkit::commandArguments(source, destination);
-  arguments.erase(arguments.begin(), arguments.begin() + 2);
-  return runChild(arguments);
-}
-
-TEST(PolkitPrivilegedCommandRunner, failsWithAnOrdinaryStatusWhenTheScriptFails) {
-  const test::ScratchFolder folder;
-  const auto result = runScript(folder / "missing", folder / "hosts");
-  EXPECT_EQ(result.exitStatus, 1);
-  EXPECT_THAT(result.errors, testing::HasSubstr("missing"));
-}
-
 #ifndef __APPLE__
-TEST(PolkitPrivilegedCommandRunner, installsNothingThatALinkPointsTo) {
-  const test::ScratchFolder folder;
+// The script of the runner, run without asking for approval.
+class PolkitScript : public testing::Test {
+ protected:
+  PolkitScript() {
+    test::writeFile(replacement, "127.0.0.1 new\n");
+    test::writeFile(hosts, "127.0.0.1 localhost\n");
+  }
+
+  ChildResult run(int standardInput) {
+    auto arguments = Polkit::commandArguments(replacement, hosts);
+    arguments.erase(arguments.begin(), arguments.begin() + 2);
+    return runChild(arguments, standardInput);
+  }
+
+  void expectRefusal(const ChildResult& result) {
+    EXPECT_EQ(result.exitStatus, 1);
+    EXPECT_EQ(result.errors, "another file is in the place of " + replacement.string() + "\n");
+    EXPECT_EQ(test::contentOf(hosts), "127.0.0.1 localhost\n");
+  }
+
+  test::ScratchFolder folder;
+  std::filesystem::path replacement = folder / "replacement";
+  std::filesystem::path hosts = folder / "hosts";
+};
+
+TEST_F(PolkitScript, writesIntoTheFileThatIsThereAndGivesItToRoot) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can give files away";
+  std::filesystem::create_hard_link(hosts, folder / "the same file");
+  ASSERT_EQ(::chown(hosts.c_str(), 65'534, 65'534), 0);
+  std::filesystem::permissions(hosts, std::filesystem::perms(0600));
+  EXPECT_EQ(run(openForReading(replacement)->number()).exitStatus, 0);
+  EXPECT_EQ(test::contentOf(folder / "the same file"), "127.0.0.1 new\n");
+  struct stat status {};
+  ASSERT_EQ(::stat(hosts.c_str(), &status), 0);
+  EXPECT_EQ(status.st_uid, 0U);
+  EXPECT_EQ(status.st_gid, 0U);
+  EXPECT_EQ(status.st_mode & 07777U, 0644U);
+}
+
+TEST_F(PolkitScript, failsWithAnOrdinaryStatusWhenItCannotWrite) {
+  hosts = folder / "no folder/hosts";
+  const auto result = run(openForReading(replacement)->number());
+  EXPECT_EQ(result.exitStatus, 1);
+  EXPECT_THAT(result.errors, testing::HasSubstr("no folder"));
+}
+
+TEST_F(PolkitScript, readsNothingThatWasPutInThePlaceOfTheReplacement) {
+  const auto opened = openForReading(replacement);
   test::writeFile(folder / "secret", "root's own");
-  test::writeFile(folder / "hosts", "127.0.0.1 localhost\n");
-  std::filesystem::create_symlink(folder / "secret", folder / "replacement");
-  EXPECT_EQ(runScript(folder / "replacement", folder / "hosts").exitStatus, 1);
-  EXPECT_EQ(test::contentOf(folder / "hosts"), "127.0.0.1 localhost\n");
+  std::filesystem::remove(replacement);
+  std::filesystem::create_symlink(folder / "secret", replacement);
+  expectRefusal(run(opened->number()));
+  std::filesystem::remove(replacement);
+  expectRefusal(run(opened->number()));
+}
+
+TEST_F(PolkitScript, installsNothingButTheReplacement) {
+  expectRefusal(run(FileDescriptor(::open("/dev/null", O_RDONLY)).number()));
+}
+
+TEST(PolkitPrivilegedCommandRunner, failsWhereThereIsNothingToInstall) {
+  const test::ScratchFolder folder;
+  const std::string missing = folder / "missing";
+  expectError(BlockingError::writeFailed(FileError("open", missing, ENOENT).description()),
+              [&] { Polkit().replace(missing, folder / "hosts"); });
 }
 #endif
 

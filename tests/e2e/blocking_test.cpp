@@ -107,6 +107,21 @@ TEST_P(BlockingEndToEnd, anInstallationThatFailsIsRolledBackAndUndoesTheStart) {
   expectUndoneStart();
 }
 
+TEST_P(BlockingEndToEnd, aCallerThatIgnoresItsChildrensEndsDoesNotHideHowThePromptEnded) {
+  const auto startIgnoringEnds = [&](std::int64_t revision) {
+    return test::replyIn(system.run(plan.startRequest(revision),
+                                    {"/usr/bin/env", "--ignore-signal=CHLD", TARNWELLCTL}));
+  };
+  plan.system.willAnswer({Answer::dismiss});
+  EXPECT_EQ(startIgnoringEnds(0), refused);
+  EXPECT_EQ(system.promptCount(), 1U);
+  expectUndoneStart();
+
+  plan.system.willAnswer({Answer::approve});
+  EXPECT_EQ(startIgnoringEnds(2), done(3));
+  EXPECT_EQ(plan.hosts(), blockedHosts);
+}
+
 TEST_P(BlockingEndToEnd, aDamagedHostsFileIsRestored) {
   plan.system.willAnswer({Answer::damage, Answer::approve});
   EXPECT_EQ(plan.start(), refused);

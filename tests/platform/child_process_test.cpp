@@ -3,12 +3,14 @@
 #include <cerrno>
 #include <csignal>
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include "tarnwell/platform/file.h"
 
 #include "tests/support/expect_error.h"
+#include "tests/support/scratch_folder.h"
 
 namespace tarnwell {
 namespace {
@@ -39,6 +41,37 @@ TEST(ChildProcess, thatASignalEndsHasNoStatus) {
 TEST(ChildProcess, thatCannotBeStartedIsAnError) {
   test::expectError(FileError("start", "/no/such/program", ENOENT),
                     [] { runChild({"/no/such/program"}); });
+}
+
+TEST(ChildProcess, readsWhatItIsGiven) {
+  const test::ScratchFolder folder;
+  test::writeFile(folder / "input", "what it is given");
+  const auto input = openForReading(folder / "input");
+  EXPECT_EQ(runChild({"/bin/sh", "-c", "cat >&2"}, input->number()).errors, "what it is given");
+}
+
+TEST(ChildProcess, hasNoDescriptorButTheStandardOnes) {
+  const FileDescriptor leftOpen(::open("/dev/null", O_RDONLY));
+  const std::string number = std::to_string(leftOpen.number());
+  ASSERT_EQ(runShell("true <&0").exitStatus, 0);
+  EXPECT_NE(runShell("true <&" + number).exitStatus, 0);
+}
+
+TEST(ChildProcess, hasNoStatusWhereNobodyCanTellIt) {
+  const auto previous = std::signal(SIGCHLD, SIG_IGN);
+  EXPECT_EQ(runShell("exit 3").exitStatus, -1);
+  EXPECT_EQ(runShell("exit 0").exitStatus, -1);
+  std::signal(SIGCHLD, previous);
+}
+
+TEST(ChildProcess, getsSignalsThatThisProcessHoldsBack) {
+  sigset_t held{};
+  sigset_t previous{};
+  sigemptyset(&held);
+  sigaddset(&held, SIGTERM);
+  pthread_sigmask(SIG_BLOCK, &held, &previous);
+  EXPECT_EQ(runShell("kill -TERM $$; exit 5").exitStatus, -1);
+  pthread_sigmask(SIG_SETMASK, &previous, nullptr);
 }
 
 TEST(ChildProcess, answersSignalsAsUsualThoughThisProcessIgnoresThem) {

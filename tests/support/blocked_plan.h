@@ -36,14 +36,21 @@ class BlockedPlan {
     system.plan().save(state);
   }
 
+  static std::string request(std::string_view command, std::int64_t revision,
+                             std::string_view payload) {
+    return R"({"version":1,"command":")" + std::string(command) + R"(","expectedRevision":)" +
+           std::to_string(revision) + R"(,"payload":)" + std::string(payload) + "}";
+  }
+  std::string startRequest(std::int64_t revision = 0) const {
+    return request("tasks.start", revision, R"({"task_id":")" + task.id.text() + R"("})");
+  }
+
   AgentResponseEnvelope ask(std::string_view command, std::int64_t revision,
                             std::string_view payload = "{}") const {
-    return system.ask(R"({"version":1,"command":")" + std::string(command) +
-                      R"(","expectedRevision":)" + std::to_string(revision) + R"(,"payload":)" +
-                      std::string(payload) + "}");
+    return system.ask(request(command, revision, payload));
   }
   AgentResponseEnvelope start(std::int64_t revision = 0) const {
-    return ask("tasks.start", revision, R"({"task_id":")" + task.id.text() + R"("})");
+    return system.ask(startRequest(revision));
   }
 
   std::string hosts() const { return contentOf(system.hosts()); }

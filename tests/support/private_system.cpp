@@ -103,8 +103,9 @@ void PrivateSystem::willAnswer(const std::vector<Answer>& answers) {
   writeFile(folder_ / "answers", lines);
 }
 
-ProcessResult PrivateSystem::run(std::string_view input) const {
-  return Process{.arguments = inPrivateNamespace(folder_.path(), {TARNWELLCTL}),
+ProcessResult PrivateSystem::run(std::string_view input,
+                                 const std::vector<std::string>& command) const {
+  return Process{.arguments = inPrivateNamespace(folder_.path(), command),
                  .environment = {"HOME=" + tool_.home().string()},
                  .input = input}
       .run();

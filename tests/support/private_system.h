@@ -41,7 +41,9 @@ class PrivateSystem {
   // One answer for each time that the administrator is asked. Any further prompt fails.
   void willAnswer(const std::vector<Answer>& answers);
 
-  ProcessResult run(std::string_view input) const;
+  // The tool, or a command that starts it.
+  ProcessResult run(std::string_view input,
+                    const std::vector<std::string>& command = {TARNWELLCTL}) const;
   AgentResponseEnvelope ask(std::string_view command) const;
 
   // How often the administrator was asked, and what for: the arguments of the last prompt.
