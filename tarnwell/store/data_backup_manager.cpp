@@ -16,24 +16,27 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string requireFile(const fs::path& url) {
+// A document in the current version that loads without a fault, and the bytes that it was read
+// from: what is copied or restored is what was looked at, whatever becomes of the file meanwhile.
+struct ValidDocument {
+  std::string bytes;
+  PersistedState state;
+};
+
+ValidDocument readValid(const fs::path& url) {
   auto bytes = readFile(url);
   if (!bytes) throw FileError("open", url, ENOENT);
-  return std::move(*bytes);
-}
-
-PersistedState validatedCurrentState(const fs::path& url) {
-  const JSONDocument document(requireFile(url));
-  const std::int64_t version = SchemaProbe::read(document).schemaVersion;
+  const std::int64_t version = SchemaProbe::read(JSONDocument(*bytes)).schemaVersion;
   if (version != PersistedState::currentSchemaVersion) {
     throw DataBackupError::legacySchema(version);
   }
-  return LocalStore(url).load();
+  PersistedState state = LocalStore::stateFrom(*bytes);
+  return {.bytes = std::move(*bytes), .state = std::move(state)};
 }
 
-void copyValidated(const fs::path& from, const fs::path& to) {
+void writeCopy(const std::string& bytes, const fs::path& to) {
   createFolders(to.parent_path());
-  replaceFile(to, requireFile(from));
+  replaceFile(to, bytes);
 }
 
 std::string dailyName(LocalDay day) {
@@ -48,20 +51,19 @@ std::string dailyName(LocalDay day) {
 }  // namespace
 
 fs::path DataBackupManager::createDailyBackup(Instant now, const Calendar& calendar) const {
-  validatedCurrentState(store_.url());
+  const ValidDocument live = readValid(store_.url());
   fs::path backup = dailyBackupDirectory_ / dailyName(calendar.day(now));
   std::error_code unknown;
-  if (!fs::exists(backup, unknown)) copyValidated(store_.url(), backup);
+  if (!fs::exists(backup, unknown)) writeCopy(live.bytes, backup);
   return backup;
 }
 
 void DataBackupManager::exportBackup(const fs::path& destination) const {
-  validatedCurrentState(store_.url());
-  copyValidated(store_.url(), destination);
+  writeCopy(readValid(store_.url()).bytes, destination);
 }
 
 PersistedState DataBackupManager::restoreBackup(const fs::path& source) const {
-  PersistedState state = validatedCurrentState(source);
+  PersistedState state = readValid(source).state;
   store_.save(state);
   return state;
 }

@@ -14,8 +14,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-PersistedState readDocument(std::string text) {
-  const JSONDocument document(std::move(text));
+PersistedState readDocument(std::string content) {
+  const JSONDocument document(std::move(content));
   const std::int64_t version = SchemaProbe::read(document).schemaVersion;
   if (version > PersistedState::currentSchemaVersion) {
     throw LocalStoreError::unsupportedSchema(version);
@@ -23,6 +23,18 @@ PersistedState readDocument(std::string text) {
   PersistedState state = decodePersistedState(document);
   state.validateTasks();
   return state;
+}
+
+// Runs what reads a document; whatever fails in it is what makes the document unreadable.
+template <class Read>
+auto reading(Read read) {
+  try {
+    return read();
+  } catch (const LocalStoreError&) {
+    throw;
+  } catch (const std::exception& error) {
+    throw LocalStoreError::unreadable(error.what());
+  }
 }
 
 }  // namespace
@@ -40,9 +52,13 @@ LocalStoreError LocalStoreError::lockFailed(std::string_view message) {
   return {Case::lockFailed, "Tarnwell data could not be locked: " + std::string(message)};
 }
 
+PersistedState LocalStore::stateFrom(std::string content) {
+  return reading([&] { return readDocument(std::move(content)); });
+}
+
 std::shared_ptr<const PersistedState> LocalStore::loadShared() const {
   if (auto document = cache_->find(url_)) return document;
-  try {
+  return reading([&] {
     auto file = openForReading(url_);
     if (!file) return std::make_shared<const PersistedState>(PersistedState::initial());
     const auto before = FileIdentity::of(*file);
@@ -50,11 +66,7 @@ std::shared_ptr<const PersistedState> LocalStore::loadShared() const {
     auto document = std::make_shared<const PersistedState>(readDocument(readFile(*file, url_)));
     if (isSettled) cache_->keep(std::move(*file), *before, document);
     return document;
-  } catch (const LocalStoreError&) {
-    throw;
-  } catch (const std::exception& error) {
-    throw LocalStoreError::unreadable(error.what());
-  }
+  });
 }
 
 void LocalStore::save(const PersistedState& state) const {

@@ -58,6 +58,9 @@ class LocalStore {
   // it, has read before is not read again.
   std::shared_ptr<const PersistedState> loadShared() const;
 
+  // What `load` makes of a file with this content. Throws LocalStoreError.
+  static PersistedState stateFrom(std::string content);
+
   // Throws LocalStoreError::unsupportedSchema for a state that is not in the current version,
   // ProductivityValidationError, FileError or JSONError. The data file is then as it was.
   void save(const PersistedState& state) const;
