@@ -64,10 +64,8 @@ class TemporaryFile {
   void write(std::string_view bytes) {
     isSynced_ = false;
     if (const int error = writeAll(file_.number(), bytes)) throw FileError("write", path_, error);
-#ifdef __linux__
-    // Lets the disk work while the next bytes are made. A failure is told by the sync to come.
-    ::sync_file_range(file_.number(), 0, 0, SYNC_FILE_RANGE_WRITE);
-#endif
+    written_ += static_cast<off_t>(bytes.size());
+    beginSync();
   }
 
   // Takes the source's content without copying it. False where the file system cannot.
@@ -104,9 +102,23 @@ class TemporaryFile {
     return file;
   }
 
+  // Lets the disk work while the rest is made, with each piece that is whole: one that is still
+  // being written to would be written twice. A failure is told by the sync to come.
+  void beginSync() {
+#ifdef __linux__
+    constexpr off_t pieceSize = 262'144;
+    const off_t whole = written_ / pieceSize * pieceSize;
+    if (whole == begun_) return;
+    ::sync_file_range(file_.number(), begun_, whole - begun_, SYNC_FILE_RANGE_WRITE);
+    begun_ = whole;
+#endif
+  }
+
   fs::path target_;
   fs::path path_;
   FileDescriptor file_;
+  off_t written_ = 0;
+  [[maybe_unused]] off_t begun_ = 0;
   bool isSynced_ = false;
   bool isMoved_ = false;
 };

@@ -1,11 +1,15 @@
 // In which order a change reaches the disk: by what the tool asks of the system.
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
+
+#include "tarnwell/store/local_store.h"
 
 #include "tests/faults/traced_tool.h"
 #include "tests/support/tool.h"
@@ -23,8 +27,8 @@ class OrderOfAChange : public testing::Test {
     if (const std::string obstacle = test::obstacleToTracing(); !obstacle.empty()) {
       GTEST_SKIP() << obstacle;
     }
-    ASSERT_TRUE(tool.ask(createCommand(0)).ok);
-    const auto run = test::runTraced(tool.home(), createCommand(1));
+    ASSERT_TRUE(tool.ask(createCommand(0, std::string(600'000, 'x'))).ok);
+    const auto run = runSettled(createCommand(1, "New"));
     ASSERT_EQ(run.result.exitStatus, 0);
     calls = run.calls;
     document = firstRenamingTo(tool.dataFile().string());
@@ -33,9 +37,15 @@ class OrderOfAChange : public testing::Test {
     ASSERT_LT(copy, calls.size());
   }
 
-  static std::string createCommand(std::int64_t revision) {
+  static std::string createCommand(std::int64_t revision, const std::string& title) {
     return R"({"version":1,"command":"tasks.create","expectedRevision":)" +
-           std::to_string(revision) + R"(,"payload":{"title":"New"}})";
+           std::to_string(revision) + R"(,"payload":{"title":")" + title + R"("}})";
+  }
+
+  test::TracedRun runSettled(const std::string& command,
+                             const std::optional<test::Fault>& fault = std::nullopt) const {
+    tool.awaitSettledPlan();
+    return test::runTraced(tool.home(), command, fault);
   }
 
   fs::path copies() const { return tool.dataDirectory() / "State Backups"; }
@@ -67,6 +77,7 @@ class OrderOfAChange : public testing::Test {
     EXPECT_LT(sync, renaming);
   }
 
+  // With a document of several pieces, before and after.
   test::Tool tool;
   std::vector<FileCall> calls;
   std::size_t document = 0;  // the renaming that puts the new document into place
@@ -75,6 +86,27 @@ class OrderOfAChange : public testing::Test {
 
 TEST_F(OrderOfAChange, theNewDocumentIsOnTheDiskBeforeItGetsItsName) {
   expectSyncedBefore(document);
+}
+
+TEST_F(OrderOfAChange, theDiskBeginsWithAPieceBeforeTheNextIsWritten) {
+  for (const std::size_t renaming : {copy, document}) {
+    const fs::path written = calls[renaming].path;
+    const std::size_t begun = last("begin sync", written, last("write", written, renaming));
+    EXPECT_LT(begun, renaming);
+  }
+}
+
+TEST_F(OrderOfAChange, aDiskThatWillNotBeginIsNoFailure) {
+  calls = runSettled(createCommand(2, "Undisturbed")).calls;
+  const std::size_t beginning =
+      first([](const FileCall& call) { return call.name == "begin sync"; });
+  const auto run = runSettled(createCommand(3, "Disturbed"),
+                              {{.call = beginning, .error = EIO, .isLasting = true}});
+  ASSERT_LT(beginning, run.calls.size());
+  EXPECT_EQ(run.calls[beginning].name, "begin sync");
+  EXPECT_LT(run.calls[beginning].result, 0);
+  EXPECT_EQ(run.result.exitStatus, 0);
+  EXPECT_EQ(LocalStore(tool.dataFile()).load().tasks.back().title, "Disturbed");
 }
 
 TEST_F(OrderOfAChange, theCopyIsOnTheDiskUnderItsNameBeforeTheNewDocumentGetsIts) {

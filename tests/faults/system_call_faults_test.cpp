@@ -11,14 +11,12 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <thread>
 #include <tuple>
 #include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tarnwell/platform/file_identity.h"
 #include "tarnwell/platform/json_decode.h"
 #include "tarnwell/store/local_store.h"
 
@@ -140,10 +138,7 @@ class SystemCallFaults : public testing::TestWithParam<std::tuple<Situation, Fai
     while (homes_.size() < ahead) homes_.push_back(newHome());
     auto tool = std::move(homes_.front());
     homes_.pop_front();
-    while (const auto plan = FileIdentity::of(tool->dataFile())) {
-      if (plan->isSettled()) break;
-      std::this_thread::yield();
-    }
+    tool->awaitSettledPlan();
     return tool;
   }
 

@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <exception>
+#include <thread>
 
 #include <gtest/gtest.h>
 
+#include "tarnwell/platform/file_identity.h"
 #include "tarnwell/platform/json_decode.h"
 #include "tarnwell/store/local_store.h"
 #include "tarnwell/store/persisted_state_json.h"
@@ -23,6 +25,13 @@ std::filesystem::path Tool::dataDirectory() const {
 
 Process Tool::process(std::string_view input) const {
   return {.arguments = {TARNWELLCTL}, .environment = {"HOME=" + home().string()}, .input = input};
+}
+
+void Tool::awaitSettledPlan() const {
+  while (const auto plan = FileIdentity::of(dataFile())) {
+    if (plan->isSettled()) return;
+    std::this_thread::yield();
+  }
 }
 
 // Unless a test has written it in a form of its own.

@@ -35,6 +35,10 @@ class Tool {
 
   AgentResponseEnvelope ask(std::string_view command) const { return replyIn(run(command)); }
 
+  // Returns when the plan was written so long ago that a command reads it once, and so makes the
+  // same system calls every time.
+  void awaitSettledPlan() const;
+
  private:
   void recordPlan() const;
 
