@@ -1,11 +1,13 @@
 // Standard streams that are closed, full or broken: the plan stays whole, and the status tells.
-#include <csignal>
 #include <string>
+#include <thread>
 
 #include <gtest/gtest.h>
 
+#include "tarnwell/platform/json_decode.h"
 #include "tarnwell/store/local_store.h"
 
+#include "tests/support/pipe.h"
 #include "tests/support/tool.h"
 
 namespace tarnwell {
@@ -13,9 +15,10 @@ namespace {
 
 class StandardStreamsEndToEnd : public testing::Test {
  protected:
-  static std::string createCommand(std::int64_t expectedRevision) {
+  static std::string createCommand(std::int64_t expectedRevision,
+                                   const std::string& title = "New") {
     return R"({"version":1,"command":"tasks.create","expectedRevision":)" +
-           std::to_string(expectedRevision) + R"(,"payload":{"title":"New"}})";
+           std::to_string(expectedRevision) + R"(,"payload":{"title":")" + title + R"("}})";
   }
 
   // Runs the tool from a shell, which redirects its streams.
@@ -40,13 +43,44 @@ TEST_F(StandardStreamsEndToEnd, aReplyThatCannotBeWrittenGives64AndTheChangeStan
 }
 
 TEST_F(StandardStreamsEndToEnd, aBrokenPipeGives64AndTheChangeStands) {
-  std::array<int, 2> pipe{};
-  ASSERT_EQ(::pipe(pipe.data()), 0);
-  ::close(pipe[0]);
-  const FileDescriptor inherited(pipe[1]);
-  const std::string redirection = ">&" + std::to_string(inherited.number());
+  test::Pipe pipe;
+  pipe.readEnd.close();
+  const std::string redirection = ">&" + std::to_string(pipe.writeEnd.number());
   EXPECT_EQ(runRedirected(redirection, createCommand(0)).exitStatus, 64);
   EXPECT_EQ(storedRevision(), 1);
+}
+
+TEST_F(StandardStreamsEndToEnd, aPipeThatIsSetNotToWaitGetsTheWholeReply) {
+  const std::string title(300'000, 'x');
+  test::Pipe pipe;
+  test::setNotToWait(pipe.writeEnd);
+  std::string reply;
+  std::thread reader([&] {
+    pipe.awaitFull();
+    readToEnd(pipe.readEnd.number(), reply);
+  });
+  const std::string redirection = ">&" + std::to_string(pipe.writeEnd.number());
+  EXPECT_EQ(runRedirected(redirection, createCommand(0, title)).exitStatus, 0);
+  pipe.writeEnd.close();
+  reader.join();
+  EXPECT_EQ(decodeJSON<AgentResponseEnvelope>(reply).revision, 1);
+  EXPECT_GT(reply.size(), title.size());
+}
+
+TEST_F(StandardStreamsEndToEnd, aCommandMayComeSlowlyThroughAPipeThatIsSetNotToWait) {
+  test::Pipe pipe;
+  test::setNotToWait(pipe.readEnd);
+  std::thread writer([&] {
+    for (const char c : createCommand(0)) {
+      pipe.awaitEmpty();
+      writeAll(pipe.writeEnd.number(), {&c, 1});
+    }
+    pipe.writeEnd.close();
+  });
+  const std::string redirection = "<&" + std::to_string(pipe.readEnd.number()) + " " +
+                                  std::to_string(pipe.writeEnd.number()) + ">&-";
+  EXPECT_EQ(test::replyIn(runRedirected(redirection, "")).revision, 1);
+  writer.join();
 }
 
 TEST_F(StandardStreamsEndToEnd, aClosedStandardInputIsNoCommand) {

@@ -1,40 +1,19 @@
 #include "tarnwell/platform/file_descriptor.h"
 
-#include <array>
 #include <csignal>
+#include <string>
 #include <thread>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/ioctl.h>
 #include <unistd.h>
+
+#include "tests/support/pipe.h"
 
 namespace tarnwell {
 namespace {
 
-struct Pipe {
-  Pipe()
-      : Pipe([] {
-          std::array<int, 2> ends{};
-          EXPECT_EQ(::pipe(ends.data()), 0);
-          return ends;
-        }()) {}
-  explicit Pipe(std::array<int, 2> ends) : readEnd(ends[0]), writeEnd(ends[1]) {}
-
-  FileDescriptor readEnd;
-  FileDescriptor writeEnd;
-};
-
-void setNotToWait(const FileDescriptor& file) {
-  ASSERT_EQ(::fcntl(file.number(), F_SETFL, O_NONBLOCK), 0);
-}
-
-// Returns when so many bytes lie in a pipe.
-void awaitContent(const FileDescriptor& pipe, int size) {
-  for (int found = -1; found != size; std::this_thread::yield()) {
-    ASSERT_EQ(::ioctl(pipe.number(), FIONREAD, &found), 0);
-  }
-}
+using test::Pipe;
 
 bool isOpen(int number) { return ::fcntl(number, F_GETFD) != -1; }
 
@@ -82,11 +61,11 @@ TEST(ReadToEnd, takesEverythingThatAPipeGivesHoweverSlowly) {
 
 TEST(ReadToEnd, waitsWhereTheDescriptorDoesNot) {
   Pipe pipe;
-  setNotToWait(pipe.readEnd);
+  test::setNotToWait(pipe.readEnd);
   const std::string content(200, 'x');
   std::thread writer([&] {
     for (const char c : content) {
-      awaitContent(pipe.readEnd, 0);
+      pipe.awaitEmpty();
       EXPECT_EQ(writeAll(pipe.writeEnd.number(), {&c, 1}), 0);
     }
     pipe.writeEnd.close();
@@ -106,13 +85,12 @@ TEST(ReadToEnd, reportsWhatCannotBeRead) {
 }
 
 TEST(WriteAll, waitsWhereTheDescriptorDoesNot) {
-  constexpr int capacity = 65'536;
   Pipe pipe;
-  setNotToWait(pipe.writeEnd);
-  const std::string content(10UL * capacity, 'x');
+  test::setNotToWait(pipe.writeEnd);
+  const std::string content(3'000'000, 'x');
   std::string read;
   std::thread reader([&] {
-    awaitContent(pipe.readEnd, capacity);
+    pipe.awaitFull();
     EXPECT_EQ(readToEnd(pipe.readEnd.number(), read), 0);
   });
   EXPECT_EQ(writeAll(pipe.writeEnd.number(), content), 0);

@@ -1,0 +1,71 @@
+// A pipe, and waiting for what another thread or process does with it.
+#pragma once
+
+#include <array>
+#include <cerrno>
+#include <stdexcept>
+#include <system_error>
+#include <thread>
+
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include "tarnwell/platform/file_descriptor.h"
+
+namespace tarnwell::test {
+
+class Pipe {
+ public:
+  Pipe() : Pipe(opened()) {}
+
+  // How many bytes were written and not read.
+  int content() const {
+    int count = 0;
+    require(::ioctl(readEnd.number(), FIONREAD, &count));
+    return count;
+  }
+
+  // Gives up when nobody reads.
+  void awaitEmpty() const {
+    constexpr int mostTurns = 2'000'000;
+    for (int turn = 0; content() > 0; ++turn) {
+      if (turn == mostTurns) throw std::runtime_error("nobody reads from the pipe");
+      std::this_thread::yield();
+    }
+  }
+
+  // Returns when there is something in the pipe, and has been no more for a while.
+  void awaitFull() const {
+    constexpr int turns = 200;
+    for (int before = -1, now = 0; now == 0 || now != before; now = content()) {
+      before = now;
+      for (int i = 0; i < turns; ++i) std::this_thread::yield();
+    }
+  }
+
+  FileDescriptor readEnd;
+  FileDescriptor writeEnd;
+
+ private:
+  explicit Pipe(const std::array<int, 2>& ends) : readEnd(ends[0]), writeEnd(ends[1]) {}
+
+  static void require(int result) {
+    if (result != 0) throw std::system_error(errno, std::generic_category(), "pipe");
+  }
+
+  static std::array<int, 2> opened() {
+    std::array<int, 2> ends{};
+    require(::pipe(ends.data()));
+    return ends;
+  }
+};
+
+// From now on, reading or writing fails where it would have to wait.
+inline void setNotToWait(const FileDescriptor& file) {
+  if (::fcntl(file.number(), F_SETFL, O_NONBLOCK) != 0) {
+    throw std::system_error(errno, std::generic_category(), "fcntl");
+  }
+}
+
+}  // namespace tarnwell::test
