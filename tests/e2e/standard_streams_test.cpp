@@ -70,6 +70,8 @@ TEST_F(StandardStreamsEndToEnd, aPipeThatIsSetNotToWaitGetsTheWholeReply) {
 TEST_F(StandardStreamsEndToEnd, aCommandMayComeSlowlyThroughAPipeThatIsSetNotToWait) {
   test::Pipe pipe;
   test::setNotToWait(pipe.readEnd);
+  const std::string redirection = "<&" + std::to_string(pipe.readEnd.number()) + " " +
+                                  std::to_string(pipe.writeEnd.number()) + ">&-";
   std::thread writer([&] {
     for (const char c : createCommand(0)) {
       pipe.awaitEmpty();
@@ -77,8 +79,6 @@ TEST_F(StandardStreamsEndToEnd, aCommandMayComeSlowlyThroughAPipeThatIsSetNotToW
     }
     pipe.writeEnd.close();
   });
-  const std::string redirection = "<&" + std::to_string(pipe.readEnd.number()) + " " +
-                                  std::to_string(pipe.writeEnd.number()) + ">&-";
   EXPECT_EQ(test::replyIn(runRedirected(redirection, "")).revision, 1);
   writer.join();
 }
