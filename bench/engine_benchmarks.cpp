@@ -7,13 +7,13 @@
 #include <benchmark/benchmark.h>
 
 #include "tarnwell/blocking/domain_rules.h"
+#include "tarnwell/json/json_document.h"
 #include "tarnwell/planning/planner_engine.h"
 #include "tarnwell/planning/recommendation_engine.h"
-#include "tarnwell/platform/calendar.h"
-#include "tarnwell/platform/json_document.h"
 #include "tarnwell/store/local_store.h"
 #include "tarnwell/store/persisted_state_json.h"
 #include "tarnwell/store/task_store.h"
+#include "tarnwell/time/calendar.h"
 
 namespace tarnwell {
 namespace {

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "tarnwell/platform/calendar.h"
+#include "tarnwell/time/calendar.h"
 
 namespace tarnwell::bench {
 namespace {

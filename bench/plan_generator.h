@@ -3,8 +3,8 @@
 
 #include <cstddef>
 
-#include "tarnwell/platform/instant.h"
 #include "tarnwell/store/persisted_state.h"
+#include "tarnwell/time/instant.h"
 
 namespace tarnwell::bench {
 

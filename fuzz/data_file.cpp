@@ -5,7 +5,7 @@
 
 #include "fuzz/require.h"
 
-#include "tarnwell/platform/error.h"
+#include "tarnwell/base/error.h"
 #include "tarnwell/store/persisted_state_json.h"
 
 namespace tarnwell::fuzz {

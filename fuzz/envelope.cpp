@@ -13,11 +13,11 @@
 
 #include "tarnwell/agent/agent_command_service.h"
 #include "tarnwell/agent/envelopes.h"
+#include "tarnwell/base/text.h"
 #include "tarnwell/blocking/focus_coordinator.h"
 #include "tarnwell/blocking/session_engine.h"
-#include "tarnwell/platform/json_decode.h"
-#include "tarnwell/platform/json_error.h"
-#include "tarnwell/platform/text.h"
+#include "tarnwell/json/json_decode.h"
+#include "tarnwell/json/json_error.h"
 #include "tarnwell/store/local_store.h"
 #include "tarnwell/store/persisted_state_json.h"
 

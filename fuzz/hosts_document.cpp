@@ -11,8 +11,8 @@
 
 #include "fuzz/require.h"
 
+#include "tarnwell/base/text.h"
 #include "tarnwell/blocking/domain_rules.h"
-#include "tarnwell/platform/text.h"
 
 namespace tarnwell::fuzz {
 namespace {

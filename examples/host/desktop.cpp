@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "tarnwell/blocking/domain_rules.h"
+#include "tarnwell/json/json_encode.h"
 #include "tarnwell/planning/planner_engine.h"
-#include "tarnwell/platform/json_encode.h"
 
 namespace tarnwell::host {
 namespace {

@@ -15,9 +15,9 @@
 #include "tarnwell/model/domain_group.h"
 #include "tarnwell/model/planning_proposal.h"
 #include "tarnwell/model/task.h"
-#include "tarnwell/platform/calendar.h"
-#include "tarnwell/platform/instant.h"
-#include "tarnwell/platform/local_day.h"
+#include "tarnwell/time/calendar.h"
+#include "tarnwell/time/instant.h"
+#include "tarnwell/time/local_day.h"
 
 namespace tarnwell::host {
 

@@ -10,12 +10,12 @@
 #include "tarnwell/blocking/privileged_command_running.h"
 #include "tarnwell/blocking/session_engine.h"
 #include "tarnwell/planning/recommendation_engine.h"
-#include "tarnwell/platform/calendar.h"
 #include "tarnwell/reminders/reminder_coordinator.h"
 #include "tarnwell/sessions/task_session_engine.h"
 #include "tarnwell/store/data_backup_manager.h"
 #include "tarnwell/store/local_store.h"
 #include "tarnwell/store/task_store.h"
+#include "tarnwell/time/calendar.h"
 
 namespace tarnwell::host {
 

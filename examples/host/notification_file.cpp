@@ -2,11 +2,11 @@
 
 #include <algorithm>
 
+#include "tarnwell/base/error.h"
+#include "tarnwell/json/json_decode.h"
+#include "tarnwell/json/json_encode.h"
 #include "tarnwell/platform/atomic_file.h"
-#include "tarnwell/platform/error.h"
 #include "tarnwell/platform/file.h"
-#include "tarnwell/platform/json_decode.h"
-#include "tarnwell/platform/json_encode.h"
 
 namespace tarnwell::host {
 

@@ -6,9 +6,9 @@
 #include <utility>
 #include <vector>
 
-#include "tarnwell/platform/instant.h"
 #include "tarnwell/reminders/reminder_coordinator.h"
 #include "tarnwell/reminders/reminder_planner.h"
+#include "tarnwell/time/instant.h"
 
 namespace tarnwell::host {
 

@@ -9,13 +9,13 @@
 #include "tarnwell/agent/failures.h"
 #include "tarnwell/blocking/focus_coordinator.h"
 #include "tarnwell/blocking/session_engine.h"
+#include "tarnwell/json/json_value.h"
 #include "tarnwell/planning/recommendation_engine.h"
-#include "tarnwell/platform/calendar.h"
-#include "tarnwell/platform/instant.h"
-#include "tarnwell/platform/json_value.h"
 #include "tarnwell/reminders/reminder_coordinator.h"
 #include "tarnwell/sessions/task_session_engine.h"
 #include "tarnwell/store/task_store.h"
+#include "tarnwell/time/calendar.h"
+#include "tarnwell/time/instant.h"
 
 namespace tarnwell {
 

@@ -1,7 +1,7 @@
 #include "tarnwell/agent/envelopes.h"
 
-#include "tarnwell/platform/json_decode.h"
-#include "tarnwell/platform/json_encode.h"
+#include "tarnwell/json/json_decode.h"
+#include "tarnwell/json/json_encode.h"
 
 namespace tarnwell {
 

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <tuple>
 
-#include "tarnwell/platform/json_value.h"
-#include "tarnwell/platform/record.h"
+#include "tarnwell/base/record.h"
+#include "tarnwell/json/json_value.h"
 
 namespace tarnwell {
 

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "tarnwell/platform/text.h"
+#include "tarnwell/base/text.h"
 
 namespace tarnwell {
 namespace {

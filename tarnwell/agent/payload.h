@@ -8,12 +8,12 @@
 #include <string_view>
 
 #include "tarnwell/agent/envelopes.h"
+#include "tarnwell/base/error.h"
+#include "tarnwell/base/uuid.h"
+#include "tarnwell/json/json_value.h"
 #include "tarnwell/model/block_session.h"
 #include "tarnwell/model/task.h"
-#include "tarnwell/platform/error.h"
-#include "tarnwell/platform/json_value.h"
-#include "tarnwell/platform/local_day.h"
-#include "tarnwell/platform/uuid.h"
+#include "tarnwell/time/local_day.h"
 
 namespace tarnwell {
 

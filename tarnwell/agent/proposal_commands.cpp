@@ -1,7 +1,7 @@
 // The commands that read the weekly review, and make, list, approve and dismiss proposals.
 #include "tarnwell/agent/agent_command_service.h"
 #include "tarnwell/agent/payload.h"
-#include "tarnwell/platform/json_convert.h"
+#include "tarnwell/json/json_convert.h"
 
 namespace tarnwell {
 namespace {

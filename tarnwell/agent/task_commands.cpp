@@ -1,10 +1,10 @@
 // The commands that list, create and change task records.
 #include "tarnwell/agent/agent_command_service.h"
 #include "tarnwell/agent/payload.h"
+#include "tarnwell/base/uuid.h"
+#include "tarnwell/json/json_convert.h"
 #include "tarnwell/model/task.h"
 #include "tarnwell/planning/planner_engine.h"
-#include "tarnwell/platform/json_convert.h"
-#include "tarnwell/platform/uuid.h"
 
 namespace tarnwell {
 namespace {

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "tarnwell/platform/error.h"
+#include "tarnwell/base/error.h"
 
 namespace tarnwell {
 

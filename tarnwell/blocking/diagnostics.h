@@ -11,8 +11,8 @@
 #include <utility>
 #include <vector>
 
+#include "tarnwell/base/record.h"
 #include "tarnwell/blocking/blocking_engine.h"
-#include "tarnwell/platform/record.h"
 
 namespace tarnwell {
 

@@ -6,7 +6,7 @@
 
 #include <uriparser/Uri.h>
 
-#include "tarnwell/platform/text.h"
+#include "tarnwell/base/text.h"
 
 namespace tarnwell::DomainRules {
 namespace {

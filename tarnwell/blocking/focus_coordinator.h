@@ -6,14 +6,14 @@
 #include <optional>
 #include <string>
 
+#include "tarnwell/base/published.h"
+#include "tarnwell/base/uuid.h"
 #include "tarnwell/blocking/session_engine.h"
 #include "tarnwell/model/block_session.h"
 #include "tarnwell/model/domain_group.h"
-#include "tarnwell/platform/instant.h"
-#include "tarnwell/platform/published.h"
-#include "tarnwell/platform/uuid.h"
 #include "tarnwell/sessions/task_session_engine.h"
 #include "tarnwell/store/task_store.h"
+#include "tarnwell/time/instant.h"
 
 namespace tarnwell {
 

@@ -5,11 +5,11 @@
 #include <set>
 #include <system_error>
 
+#include "tarnwell/base/uuid.h"
 #include "tarnwell/blocking/hosts_document.h"
+#include "tarnwell/json/utf8.h"
 #include "tarnwell/platform/atomic_file.h"
 #include "tarnwell/platform/file.h"
-#include "tarnwell/platform/text.h"
-#include "tarnwell/platform/uuid.h"
 
 namespace tarnwell {
 

@@ -1,6 +1,6 @@
 #include "tarnwell/blocking/hosts_document.h"
 
-#include "tarnwell/platform/text.h"
+#include "tarnwell/base/text.h"
 
 namespace tarnwell {
 namespace {

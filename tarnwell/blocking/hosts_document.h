@@ -15,7 +15,7 @@
 #include <utility>
 #include <vector>
 
-#include "tarnwell/platform/error.h"
+#include "tarnwell/base/error.h"
 
 namespace tarnwell {
 

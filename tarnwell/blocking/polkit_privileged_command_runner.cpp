@@ -2,9 +2,10 @@
 
 #include <cerrno>
 
+#include "tarnwell/base/text.h"
 #include "tarnwell/blocking/blocking_engine.h"
+#include "tarnwell/json/utf8.h"
 #include "tarnwell/platform/file.h"
-#include "tarnwell/platform/text.h"
 
 namespace tarnwell {
 namespace {

@@ -10,14 +10,14 @@
 #include <utility>
 #include <vector>
 
+#include "tarnwell/base/error.h"
+#include "tarnwell/base/published.h"
+#include "tarnwell/base/uuid.h"
 #include "tarnwell/blocking/blocking_engine.h"
 #include "tarnwell/model/block_session.h"
 #include "tarnwell/model/domain_group.h"
-#include "tarnwell/platform/error.h"
-#include "tarnwell/platform/instant.h"
-#include "tarnwell/platform/published.h"
-#include "tarnwell/platform/uuid.h"
 #include "tarnwell/store/local_store.h"
+#include "tarnwell/time/instant.h"
 
 namespace tarnwell {
 

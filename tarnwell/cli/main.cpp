@@ -22,12 +22,12 @@
 #include "tarnwell/cli/process_memory.h"
 #include "tarnwell/planning/recommendation_engine.h"
 #include "tarnwell/platform/application_support.h"
-#include "tarnwell/platform/calendar.h"
 #include "tarnwell/platform/file_descriptor.h"
-#include "tarnwell/platform/instant.h"
 #include "tarnwell/sessions/task_session_engine.h"
 #include "tarnwell/store/local_store.h"
 #include "tarnwell/store/task_store.h"
+#include "tarnwell/time/calendar.h"
+#include "tarnwell/time/instant.h"
 
 namespace tarnwell {
 namespace {

@@ -7,9 +7,9 @@
 #include <string_view>
 #include <tuple>
 
-#include "tarnwell/platform/instant.h"
-#include "tarnwell/platform/record.h"
-#include "tarnwell/platform/uuid.h"
+#include "tarnwell/base/record.h"
+#include "tarnwell/base/uuid.h"
+#include "tarnwell/time/instant.h"
 
 namespace tarnwell {
 

@@ -3,7 +3,7 @@
 #include <array>
 #include <string_view>
 
-#include "tarnwell/platform/checked.h"
+#include "tarnwell/base/fatal_error.h"
 
 namespace tarnwell {
 namespace {

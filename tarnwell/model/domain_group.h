@@ -5,8 +5,8 @@
 #include <tuple>
 #include <vector>
 
-#include "tarnwell/platform/record.h"
-#include "tarnwell/platform/uuid.h"
+#include "tarnwell/base/record.h"
+#include "tarnwell/base/uuid.h"
 
 namespace tarnwell {
 

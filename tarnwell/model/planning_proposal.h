@@ -7,10 +7,10 @@
 #include <string_view>
 #include <tuple>
 
-#include "tarnwell/platform/instant.h"
-#include "tarnwell/platform/local_day.h"
-#include "tarnwell/platform/record.h"
-#include "tarnwell/platform/uuid.h"
+#include "tarnwell/base/record.h"
+#include "tarnwell/base/uuid.h"
+#include "tarnwell/time/instant.h"
+#include "tarnwell/time/local_day.h"
 
 namespace tarnwell {
 

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <tuple>
 
-#include "tarnwell/platform/record.h"
+#include "tarnwell/base/record.h"
 
 namespace tarnwell {
 

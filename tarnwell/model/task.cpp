@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "tarnwell/platform/text.h"
+#include "tarnwell/base/text.h"
 
 namespace tarnwell {
 

@@ -9,11 +9,11 @@
 #include <tuple>
 #include <vector>
 
-#include "tarnwell/platform/error.h"
-#include "tarnwell/platform/instant.h"
-#include "tarnwell/platform/local_day.h"
-#include "tarnwell/platform/record.h"
-#include "tarnwell/platform/uuid.h"
+#include "tarnwell/base/error.h"
+#include "tarnwell/base/record.h"
+#include "tarnwell/base/uuid.h"
+#include "tarnwell/time/instant.h"
+#include "tarnwell/time/local_day.h"
 
 namespace tarnwell {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "tarnwell/platform/checked.h"
+#include "tarnwell/base/checked_arithmetic.h"
 
 namespace tarnwell::PlannerEngine {
 namespace {

@@ -10,11 +10,11 @@
 #include <optional>
 #include <vector>
 
+#include "tarnwell/base/uuid.h"
 #include "tarnwell/model/task.h"
-#include "tarnwell/platform/calendar.h"
-#include "tarnwell/platform/instant.h"
-#include "tarnwell/platform/local_day.h"
-#include "tarnwell/platform/uuid.h"
+#include "tarnwell/time/calendar.h"
+#include "tarnwell/time/instant.h"
+#include "tarnwell/time/local_day.h"
 
 namespace tarnwell {
 

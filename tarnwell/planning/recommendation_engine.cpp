@@ -5,7 +5,7 @@
 #include <string>
 #include <utility>
 
-#include "tarnwell/platform/checked.h"
+#include "tarnwell/base/fatal_error.h"
 
 namespace tarnwell {
 namespace {

@@ -6,14 +6,14 @@
 #include <string_view>
 #include <vector>
 
+#include "tarnwell/base/error.h"
+#include "tarnwell/base/uuid.h"
 #include "tarnwell/model/planning_proposal.h"
 #include "tarnwell/model/task.h"
 #include "tarnwell/planning/weekly_review.h"
-#include "tarnwell/platform/calendar.h"
-#include "tarnwell/platform/error.h"
-#include "tarnwell/platform/instant.h"
-#include "tarnwell/platform/uuid.h"
 #include "tarnwell/store/task_store.h"
+#include "tarnwell/time/calendar.h"
+#include "tarnwell/time/instant.h"
 
 namespace tarnwell {
 

@@ -4,9 +4,10 @@
 #include <cmath>
 #include <functional>
 
+#include "tarnwell/base/checked_arithmetic.h"
+#include "tarnwell/base/fatal_error.h"
+#include "tarnwell/json/json_value.h"
 #include "tarnwell/planning/recommendation_engine.h"
-#include "tarnwell/platform/checked.h"
-#include "tarnwell/platform/json_value.h"
 
 namespace tarnwell {
 namespace {

@@ -6,10 +6,10 @@
 #include <tuple>
 #include <vector>
 
+#include "tarnwell/base/record.h"
+#include "tarnwell/base/uuid.h"
 #include "tarnwell/model/task.h"
-#include "tarnwell/platform/local_day.h"
-#include "tarnwell/platform/record.h"
-#include "tarnwell/platform/uuid.h"
+#include "tarnwell/time/local_day.h"
 
 namespace tarnwell {
 

@@ -8,8 +8,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "tarnwell/base/uuid.h"
 #include "tarnwell/platform/file.h"
-#include "tarnwell/platform/uuid.h"
 
 #ifdef __linux__
 #include <linux/fs.h>

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "tarnwell/platform/error.h"
+#include "tarnwell/base/error.h"
 #include "tarnwell/platform/file_descriptor.h"
 
 namespace tarnwell {

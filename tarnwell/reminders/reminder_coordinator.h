@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "tarnwell/base/uuid.h"
 #include "tarnwell/model/task.h"
-#include "tarnwell/platform/uuid.h"
 #include "tarnwell/reminders/reminder_planner.h"
 
 namespace tarnwell {

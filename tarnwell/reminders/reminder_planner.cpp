@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "tarnwell/platform/checked.h"
+#include "tarnwell/base/checked_arithmetic.h"
 
 namespace tarnwell::ReminderPlanner {
 namespace {

@@ -7,10 +7,10 @@
 #include <tuple>
 #include <vector>
 
+#include "tarnwell/base/record.h"
+#include "tarnwell/base/uuid.h"
 #include "tarnwell/model/task.h"
-#include "tarnwell/platform/instant.h"
-#include "tarnwell/platform/record.h"
-#include "tarnwell/platform/uuid.h"
+#include "tarnwell/time/instant.h"
 
 namespace tarnwell {
 

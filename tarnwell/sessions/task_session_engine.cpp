@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "tarnwell/base/checked_arithmetic.h"
 #include "tarnwell/planning/planner_engine.h"
-#include "tarnwell/platform/checked.h"
 
 namespace tarnwell {
 namespace {

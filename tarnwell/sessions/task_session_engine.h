@@ -9,13 +9,13 @@
 #include <string>
 #include <string_view>
 
+#include "tarnwell/base/error.h"
+#include "tarnwell/base/published.h"
+#include "tarnwell/base/uuid.h"
 #include "tarnwell/model/task.h"
-#include "tarnwell/platform/calendar.h"
-#include "tarnwell/platform/error.h"
-#include "tarnwell/platform/instant.h"
-#include "tarnwell/platform/published.h"
-#include "tarnwell/platform/uuid.h"
 #include "tarnwell/store/task_store.h"
+#include "tarnwell/time/calendar.h"
+#include "tarnwell/time/instant.h"
 
 namespace tarnwell {
 

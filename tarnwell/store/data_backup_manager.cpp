@@ -5,9 +5,9 @@
 #include <cstdio>
 #include <system_error>
 
+#include "tarnwell/json/json_document.h"
 #include "tarnwell/platform/atomic_file.h"
 #include "tarnwell/platform/file.h"
-#include "tarnwell/platform/json_document.h"
 #include "tarnwell/store/persisted_state_json.h"
 
 namespace tarnwell {

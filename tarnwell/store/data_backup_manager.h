@@ -6,11 +6,11 @@
 #include <string>
 #include <utility>
 
-#include "tarnwell/platform/calendar.h"
-#include "tarnwell/platform/error.h"
-#include "tarnwell/platform/instant.h"
+#include "tarnwell/base/error.h"
 #include "tarnwell/store/local_store.h"
 #include "tarnwell/store/persisted_state.h"
+#include "tarnwell/time/calendar.h"
+#include "tarnwell/time/instant.h"
 
 namespace tarnwell {
 

@@ -2,10 +2,10 @@
 
 #include <exception>
 
+#include "tarnwell/base/uuid.h"
+#include "tarnwell/json/json_document.h"
 #include "tarnwell/platform/atomic_file.h"
 #include "tarnwell/platform/file.h"
-#include "tarnwell/platform/json_document.h"
-#include "tarnwell/platform/uuid.h"
 #include "tarnwell/store/persisted_state_json.h"
 
 namespace tarnwell {

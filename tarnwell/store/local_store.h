@@ -9,7 +9,7 @@
 #include <string_view>
 #include <utility>
 
-#include "tarnwell/platform/error.h"
+#include "tarnwell/base/error.h"
 #include "tarnwell/platform/file_lock.h"
 #include "tarnwell/store/document_cache.h"
 #include "tarnwell/store/persisted_state.h"

@@ -7,13 +7,13 @@
 #include <tuple>
 #include <vector>
 
+#include "tarnwell/base/record.h"
 #include "tarnwell/model/audit_event.h"
 #include "tarnwell/model/block_session.h"
 #include "tarnwell/model/domain_group.h"
 #include "tarnwell/model/planning_proposal.h"
 #include "tarnwell/model/preferences.h"
 #include "tarnwell/model/task.h"
-#include "tarnwell/platform/record.h"
 
 namespace tarnwell {
 

@@ -1,7 +1,7 @@
 #include "tarnwell/store/persisted_state_json.h"
 
-#include "tarnwell/platform/json_decode.h"
-#include "tarnwell/platform/json_encode.h"
+#include "tarnwell/json/json_decode.h"
+#include "tarnwell/json/json_encode.h"
 
 namespace tarnwell {
 
@@ -12,11 +12,11 @@ SchemaProbe SchemaProbe::read(const JSONDocument& document) {
 PersistedState decodePersistedState(const JSONDocument& document) {
   constexpr std::int64_t blockingOnlyVersion = 1;
   const std::int64_t version = SchemaProbe::read(document).schemaVersion;
-  const auto object = objectFrom(document.root(), "document");
+  const ObjectReader members(document.root(), "document");
   PersistedState state = PersistedState::initial();
-  decodeFields(object, PersistedState::blockingFields(), state);
+  decodeFields(members, PersistedState::blockingFields(), state);
   if (version != blockingOnlyVersion) {
-    decodeFields(object, PersistedState::planFields(), state);
+    decodeFields(members, PersistedState::planFields(), state);
   }
   return state;
 }

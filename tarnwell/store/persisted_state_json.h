@@ -5,9 +5,9 @@
 #include <string>
 #include <tuple>
 
-#include "tarnwell/platform/byte_sink.h"
-#include "tarnwell/platform/json_document.h"
-#include "tarnwell/platform/record.h"
+#include "tarnwell/base/record.h"
+#include "tarnwell/json/byte_sink.h"
+#include "tarnwell/json/json_document.h"
 #include "tarnwell/store/persisted_state.h"
 
 namespace tarnwell {

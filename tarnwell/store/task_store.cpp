@@ -1,6 +1,6 @@
 #include "tarnwell/store/task_store.h"
 
-#include "tarnwell/platform/checked.h"
+#include "tarnwell/base/checked_arithmetic.h"
 
 namespace tarnwell {
 

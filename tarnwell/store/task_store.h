@@ -8,12 +8,12 @@
 #include <optional>
 #include <string>
 
+#include "tarnwell/base/error.h"
+#include "tarnwell/base/uuid.h"
 #include "tarnwell/model/audit_event.h"
-#include "tarnwell/platform/error.h"
-#include "tarnwell/platform/instant.h"
-#include "tarnwell/platform/uuid.h"
 #include "tarnwell/store/local_store.h"
 #include "tarnwell/store/persisted_state.h"
+#include "tarnwell/time/instant.h"
 
 namespace tarnwell {
 

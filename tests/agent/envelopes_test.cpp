@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "tarnwell/agent/failures.h"
-#include "tarnwell/platform/json_decode.h"
-#include "tarnwell/platform/json_encode.h"
+#include "tarnwell/json/json_decode.h"
+#include "tarnwell/json/json_encode.h"
 
 namespace tarnwell {
 namespace {

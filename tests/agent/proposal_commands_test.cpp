@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "tarnwell/platform/json_convert.h"
+#include "tarnwell/json/json_convert.h"
 
 #include "tests/support/json.h"
 #include "tests/support/scoped_environment.h"

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tarnwell/platform/json_convert.h"
+#include "tarnwell/json/json_convert.h"
 
 #include "tests/support/json.h"
 #include "tests/support/service.h"

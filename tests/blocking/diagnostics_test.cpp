@@ -3,8 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tarnwell/platform/json_decode.h"
-#include "tarnwell/platform/json_encode.h"
+#include "tarnwell/json/json_decode.h"
+#include "tarnwell/json/json_encode.h"
 
 #include "tests/support/fake_blocker.h"
 

@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tarnwell/platform/calendar.h"
+#include "tarnwell/time/calendar.h"
 
 #include "tests/support/json.h"
 #include "tests/support/scoped_environment.h"

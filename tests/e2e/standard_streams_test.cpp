@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tarnwell/platform/json_decode.h"
+#include "tarnwell/json/json_decode.h"
 #include "tarnwell/store/local_store.h"
 
 #include "tests/support/pipe.h"

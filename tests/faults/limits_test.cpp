@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "tarnwell/platform/json_decode.h"
+#include "tarnwell/json/json_decode.h"
 #include "tarnwell/store/local_store.h"
 
 #include "tests/support/builders.h"

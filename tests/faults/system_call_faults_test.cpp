@@ -17,7 +17,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tarnwell/platform/json_decode.h"
+#include "tarnwell/json/json_decode.h"
 #include "tarnwell/store/local_store.h"
 
 #include "tests/faults/traced_tool.h"

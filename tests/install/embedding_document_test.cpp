@@ -4,7 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tarnwell/platform/text.h"
+#include "tarnwell/base/text.h"
 
 #include "tests/install/installation.h"
 

@@ -5,8 +5,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tarnwell/json/json_convert.h"
 #include "tarnwell/planning/recommendation_engine.h"
-#include "tarnwell/platform/json_convert.h"
 
 #include "tests/support/builders.h"
 #include "tests/support/scoped_environment.h"

@@ -5,7 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tarnwell/platform/json_encode.h"
+#include "tarnwell/json/json_encode.h"
 
 #include "tests/support/builders.h"
 

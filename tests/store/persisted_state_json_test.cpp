@@ -6,8 +6,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tarnwell/platform/json_encode.h"
-#include "tarnwell/platform/json_error.h"
+#include "tarnwell/json/json_encode.h"
+#include "tarnwell/json/json_error.h"
 
 #include "tests/support/json.h"
 

@@ -4,9 +4,9 @@
 #include <string>
 #include <utility>
 
+#include "tarnwell/base/uuid.h"
 #include "tarnwell/model/task.h"
-#include "tarnwell/platform/instant.h"
-#include "tarnwell/platform/uuid.h"
+#include "tarnwell/time/instant.h"
 
 namespace tarnwell::test {
 

@@ -5,8 +5,8 @@
 #include <string_view>
 #include <variant>
 
-#include "tarnwell/platform/json_document.h"
-#include "tarnwell/platform/json_value.h"
+#include "tarnwell/json/json_document.h"
+#include "tarnwell/json/json_value.h"
 
 namespace tarnwell::test {
 

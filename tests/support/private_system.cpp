@@ -4,7 +4,7 @@
 
 #include <unistd.h>
 
-#include "tarnwell/platform/enum_texts.h"
+#include "tarnwell/base/enum_texts.h"
 
 namespace tarnwell::test {
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "tarnwell/platform/uuid.h"
+#include "tarnwell/base/uuid.h"
 
 namespace tarnwell::test {
 

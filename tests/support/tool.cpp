@@ -6,8 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tarnwell/json/json_decode.h"
 #include "tarnwell/platform/file_identity.h"
-#include "tarnwell/platform/json_decode.h"
 #include "tarnwell/store/local_store.h"
 #include "tarnwell/store/persisted_state_json.h"
 

@@ -5,9 +5,9 @@
 #include <string>
 
 #include "tarnwell/blocking/domain_rules.h"
-#include "tarnwell/platform/instant.h"
 #include "tarnwell/store/local_store.h"
 #include "tarnwell/store/task_store.h"
+#include "tarnwell/time/instant.h"
 
 int main(int, char** arguments) {
   const tarnwell::LocalStore document(std::filesystem::path(arguments[1]) / "state.json");

@@ -1,0 +1,87 @@
+// Writing records as JSON text by their field lists, keys in ascending order at every level.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <type_traits>
+#include <variant>
+
+#include "tarnwell/base/enum_texts.h"
+#include "tarnwell/base/record.h"
+#include "tarnwell/base/uuid.h"
+#include "tarnwell/json/byte_sink.h"
+#include "tarnwell/json/json_types.h"
+#include "tarnwell/json/json_value.h"
+#include "tarnwell/json/json_writer.h"
+#include "tarnwell/time/instant.h"
+
+namespace tarnwell {
+
+// Writes a value, instants as seconds since the reference date. Throws JSONError when a number is
+// not finite or a text is not valid UTF-8.
+template <class T>
+void encode(JSONWriter& writer, const T& value) {
+  if constexpr (std::is_same_v<T, bool>) {
+    writer.boolean(value);
+  } else if constexpr (std::is_same_v<T, std::int64_t>) {
+    writer.integer(value);
+  } else if constexpr (std::is_same_v<T, double>) {
+    writer.number(value);
+  } else if constexpr (std::is_same_v<T, std::string>) {
+    writer.string(value);
+  } else if constexpr (std::is_same_v<T, UUID>) {
+    const auto characters = value.characters();
+    writer.plainString({characters.data(), characters.size()});
+  } else if constexpr (std::is_same_v<T, Instant>) {
+    writer.number(value.seconds);
+  } else if constexpr (std::is_same_v<T, JSONValue>) {
+    std::visit([&](const auto& inner) { encode(writer, inner); }, value.variant());
+  } else if constexpr (std::is_same_v<T, JSONValue::Null>) {
+    writer.null();
+  } else if constexpr (std::is_same_v<T, JSONValue::Object>) {
+    writer.beginObject();
+    for (const auto& [key, member] : value) {
+      writer.key(key);
+      encode(writer, member);
+    }
+    writer.endObject();
+  } else if constexpr (TextEnum<T>) {
+    writer.plainString(textOf(value));
+  } else if constexpr (isVector<T>) {
+    writer.beginArray();
+    for (const auto& item : value) encode(writer, item);
+    writer.endArray();
+  } else {
+    static_assert(Record<T>);
+    writer.beginObject();
+    forEachFieldByKey<T>([&](const auto& field) {
+      const auto& member = value.*field.member;
+      if constexpr (isOptional<std::remove_cvref_t<decltype(member)>>) {
+        if (!member) return;
+        writer.plainKey(field.key);
+        encode(writer, *member);
+      } else {
+        writer.plainKey(field.key);
+        encode(writer, member);
+      }
+    });
+    writer.endObject();
+  }
+}
+
+template <class T>
+std::string encodeJSON(const T& value, JSONLayout layout) {
+  JSONWriter writer(layout);
+  encode(writer, value);
+  return writer.take();
+}
+
+// The same in pieces, for a value that is large.
+template <class T>
+void encodeJSON(const T& value, JSONLayout layout, const ByteSink& sink) {
+  JSONWriter writer(layout, sink);
+  encode(writer, value);
+  writer.flush();
+}
+
+}  // namespace tarnwell

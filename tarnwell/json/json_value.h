@@ -1,0 +1,47 @@
+// The dynamic JSON value: what a command's payload and a reply's result are made of.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace tarnwell {
+
+// A value. There is no integer case: every number is a double. Equality is structural. What is read
+// from text nests at most as deep as the reader allows, so that walking it may recurse.
+class JSONValue {
+ public:
+  using Object = std::map<std::string, JSONValue, std::less<>>;
+  using Array = std::vector<JSONValue>;
+  using Null = std::monostate;
+  using Variant = std::variant<std::string, double, bool, Object, Array, Null>;
+
+  JSONValue() : value_(Null{}) {}
+  JSONValue(std::string text) : value_(std::move(text)) {}
+  JSONValue(const char* text) : value_(std::string(text)) {}
+  JSONValue(double number) : value_(number) {}
+  JSONValue(bool truth) : value_(truth) {}
+  JSONValue(Object object) : value_(std::move(object)) {}
+  JSONValue(Array array) : value_(std::move(array)) {}
+
+  const Variant& variant() const { return value_; }
+
+  bool isNull() const { return std::holds_alternative<Null>(value_); }
+
+  // The text of a string; null for any other case. Owned by the value.
+  const std::string* string() const { return std::get_if<std::string>(&value_); }
+
+  // A number that is integral and within 64 bits.
+  std::optional<std::int64_t> integer() const;
+
+  friend bool operator==(const JSONValue&, const JSONValue&) = default;
+
+ private:
+  Variant value_;
+};
+
+}  // namespace tarnwell

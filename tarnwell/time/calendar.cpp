@@ -1,0 +1,119 @@
+#include "tarnwell/time/calendar.h"
+
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <ctime>
+#include <limits>
+
+#include "tarnwell/base/fatal_error.h"
+
+namespace tarnwell {
+namespace {
+
+constexpr time_t secondsPerDay = 86'400;
+
+std::optional<tm> localTime(time_t time) {
+  tm local{};
+  if (localtime_r(&time, &local) == nullptr) return std::nullopt;
+  return local;
+}
+
+std::optional<time_t> unixSeconds(Instant instant) {
+  const double seconds = std::floor(instant.seconds) + referenceDateUnixSeconds;
+  // Well inside time_t, so that arithmetic on the result cannot overflow.
+  constexpr double limit = 1e17;
+  if (!(std::abs(seconds) < limit)) return std::nullopt;
+  return static_cast<time_t>(seconds);
+}
+
+Instant instantFromUnix(time_t time) {
+  return {static_cast<double>(time) - referenceDateUnixSeconds};
+}
+
+tm requireLocalTime(Instant instant) {
+  const auto time = unixSeconds(instant);
+  const auto local = time ? localTime(*time) : std::nullopt;
+  if (!local) fatalError("an instant beyond the calendar's years");
+  return *local;
+}
+
+// Midnight of the day as if its wall clock showed UTC, with out-of-range fields rolled over.
+std::optional<time_t> wallClockMidnight(LocalDay day) {
+  // Far beyond any year that a double of seconds can tell apart, and safe to hand to libc's ints.
+  constexpr std::int64_t limit = 1'000'000'000;
+  for (const auto field : {day.year, day.month, day.day}) {
+    if (field < -limit || field > limit) return std::nullopt;
+  }
+  tm utc{};
+  utc.tm_year = static_cast<int>(day.year - 1900);
+  utc.tm_mon = static_cast<int>(day.month - 1);
+  utc.tm_mday = static_cast<int>(day.day);
+  constexpr time_t failed = -1;
+  utc.tm_wday = -1;  // timegm sets it on success: -1 is also a valid time.
+  const time_t time = timegm(&utc);
+  if (time == failed && utc.tm_wday == -1) return std::nullopt;
+  return time;
+}
+
+// The first second at which a local clock has reached the given wall-clock time, by bisection
+// between an instant before and one after.
+time_t firstSecondAtOrAfter(time_t wallClock, time_t before, time_t after) {
+  while (after - before > 1) {
+    const time_t middle = before + (after - before) / 2;
+    const auto local = localTime(middle);
+    const bool reached = local && middle + local->tm_gmtoff >= wallClock;
+    (reached ? after : before) = middle;
+  }
+  return after;
+}
+
+}  // namespace
+
+Calendar Calendar::current() {
+  tzset();
+  return {.firstWeekday = userFirstWeekday()};
+}
+
+LocalDay Calendar::day(Instant instant) const {
+  const tm local = requireLocalTime(instant);
+  return {
+      .year = std::int64_t{local.tm_year} + 1900, .month = local.tm_mon + 1, .day = local.tm_mday};
+}
+
+std::optional<Instant> Calendar::date(LocalDay day) const {
+  const auto midnight = wallClockMidnight(day);
+  if (!midnight) return std::nullopt;
+  // No zone is further than two days from UTC, so the offsets in force around the day are those of
+  // two instants that safely precede and follow it.
+  const time_t before = *midnight - 2 * secondsPerDay;
+  const time_t after = *midnight + 2 * secondsPerDay;
+  const auto localBefore = localTime(before);
+  const auto localAfter = localTime(after);
+  if (!localBefore || !localAfter) return std::nullopt;
+
+  // Each offset proposes one instant; it is a midnight if that offset is in force then. The larger
+  // offset proposes the earlier one.
+  const auto [low, high] = std::minmax({localBefore->tm_gmtoff, localAfter->tm_gmtoff});
+  for (const auto offset : {high, low}) {
+    const time_t candidate = *midnight - offset;
+    const auto local = localTime(candidate);
+    if (local && local->tm_gmtoff == offset) return instantFromUnix(candidate);
+  }
+  return instantFromUnix(firstSecondAtOrAfter(*midnight, before, after));
+}
+
+WeekInterval Calendar::week(Instant instant) const {
+  constexpr int daysPerWeek = 7;
+  const int weekday = requireLocalTime(instant).tm_wday;
+  const int daysIntoWeek = (weekday - static_cast<int>(firstWeekday) + daysPerWeek) % daysPerWeek;
+  LocalDay first = day(instant);
+  first.day -= daysIntoWeek;
+  const auto start = date(first);
+  first.day += daysPerWeek;
+  const auto end = date(first);
+  if (!start || !end) fatalError("a week beyond the calendar's years");
+  return {.start = *start, .end = *end};
+}
+
+}  // namespace tarnwell

@@ -1,0 +1,63 @@
+#include "tarnwell/time/instant.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <chrono>
+#include <cmath>
+#include <ctime>
+
+namespace tarnwell {
+namespace {
+
+// With zeros in front up to the width, which counts a sign.
+void appendPadded(std::string& text, long long number, std::size_t width) {
+  std::array<char, 20> digits{};
+  const auto magnitude = number < 0 ? 0ULL - static_cast<unsigned long long>(number)
+                                    : static_cast<unsigned long long>(number);
+  const auto result = std::to_chars(digits.data(), digits.data() + digits.size(), magnitude);
+  const auto length = static_cast<std::size_t>(result.ptr - digits.data());
+  if (number < 0) {
+    text += '-';
+    --width;
+  }
+  if (length < width) text.append(width - length, '0');
+  text.append(digits.data(), length);
+}
+
+}  // namespace
+
+Instant Instant::now() {
+  const std::chrono::duration<double> sinceUnixEpoch =
+      std::chrono::system_clock::now().time_since_epoch();
+  return {sinceUnixEpoch.count() - referenceDateUnixSeconds};
+}
+
+std::string isoText(Instant instant) {
+  // `tm_year` is an int: about two thousand million years in seconds either way.
+  constexpr double limit = 6.7e16;
+  const double unixSeconds =
+      std::clamp(std::floor(instant.seconds) + referenceDateUnixSeconds, -limit, limit);
+  const auto time = static_cast<time_t>(unixSeconds);
+  tm utc{};
+  gmtime_r(&time, &utc);
+  std::string text;
+  const auto append = [&](long long number, std::size_t width) {
+    appendPadded(text, number, width);
+  };
+  append(utc.tm_year + 1900LL, 4);
+  text += '-';
+  append(utc.tm_mon + 1, 2);
+  text += '-';
+  append(utc.tm_mday, 2);
+  text += 'T';
+  append(utc.tm_hour, 2);
+  text += ':';
+  append(utc.tm_min, 2);
+  text += ':';
+  append(utc.tm_sec, 2);
+  text += 'Z';
+  return text;
+}
+
+}  // namespace tarnwell

@@ -1,0 +1,26 @@
+// A calendar day without time or zone.
+#pragma once
+
+#include <compare>
+#include <cstdint>
+#include <tuple>
+
+#include "tarnwell/base/record.h"
+
+namespace tarnwell {
+
+// Kept as given: the fields are not range-checked, and month 13 is a value like any other until a
+// calendar resolves it. Ordered by year, month and day as plain numbers.
+struct LocalDay {
+  std::int64_t year{};
+  std::int64_t month{};
+  std::int64_t day{};
+
+  static constexpr auto fields() {
+    return std::tuple{field("year", &LocalDay::year), field("month", &LocalDay::month),
+                      field("day", &LocalDay::day)};
+  }
+  friend auto operator<=>(const LocalDay&, const LocalDay&) = default;
+};
+
+}  // namespace tarnwell
