@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <string_view>
 
 #include "tarnwell/agent/envelopes.h"
 #include "tarnwell/agent/failures.h"
@@ -19,26 +18,27 @@
 
 namespace tarnwell {
 
-// Who is at the other end: only a user interface that the user trusts may pass on the user's
+// The program at the other end: only a user interface that the user trusts may pass on the user's
 // approval.
 enum class ApprovalAuthority { untrustedAgent, trustedUserInterface };
 
+// What a command that was carried out answers with.
+struct CommandResult {
+  TaskStoreSnapshot plan;            // as the command read it or left it
+  std::optional<JSONValue> value{};  // absent where the plan's revision is the whole answer
+};
+
 // Keeps nothing between commands. Holds its parts by reference; the owner outlives the service.
 // Belongs to the thread of the session engines.
-//
-// To add a command:
-//   1. declare its handler among the private members below;
-//   2. define the handler in the file of its family, such as task_commands.cpp;
-//   3. give it a row in the table in agent_command_service.cpp.
 class AgentCommandService {
  public:
-  // Without a coordinator and a blocking engine, tasks that block websites are refused; without
-  // reminders, so is completing a task whose reminder is enabled.
+  // Without a coordinator and a blocking engine, the service refuses tasks that block websites;
+  // without reminders, it refuses to complete a task whose reminder is enabled.
   struct Parts {
     TaskStore& store;
     TaskSessionEngine& sessions;
     RecommendationEngine& recommendations;
-    Calendar calendar{};
+    Calendar calendar = Calendar::current();
     ApprovalAuthority approvalAuthority = ApprovalAuthority::untrustedAgent;
     FocusCoordinator* focusCoordinator = nullptr;
     SessionEngine* blocking = nullptr;
@@ -47,47 +47,20 @@ class AgentCommandService {
 
   explicit AgentCommandService(const Parts& parts) : parts_(parts) {}
 
-  // `now` is the command's only clock reading. Never throws: every failure is a reply.
-  AgentResponseEnvelope execute(const AgentCommandEnvelope& envelope, Instant now);
+  // Carries the command out and replies. Never throws: every failure is a reply. `now` is the
+  // command's only clock reading.
+  AgentResponseEnvelope execute(const AgentCommandEnvelope& envelope,
+                                Instant now = Instant::now()) const;
+
+  // Does the same for a caller that handles errors itself. Throws AgentServiceError for what the
+  // service refuses, and whatever the engines throw.
+  CommandResult perform(const AgentCommandEnvelope& envelope, Instant now) const;
 
   static AgentResponseEnvelope success(std::optional<std::int64_t> revision,
                                        std::optional<JSONValue> value);
-  static AgentResponseEnvelope failure(const Failure& failure,
-                                       std::optional<std::int64_t> revision = std::nullopt,
-                                       std::optional<std::string> detail = std::nullopt);
+  static AgentResponseEnvelope failure(const Failure& failure);
 
  private:
-  // Throws whatever goes wrong; `execute` turns it into a reply.
-  using Handler = AgentResponseEnvelope (AgentCommandService::*)(const AgentCommandEnvelope&,
-                                                                 Instant now);
-  struct Command {
-    std::string_view name;
-    Handler handler;
-  };
-  static const Command* findCommand(std::string_view name);
-
-  AgentResponseEnvelope listTasks(const AgentCommandEnvelope& envelope, Instant now);
-  AgentResponseEnvelope createTask(const AgentCommandEnvelope& envelope, Instant now);
-  AgentResponseEnvelope updateTask(const AgentCommandEnvelope& envelope, Instant now);
-
-  AgentResponseEnvelope startTask(const AgentCommandEnvelope& envelope, Instant now);
-  AgentResponseEnvelope pauseTask(const AgentCommandEnvelope& envelope, Instant now);
-  AgentResponseEnvelope resumeTask(const AgentCommandEnvelope& envelope, Instant now);
-  AgentResponseEnvelope skipTask(const AgentCommandEnvelope& envelope, Instant now);
-  AgentResponseEnvelope completeTask(const AgentCommandEnvelope& envelope, Instant now);
-
-  AgentResponseEnvelope getReview(const AgentCommandEnvelope& envelope, Instant now);
-  AgentResponseEnvelope generateProposals(const AgentCommandEnvelope& envelope, Instant now);
-  AgentResponseEnvelope listProposals(const AgentCommandEnvelope& envelope, Instant now);
-  AgentResponseEnvelope approveProposal(const AgentCommandEnvelope& envelope, Instant now);
-  AgentResponseEnvelope dismissProposal(const AgentCommandEnvelope& envelope, Instant now);
-
-  AgentResponseEnvelope startBlockedTask(const FocusTask& task,
-                                         const AgentCommandEnvelope& envelope, Instant now,
-                                         const Failure& refusal) const;
-  TaskStoreSnapshot completeActiveTask(Instant now, std::int64_t revision) const;
-  bool isApprovedByUser(const AgentCommandEnvelope& envelope) const;
-
   const Parts parts_;
 };
 

@@ -1,43 +1,90 @@
-// Every failure that a reply can carry: its stable code and its exact message.
+// The failures that a reply can carry: their stable codes, their exact messages, and the one table
+// that maps errors to them.
 #pragma once
 
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
 #include <string_view>
+
+#include "tarnwell/base/enum_texts.h"
+#include "tarnwell/base/error.h"
 
 namespace tarnwell {
 
+enum class FailureCode {
+  invalidEnvelope,
+  unsupportedVersion,
+  unknownCommand,
+  userApprovalRequired,
+  expectedRevisionRequired,
+  invalidPayload,
+  revisionConflict,
+  validationError,
+  reminderRequiresApp,
+  blockingRequiresApp,
+  operationFailed
+};
+
+constexpr std::array<std::string_view, 11> texts(FailureCode) {
+  return {"invalid_envelope",
+          "unsupported_version",
+          "unknown_command",
+          "user_approval_required",
+          "expected_revision_required",
+          "invalid_payload",
+          "revision_conflict",
+          "validation_error",
+          "reminder_requires_app",
+          "blocking_requires_app",
+          "operation_failed"};
+}
+
 struct Failure {
-  std::string_view code;
-  std::string_view message;
+  FailureCode code{};
+  std::string message{};
+  std::optional<std::int64_t> revision{};
+  std::optional<std::string> detail{};  // the reply's result
+
+  friend bool operator==(const Failure&, const Failure&) = default;
 };
 
 namespace failures {
 
-inline constexpr Failure invalidEnvelope{"invalid_envelope",
-                                         "Input must be a valid versioned JSON command."};
-inline constexpr Failure unsupportedVersion{"unsupported_version",
-                                            "Only command version 1 is supported."};
-// The command's text follows the message.
-inline constexpr Failure unknownCommand{"unknown_command", "Unknown command: "};
-inline constexpr Failure approvalNeedsUser{
-    "user_approval_required", "Approve this recommendation in Tarndesk before applying it."};
-inline constexpr Failure dismissalNeedsUser{"user_approval_required",
-                                            "Dismiss this recommendation in Tarndesk."};
-inline constexpr Failure expectedRevisionRequired{"expected_revision_required",
-                                                  "Mutating commands require expected_revision."};
-// The message is the payload's problem.
-inline constexpr std::string_view invalidPayloadCode = "invalid_payload";
-// Carries the current revision, and both revisions in words as the result.
-inline constexpr Failure revisionConflict{"revision_conflict", "Refresh and retry."};
-inline constexpr Failure validationError{"validation_error", "The task details are invalid."};
-// Carries the revision that was looked at.
-inline constexpr Failure reminderRequiresApp{
-    "reminder_requires_app",
-    "Complete this task in Tarndesk so its pending reminder is cancelled."};
-inline constexpr Failure blockedStartRequiresApp{
-    "blocking_requires_app", "Start this blocked task through Tarndesk so protection is applied."};
-inline constexpr Failure blockedResumeRequiresApp{
-    "blocking_requires_app", "Resume this blocked task through Tarndesk so protection is applied."};
-inline constexpr Failure operationFailed{"operation_failed", "The command could not be completed."};
+Failure invalidEnvelope();
+Failure unsupportedVersion();
+Failure unknownCommand(std::string_view command);
+Failure approvalNeedsUser();
+Failure dismissalNeedsUser();
+Failure expectedRevisionRequired();
+Failure invalidPayload(std::string_view problem);
+Failure taskNotFound();
+Failure revisionConflict(std::int64_t expected, std::int64_t actual);
+Failure validationError();
+Failure reminderRequiresApp(std::int64_t inspectedRevision);
+Failure blockedStartRequiresApp();
+Failure blockedResumeRequiresApp();
+Failure operationFailed();
 
 }  // namespace failures
+
+// A command that the service itself refuses, and the failure that the reply carries.
+class AgentServiceError : public Error {
+ public:
+  explicit AgentServiceError(const Failure& failure) : Error(failure.message), failure_(failure) {}
+
+  const Failure& failure() const noexcept { return failure_; }
+
+  friend bool operator==(const AgentServiceError& a, const AgentServiceError& b) {
+    return a.failure_ == b.failure_;
+  }
+
+ private:
+  Failure failure_;
+};
+
+// Returns the failure for the exception being handled, of whatever type. To be called in a handler.
+Failure failureForCurrentException();
+
 }  // namespace tarnwell

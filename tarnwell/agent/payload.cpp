@@ -8,7 +8,8 @@ namespace tarnwell {
 namespace {
 
 AgentServiceError problem(std::string_view what, std::string_view key) {
-  return AgentServiceError::invalidPayload(std::string(what) + " " + std::string(key) + ".");
+  const std::string message = std::string(what) + " " + std::string(key) + ".";
+  return AgentServiceError(failures::invalidPayload(message));
 }
 
 template <TextEnum E>
@@ -20,7 +21,9 @@ std::optional<E> optionalEnum(const JSONValue::Object& payload, std::string_view
 }  // namespace
 
 std::int64_t requireRevision(const AgentCommandEnvelope& envelope) {
-  if (!envelope.expectedRevision) throw AgentServiceError::expectedRevisionRequired();
+  if (!envelope.expectedRevision) {
+    throw AgentServiceError(failures::expectedRevisionRequired());
+  }
   return *envelope.expectedRevision;
 }
 

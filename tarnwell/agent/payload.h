@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "tarnwell/agent/envelopes.h"
-#include "tarnwell/base/error.h"
+#include "tarnwell/agent/failures.h"
 #include "tarnwell/base/uuid.h"
 #include "tarnwell/json/json_value.h"
 #include "tarnwell/model/block_session.h"
@@ -16,31 +16,6 @@
 #include "tarnwell/time/local_day.h"
 
 namespace tarnwell {
-
-// A command that cannot be carried out as it stands.
-class AgentServiceError : public Error {
- public:
-  enum class Case { invalidPayload, expectedRevisionRequired };
-
-  static AgentServiceError invalidPayload(std::string_view message) {
-    return {Case::invalidPayload, message};
-  }
-  static AgentServiceError taskNotFound() { return invalidPayload("Task not found."); }
-  static AgentServiceError expectedRevisionRequired() {
-    return {Case::expectedRevisionRequired, {}};
-  }
-
-  Case which() const noexcept { return which_; }
-
-  friend bool operator==(const AgentServiceError& a, const AgentServiceError& b) {
-    return a.which_ == b.which_ && a.description() == b.description();
-  }
-
- private:
-  AgentServiceError(Case which, std::string_view message) : Error(message), which_(which) {}
-
-  Case which_;
-};
 
 // The payload key that several commands share.
 inline constexpr std::string_view taskIDKey = "task_id";

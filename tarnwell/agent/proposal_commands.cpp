@@ -1,5 +1,5 @@
 // The commands that read the weekly review, and make, list, approve and dismiss proposals.
-#include "tarnwell/agent/agent_command_service.h"
+#include "tarnwell/agent/commands.h"
 #include "tarnwell/agent/payload.h"
 #include "tarnwell/json/json_convert.h"
 
@@ -8,52 +8,51 @@ namespace {
 
 constexpr std::string_view proposalIDKey = "proposal_id";
 
+bool isApprovedByUser(const AgentCommandService::Parts& parts,
+                      const AgentCommandEnvelope& envelope) {
+  return parts.approvalAuthority == ApprovalAuthority::trustedUserInterface &&
+         envelope.userApproval;
+}
+
 }  // namespace
 
-AgentResponseEnvelope AgentCommandService::getReview(const AgentCommandEnvelope& /*envelope*/,
-                                                     Instant now) {
-  const auto snapshot = parts_.store.snapshot();
-  return success(snapshot.revision(), jsonValue(RecommendationEngine::review(
-                                          now, snapshot.state().tasks, parts_.calendar)));
+CommandResult commands::getReview(const AgentCommandService::Parts& parts,
+                                  const AgentCommandEnvelope& /*envelope*/, Instant now) {
+  const auto snapshot = parts.store.snapshot();
+  const auto review = RecommendationEngine::review(now, snapshot.state().tasks, parts.calendar);
+  return {.plan = snapshot, .value = jsonValue(review)};
 }
 
-AgentResponseEnvelope AgentCommandService::generateProposals(const AgentCommandEnvelope& envelope,
-                                                             Instant now) {
+CommandResult commands::generateProposals(const AgentCommandService::Parts& parts,
+                                          const AgentCommandEnvelope& envelope, Instant now) {
   const std::int64_t revision = requireRevision(envelope);
-  const auto current = parts_.store.snapshot();
-  const auto& state = current.state();
+  const auto snapshot = parts.store.snapshot();
+  const auto& state = snapshot.state();
   const auto proposals = RecommendationEngine::proposals(
-      RecommendationEngine::review(now, state.tasks, parts_.calendar), state.tasks,
+      RecommendationEngine::review(now, state.tasks, parts.calendar), state.tasks,
       state.preferences.dailyCapacityMinutes);
-  const auto saved = parts_.recommendations.save(proposals, revision, now);
-  return success(saved.revision(), jsonValue(proposals));
+  const auto after = parts.recommendations.save(proposals, revision, now);
+  return {.plan = after, .value = jsonValue(proposals)};
 }
 
-AgentResponseEnvelope AgentCommandService::listProposals(const AgentCommandEnvelope& /*envelope*/,
-                                                         Instant /*now*/) {
-  const auto snapshot = parts_.store.snapshot();
-  return success(snapshot.revision(), jsonValue(snapshot.state().proposals));
+CommandResult commands::listProposals(const AgentCommandService::Parts& parts,
+                                      const AgentCommandEnvelope& /*envelope*/, Instant /*now*/) {
+  const auto snapshot = parts.store.snapshot();
+  return {.plan = snapshot, .value = jsonValue(snapshot.state().proposals)};
 }
 
-AgentResponseEnvelope AgentCommandService::approveProposal(const AgentCommandEnvelope& envelope,
-                                                           Instant now) {
-  if (!isApprovedByUser(envelope)) return failure(failures::approvalNeedsUser);
+CommandResult commands::approveProposal(const AgentCommandService::Parts& parts,
+                                        const AgentCommandEnvelope& envelope, Instant now) {
+  if (!isApprovedByUser(parts, envelope)) throw AgentServiceError(failures::approvalNeedsUser());
   const UUID proposalID = requireUUID(envelope.payload, proposalIDKey);
-  const auto after = parts_.recommendations.approve(proposalID, requireRevision(envelope), now);
-  return success(after.revision(), std::nullopt);
+  return {parts.recommendations.approve(proposalID, requireRevision(envelope), now)};
 }
 
-AgentResponseEnvelope AgentCommandService::dismissProposal(const AgentCommandEnvelope& envelope,
-                                                           Instant now) {
-  if (!isApprovedByUser(envelope)) return failure(failures::dismissalNeedsUser);
+CommandResult commands::dismissProposal(const AgentCommandService::Parts& parts,
+                                        const AgentCommandEnvelope& envelope, Instant now) {
+  if (!isApprovedByUser(parts, envelope)) throw AgentServiceError(failures::dismissalNeedsUser());
   const UUID proposalID = requireUUID(envelope.payload, proposalIDKey);
-  const auto after = parts_.recommendations.dismiss(proposalID, requireRevision(envelope), now);
-  return success(after.revision(), std::nullopt);
-}
-
-bool AgentCommandService::isApprovedByUser(const AgentCommandEnvelope& envelope) const {
-  return parts_.approvalAuthority == ApprovalAuthority::trustedUserInterface &&
-         envelope.userApproval;
+  return {parts.recommendations.dismiss(proposalID, requireRevision(envelope), now)};
 }
 
 }  // namespace tarnwell

@@ -1,5 +1,5 @@
 // The commands that list, create and change task records.
-#include "tarnwell/agent/agent_command_service.h"
+#include "tarnwell/agent/commands.h"
 #include "tarnwell/agent/payload.h"
 #include "tarnwell/base/uuid.h"
 #include "tarnwell/json/json_convert.h"
@@ -20,7 +20,8 @@ bool isNull(const JSONValue::Object& payload, std::string_view key) {
   return member != payload.end() && member->second.isNull();
 }
 
-// Leaves alone what the payload does not mention or, but for the estimate, what cannot be read.
+// Leaves alone the members that the payload does not mention or, but for the estimate, that cannot
+// be read.
 void applyChanges(const JSONValue::Object& payload, FocusTask& task) {
   if (const auto* const title = optionalString(payload, titleKey)) task.title = *title;
   if (isNull(payload, estimatedMinutesKey)) {
@@ -34,21 +35,21 @@ void applyChanges(const JSONValue::Object& payload, FocusTask& task) {
 
 }  // namespace
 
-AgentResponseEnvelope AgentCommandService::listTasks(const AgentCommandEnvelope& /*envelope*/,
-                                                     Instant /*now*/) {
-  const auto snapshot = parts_.store.snapshot();
-  return success(snapshot.revision(), jsonValue(snapshot.state().tasks));
+CommandResult commands::listTasks(const AgentCommandService::Parts& parts,
+                                  const AgentCommandEnvelope& /*envelope*/, Instant /*now*/) {
+  const auto snapshot = parts.store.snapshot();
+  return {.plan = snapshot, .value = jsonValue(snapshot.state().tasks)};
 }
 
-AgentResponseEnvelope AgentCommandService::createTask(const AgentCommandEnvelope& envelope,
-                                                      Instant now) {
+CommandResult commands::createTask(const AgentCommandService::Parts& parts,
+                                   const AgentCommandEnvelope& envelope, Instant now) {
   const auto& payload = envelope.payload;
   const std::int64_t revision = requireRevision(envelope);
   FocusTask fields{.id = UUID::random(), .title = requireString(payload, titleKey)};
   fields.estimatedMinutes = optionalInt(payload, estimatedMinutesKey);
   fields.priority = optionalPriority(payload, priorityKey).value_or(TaskPriority::normal);
   fields.plannedDay = optionalDay(payload, plannedDayKey);
-  fields.manualPosition = PlannerEngine::nextManualPosition(parts_.store.snapshot().state().tasks,
+  fields.manualPosition = PlannerEngine::nextManualPosition(parts.store.snapshot().state().tasks,
                                                             fields.plannedDay, fields.priority);
   fields.createdAt = now;
   const FocusTask task = FocusTask::make(std::move(fields));
@@ -58,13 +59,13 @@ AgentResponseEnvelope AgentCommandService::createTask(const AgentCommandEnvelope
                                  .action = "task.create",
                                  .taskID = task.id,
                                  .now = now};
-  const auto snapshot =
-      parts_.store.transact(creation, [&](PersistedState& state) { state.tasks.push_back(task); });
-  return success(snapshot.revision(), jsonValue(task));
+  const auto after =
+      parts.store.transact(creation, [&](PersistedState& state) { state.tasks.push_back(task); });
+  return {.plan = after, .value = jsonValue(task)};
 }
 
-AgentResponseEnvelope AgentCommandService::updateTask(const AgentCommandEnvelope& envelope,
-                                                      Instant now) {
+CommandResult commands::updateTask(const AgentCommandService::Parts& parts,
+                                   const AgentCommandEnvelope& envelope, Instant now) {
   const std::int64_t revision = requireRevision(envelope);
   const UUID taskID = requireUUID(envelope.payload, taskIDKey);
 
@@ -74,14 +75,14 @@ AgentResponseEnvelope AgentCommandService::updateTask(const AgentCommandEnvelope
                                .taskID = taskID,
                                .now = now};
   FocusTask updated;
-  const auto snapshot = parts_.store.transact(update, [&](PersistedState& state) {
+  const auto after = parts.store.transact(update, [&](PersistedState& state) {
     FocusTask* const task = findTask(state.tasks, taskID);
-    if (task == nullptr) throw AgentServiceError::taskNotFound();
+    if (task == nullptr) throw AgentServiceError(failures::taskNotFound());
     applyChanges(envelope.payload, *task);
     task->updatedAt = now;
     updated = *task;
   });
-  return success(snapshot.revision(), jsonValue(updated));
+  return {.plan = after, .value = jsonValue(updated)};
 }
 
 }  // namespace tarnwell

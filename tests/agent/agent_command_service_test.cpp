@@ -2,11 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/expect_error.h"
 #include "tests/support/service.h"
 
 namespace tarnwell {
 namespace {
 
+using test::expectError;
 using Service = AgentCommandService;
 
 class AgentCommandServiceTest : public testing::Test, protected test::ServiceOnScratchFolder {};
@@ -14,21 +16,20 @@ class AgentCommandServiceTest : public testing::Test, protected test::ServiceOnS
 TEST_F(AgentCommandServiceTest, refusesEveryVersionButOneBeforeLookingAtTheCommand) {
   for (const std::int64_t version : {0, 2, -1}) {
     EXPECT_EQ(service.execute({.version = version, .command = "nope"}, now),
-              Service::failure(failures::unsupportedVersion));
+              Service::failure(failures::unsupportedVersion()));
   }
 }
 
 TEST_F(AgentCommandServiceTest, namesTheUnknownCommand) {
   for (const std::string command : {"nope", "Tasks.List", "tasks.list ", "", "tasks"}) {
-    const std::string message = "Unknown command: " + command;
-    EXPECT_EQ(execute(command, 0), Service::failure({"unknown_command", message}));
+    EXPECT_EQ(execute(command, 0), Service::failure(failures::unknownCommand(command)));
   }
 }
 
 TEST_F(AgentCommandServiceTest, answersAConflictWithBothRevisionsInWordsAndTheCurrentOne) {
   local.save({.revision = 6});
   const auto reply = execute("tasks.create", 4, {{"title", "Late"}});
-  EXPECT_EQ(reply, Service::failure(failures::revisionConflict, 6, "Expected 4, current 6."));
+  EXPECT_EQ(reply, Service::failure(failures::revisionConflict(4, 6)));
   EXPECT_EQ(reply.revision, 6);
   EXPECT_EQ(reply.result, JSONValue("Expected 4, current 6."));
 }
@@ -36,13 +37,13 @@ TEST_F(AgentCommandServiceTest, answersAConflictWithBothRevisionsInWordsAndTheCu
 TEST_F(AgentCommandServiceTest, answersAnyOtherErrorWithoutItsText) {
   std::filesystem::create_directory(folder / "state.json.lock");
   EXPECT_EQ(execute("tasks.create", 0, {{"title", "No lock"}}),
-            Service::failure(failures::operationFailed));
+            Service::failure(failures::operationFailed()));
 }
 
 TEST_F(AgentCommandServiceTest, answersADataFileThatBecameUnreadableWithoutItsText) {
   test::writeFile(folder / "state.json", "damaged");
   EXPECT_EQ(execute("tasks.create", 0, {{"title", "Late"}}),
-            Service::failure(failures::operationFailed));
+            Service::failure(failures::operationFailed()));
 }
 
 TEST_F(AgentCommandServiceTest, onlyAConflictCarriesARevision) {
@@ -50,6 +51,34 @@ TEST_F(AgentCommandServiceTest, onlyAConflictCarriesARevision) {
   EXPECT_EQ(execute("tasks.create", {}).revision, std::nullopt);
   EXPECT_EQ(execute("tasks.create", 0).revision, std::nullopt);
   EXPECT_EQ(execute("tasks.create", 0, {{"title", ""}}).revision, std::nullopt);
+}
+
+TEST_F(AgentCommandServiceTest, performsACommandAndReturnsThePlanAfterIt) {
+  const CommandResult result = service.perform(
+      {.version = 1, .command = "tasks.create", .expectedRevision = 0, .payload = {{"title", "A"}}},
+      now);
+  EXPECT_EQ(result.plan.revision(), 1);
+  EXPECT_EQ(result.plan.state(), local.load());
+  ASSERT_TRUE(result.value);
+}
+
+TEST_F(AgentCommandServiceTest, performingThrowsTheErrorBehindEachFailure) {
+  const auto perform = [&](const AgentCommandEnvelope& envelope) {
+    return [this, envelope] { service.perform(envelope, now); };
+  };
+  expectError(AgentServiceError(failures::unsupportedVersion()), perform({.version = 2}));
+  expectError(AgentServiceError(failures::unknownCommand("nope")),
+              perform({.version = 1, .command = "nope"}));
+  expectError(AgentServiceError(failures::approvalNeedsUser()),
+              perform({.version = 1, .command = "proposals.approve"}));
+  expectError(AgentServiceError(failures::dismissalNeedsUser()),
+              perform({.version = 1, .command = "proposals.dismiss"}));
+  expectError(TaskSessionError(TaskSessionError::noActiveTask),
+              perform({.version = 1, .command = "tasks.pause", .expectedRevision = 0}));
+  expectError(TaskStoreError::revisionConflict(4, 0), perform({.version = 1,
+                                                               .command = "tasks.create",
+                                                               .expectedRevision = 4,
+                                                               .payload = {{"title", "A"}}}));
 }
 
 TEST(AgentReply, ofASuccessCarriesWhatItIsGiven) {
@@ -61,16 +90,19 @@ TEST(AgentReply, ofASuccessCarriesWhatItIsGiven) {
 }
 
 TEST(AgentReply, ofAFailureCarriesItsCodeItsMessageAndTheDetailAsText) {
-  const auto reply = Service::failure({"code", "message"}, 9, "detail");
+  const auto reply = Service::failure({.code = FailureCode::revisionConflict,
+                                       .message = "message",
+                                       .revision = 9,
+                                       .detail = "detail"});
   const AgentResponseEnvelope expected{
       .version = 1,
       .ok = false,
       .revision = 9,
       .result = JSONValue("detail"),
-      .error = AgentCommandError{.code = "code", .message = "message"}};
+      .error = AgentCommandError{.code = "revision_conflict", .message = "message"}};
   EXPECT_EQ(reply, expected);
-  EXPECT_EQ(encodeReply(Service::failure({"c", "m"})),
-            R"({"error":{"code":"c","message":"m"},"ok":false,"version":1})");
+  EXPECT_EQ(encodeReply(Service::failure(failures::invalidPayload("m"))),
+            R"({"error":{"code":"invalid_payload","message":"m"},"ok":false,"version":1})");
 }
 
 }  // namespace

@@ -95,13 +95,13 @@ TEST_F(BlockedTaskCommandsTest, startBlocksForTheEstimateAndAMinuteAtLeast) {
 TEST_F(BlockedTaskCommandsTest, startRefusesATaskWhoseGroupIsGone) {
   task.blockingGroupID = UUID::random();
   save(task);
-  EXPECT_EQ(start(), Service::failure(failures::blockedStartRequiresApp));
+  EXPECT_EQ(start(), Service::failure(failures::blockedStartRequiresApp()));
   EXPECT_EQ(status(), TaskStatus::pending);
 }
 
 TEST_F(BlockedTaskCommandsTest, aBlockedStartThatFailsIsOneRefusalAndTwoEvents) {
   blocker.onApply = [] { throw BlockingError::authorizationCancelled(); };
-  EXPECT_EQ(start(), Service::failure(failures::operationFailed));
+  EXPECT_EQ(start(), Service::failure(failures::operationFailed()));
   EXPECT_EQ(status(), TaskStatus::pending);
   EXPECT_EQ(local.load().revision, 2);
   EXPECT_EQ(local.load().auditEvents.size(), 2U);
@@ -110,7 +110,7 @@ TEST_F(BlockedTaskCommandsTest, aBlockedStartThatFailsIsOneRefusalAndTwoEvents) 
 
 TEST_F(BlockedTaskCommandsTest, startAnswersAStaleRevisionWithTheConflictAndBlocksNothing) {
   EXPECT_EQ(execute("tasks.start", 3, {{"task_id", task.id.text()}}),
-            Service::failure(failures::revisionConflict, 0, "Expected 3, current 0."));
+            Service::failure(failures::revisionConflict(3, 0)));
   EXPECT_TRUE(blocker.calls.empty());
 }
 
@@ -128,13 +128,13 @@ TEST_F(BlockedTaskCommandsTest, resumeRefusesATaskWhoseGroupIsGone) {
   task.blockingGroupID = UUID::random();
   task.status = TaskStatus::paused;
   save(task);
-  EXPECT_EQ(execute("tasks.resume", 0), Service::failure(failures::blockedResumeRequiresApp));
+  EXPECT_EQ(execute("tasks.resume", 0), Service::failure(failures::blockedResumeRequiresApp()));
 }
 
 TEST_F(BlockedTaskCommandsTest, resumeDuringAStrictSessionLeavesThePausedTaskPending) {
   start({{"mode", "strict"}});
   tasks.pause(now, 1);  // as the desktop application may
-  EXPECT_EQ(execute("tasks.resume", 2), Service::failure(failures::operationFailed));
+  EXPECT_EQ(execute("tasks.resume", 2), Service::failure(failures::operationFailed()));
   EXPECT_EQ(status(), TaskStatus::pending);
   EXPECT_EQ(local.load().revision, 4);
 }
@@ -142,7 +142,7 @@ TEST_F(BlockedTaskCommandsTest, resumeDuringAStrictSessionLeavesThePausedTaskPen
 TEST_F(BlockedTaskCommandsTest, aStrictSessionRefusesPauseAndSkipBeforeAnyConflict) {
   start({{"mode", "strict"}});
   for (const auto* command : {"tasks.pause", "tasks.skip"}) {
-    EXPECT_EQ(execute(command, 99), Service::failure(failures::operationFailed));
+    EXPECT_EQ(execute(command, 99), Service::failure(failures::operationFailed()));
   }
   EXPECT_EQ(status(), TaskStatus::active);
 }
@@ -163,7 +163,7 @@ TEST_F(BlockedTaskCommandsTest, skipEndsAFlexibleSession) {
 TEST_F(BlockedTaskCommandsTest, aBlockThatCannotBeRemovedIsARefusalThoughTheTaskHasChanged) {
   start();
   blocker.onRemove = [] { throw BlockingError::writeFailed("x"); };
-  EXPECT_EQ(execute("tasks.pause", 1), Service::failure(failures::operationFailed));
+  EXPECT_EQ(execute("tasks.pause", 1), Service::failure(failures::operationFailed()));
   EXPECT_EQ(status(), TaskStatus::paused);
   EXPECT_EQ(local.load().revision, 2);
   EXPECT_EQ(session()->state, SessionState::attentionRequired);

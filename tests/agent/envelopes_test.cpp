@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "tarnwell/agent/failures.h"
 #include "tarnwell/json/json_decode.h"
 #include "tarnwell/json/json_encode.h"
 
@@ -82,42 +81,6 @@ TEST(AgentResponseEnvelope, isReadBackAsItWasWritten) {
 TEST(AgentCommandError, needsBothItsKeys) {
   EXPECT_THROW(decodeJSON<AgentCommandError>(R"({"code":"c"})"), JSONError);
   EXPECT_THROW(decodeJSON<AgentCommandError>(R"({"message":"m"})"), JSONError);
-}
-
-// The codes and messages are a contract with other people's programs.
-TEST(Failures, haveTheirStableCodesAndMessages) {
-  struct Row {
-    Failure failure;
-    std::string_view code;
-    std::string_view message;
-  };
-  for (const Row& row : {
-           Row{failures::invalidEnvelope, "invalid_envelope",
-               "Input must be a valid versioned JSON command."},
-           Row{failures::unsupportedVersion, "unsupported_version",
-               "Only command version 1 is supported."},
-           Row{failures::unknownCommand, "unknown_command", "Unknown command: "},
-           Row{failures::approvalNeedsUser, "user_approval_required",
-               "Approve this recommendation in Tarndesk before applying it."},
-           Row{failures::dismissalNeedsUser, "user_approval_required",
-               "Dismiss this recommendation in Tarndesk."},
-           Row{failures::expectedRevisionRequired, "expected_revision_required",
-               "Mutating commands require expected_revision."},
-           Row{failures::revisionConflict, "revision_conflict", "Refresh and retry."},
-           Row{failures::validationError, "validation_error", "The task details are invalid."},
-           Row{failures::reminderRequiresApp, "reminder_requires_app",
-               "Complete this task in Tarndesk so its pending reminder is cancelled."},
-           Row{failures::blockedStartRequiresApp, "blocking_requires_app",
-               "Start this blocked task through Tarndesk so protection is applied."},
-           Row{failures::blockedResumeRequiresApp, "blocking_requires_app",
-               "Resume this blocked task through Tarndesk so protection is applied."},
-           Row{failures::operationFailed, "operation_failed",
-               "The command could not be completed."},
-       }) {
-    EXPECT_EQ(row.failure.code, row.code);
-    EXPECT_EQ(row.failure.message, row.message);
-  }
-  EXPECT_EQ(failures::invalidPayloadCode, "invalid_payload");
 }
 
 }  // namespace

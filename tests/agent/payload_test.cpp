@@ -21,12 +21,12 @@ const JSONValue::Object everyType{{"string", "text"},
                                   {"null", JSONValue()}};
 
 void expectProblem(std::string_view message, const std::function<void()>& read) {
-  expectError(AgentServiceError::invalidPayload(message), read);
+  expectError(AgentServiceError(failures::invalidPayload(message)), read);
 }
 
 TEST(PayloadReaders, requireRevisionThrowsWhenThereIsNone) {
   EXPECT_EQ(requireRevision({.version = 1, .command = "x", .expectedRevision = 0}), 0);
-  expectError(AgentServiceError::expectedRevisionRequired(),
+  expectError(AgentServiceError(failures::expectedRevisionRequired()),
               [] { requireRevision({.version = 1, .command = "x"}); });
 }
 

@@ -97,9 +97,8 @@ TEST_F(ProposalCommandsTest, generateAgainReplacesThePendingProposals) {
 TEST_F(ProposalCommandsTest, generateNeedsTheCurrentRevision) {
   storeOverload();
   EXPECT_EQ(execute("proposals.generate", {}),
-            Service::failure(failures::expectedRevisionRequired));
-  EXPECT_EQ(execute("proposals.generate", 4),
-            Service::failure(failures::revisionConflict, 5, "Expected 4, current 5."));
+            Service::failure(failures::expectedRevisionRequired()));
+  EXPECT_EQ(execute("proposals.generate", 4), Service::failure(failures::revisionConflict(4, 5)));
   EXPECT_TRUE(local.load().proposals.empty());
 }
 
@@ -122,9 +121,9 @@ TEST_F(ProposalCommandsTest, anAgentDecidesNothingWhateverItSaysOfTheUsersApprov
     for (const JSONValue::Object& payload :
          {JSONValue::Object{}, {{"proposal_id", storedProposal().id.text()}}}) {
       EXPECT_EQ(decide("proposals.approve", approval, {}, payload),
-                Service::failure(failures::approvalNeedsUser));
+                Service::failure(failures::approvalNeedsUser()));
       EXPECT_EQ(decide("proposals.dismiss", approval, 6, payload),
-                Service::failure(failures::dismissalNeedsUser));
+                Service::failure(failures::dismissalNeedsUser()));
     }
   }
   EXPECT_EQ(test::treeOf(folder.path()), before);
@@ -132,9 +131,9 @@ TEST_F(ProposalCommandsTest, anAgentDecidesNothingWhateverItSaysOfTheUsersApprov
 
 TEST_F(TrustedProposalCommandsTest, needTheUsersApprovalAllTheSame) {
   EXPECT_EQ(decide("proposals.approve", false, 0, {}),
-            Service::failure(failures::approvalNeedsUser));
+            Service::failure(failures::approvalNeedsUser()));
   EXPECT_EQ(decide("proposals.dismiss", false, 0, {}),
-            Service::failure(failures::dismissalNeedsUser));
+            Service::failure(failures::dismissalNeedsUser()));
 }
 
 TEST_F(TrustedProposalCommandsTest, approveMovesTheTask) {
@@ -161,23 +160,23 @@ TEST_F(TrustedProposalCommandsTest, dismissLeavesTheTask) {
 TEST_F(TrustedProposalCommandsTest, askForTheIdentifierBeforeTheRevision) {
   for (const auto* command : {"proposals.approve", "proposals.dismiss"}) {
     EXPECT_EQ(decide(command, true, {}, {}),
-              Service::failure({failures::invalidPayloadCode, "Invalid proposal_id."}));
+              Service::failure(failures::invalidPayload("Invalid proposal_id.")));
     EXPECT_EQ(decide(command, true, {}, {{"proposal_id", UUID::random().text()}}),
-              Service::failure(failures::expectedRevisionRequired));
+              Service::failure(failures::expectedRevisionRequired()));
   }
 }
 
 TEST_F(TrustedProposalCommandsTest, tellNothingOfTheEnginesErrors) {
   for (const auto* command : {"proposals.approve", "proposals.dismiss"}) {
     EXPECT_EQ(decide(command, true, 0, {{"proposal_id", UUID::random().text()}}),
-              Service::failure(failures::operationFailed));
+              Service::failure(failures::operationFailed()));
   }
 }
 
 TEST_F(TrustedProposalCommandsTest, answerAStaleRevisionWithTheConflict) {
   storeOverload();
   EXPECT_EQ(decide("proposals.approve", true, 4, {{"proposal_id", UUID::random().text()}}),
-            Service::failure(failures::revisionConflict, 5, "Expected 4, current 5."));
+            Service::failure(failures::revisionConflict(4, 5)));
 }
 
 }  // namespace

@@ -85,29 +85,29 @@ TEST_F(SessionCommandsTest, leaveEventsOfTheApplication) {
 
 TEST_F(SessionCommandsTest, startAsksForTheIdentifierBeforeTheRevision) {
   save({});
-  const auto invalid = Service::failure({failures::invalidPayloadCode, "Invalid task_id."});
+  const auto invalid = Service::failure(failures::invalidPayload("Invalid task_id."));
   expectWritesNothing(invalid, "tasks.start", {});
   expectWritesNothing(invalid, "tasks.start", {}, {{"task_id", "nobody"}});
-  expectWritesNothing(Service::failure(failures::expectedRevisionRequired), "tasks.start", {},
+  expectWritesNothing(Service::failure(failures::expectedRevisionRequired()), "tasks.start", {},
                       {{"task_id", UUID::random().text()}});
 }
 
 TEST_F(SessionCommandsTest, startFindsAMissingTaskBeforeAConflict) {
   save({});
-  expectWritesNothing(Service::failure({failures::invalidPayloadCode, "Task not found."}),
-                      "tasks.start", 4, {{"task_id", UUID::random().text()}});
+  expectWritesNothing(Service::failure(failures::taskNotFound()), "tasks.start", 4,
+                      {{"task_id", UUID::random().text()}});
 }
 
 TEST_F(SessionCommandsTest, allNeedARevision) {
   save({withStatus(TaskStatus::active), withStatus(TaskStatus::paused)});
   for (const auto* command : {"tasks.pause", "tasks.resume", "tasks.skip", "tasks.complete"}) {
-    expectWritesNothing(Service::failure(failures::expectedRevisionRequired), command, {});
+    expectWritesNothing(Service::failure(failures::expectedRevisionRequired()), command, {});
   }
 }
 
 TEST_F(SessionCommandsTest, answerAStaleRevisionWithTheConflict) {
   const FocusTask pending = makeTask("P");
-  const auto conflict = Service::failure(failures::revisionConflict, 5, "Expected 4, current 5.");
+  const auto conflict = Service::failure(failures::revisionConflict(4, 5));
   save({withStatus(TaskStatus::active)});
   for (const auto* command : {"tasks.pause", "tasks.skip", "tasks.complete"}) {
     expectWritesNothing(conflict, command, 4);
@@ -118,7 +118,7 @@ TEST_F(SessionCommandsTest, answerAStaleRevisionWithTheConflict) {
 }
 
 TEST_F(SessionCommandsTest, tellNothingOfTheEnginesErrors) {
-  const auto failed = Service::failure(failures::operationFailed);
+  const auto failed = Service::failure(failures::operationFailed());
   const FocusTask done = withStatus(TaskStatus::completed);
   save({done});
   for (const auto* command : {"tasks.pause", "tasks.resume", "tasks.skip", "tasks.complete"}) {
@@ -135,7 +135,7 @@ TEST_F(SessionCommandsTest, startRefusesABlockedTaskWithoutACoordinator) {
   const FocusTask task = blocked(TaskStatus::pending);
   save({task});
   for (const std::int64_t expected : {revision, revision - 1}) {
-    expectWritesNothing(Service::failure(failures::blockedStartRequiresApp), "tasks.start",
+    expectWritesNothing(Service::failure(failures::blockedStartRequiresApp()), "tasks.start",
                         expected, {{"task_id", task.id.text()}, {"mode", "strict"}});
   }
 }
@@ -144,13 +144,13 @@ TEST_F(SessionCommandsTest, startRefusesABlockedTaskWhoseGroupIsGoneInTheSameWay
   FocusTask task = blocked(TaskStatus::pending);
   task.blockingGroupID = UUID::random();
   save({task});
-  expectWritesNothing(Service::failure(failures::blockedStartRequiresApp), "tasks.start", 5,
+  expectWritesNothing(Service::failure(failures::blockedStartRequiresApp()), "tasks.start", 5,
                       {{"task_id", task.id.text()}});
 }
 
 TEST_F(SessionCommandsTest, resumeRefusesABlockedTaskWithoutACoordinator) {
   save({blocked(TaskStatus::paused), withStatus(TaskStatus::paused)});
-  expectWritesNothing(Service::failure(failures::blockedResumeRequiresApp), "tasks.resume", 5);
+  expectWritesNothing(Service::failure(failures::blockedResumeRequiresApp()), "tasks.resume", 5);
 }
 
 TEST_F(SessionCommandsTest, resumeTakesTheFirstPausedTaskAndReadsNoIdentifier) {
@@ -170,7 +170,7 @@ TEST_F(SessionCommandsTest, pauseAndSkipOfABlockedTaskNeedNoCoordinator) {
 
 TEST_F(SessionCommandsTest, completeIsLeftToTheApplicationWhileAReminderIsEnabled) {
   save({withReminder({})});
-  const auto refusal = Service::failure(failures::reminderRequiresApp, revision);
+  const auto refusal = Service::failure(failures::reminderRequiresApp(revision));
   expectWritesNothing(refusal, "tasks.complete", 5);
   expectWritesNothing(refusal, "tasks.complete", 4);  // before the conflict, with the current one
   EXPECT_EQ(refusal.revision, 5);

@@ -15,7 +15,7 @@ using test::someInstant;
 using Service = AgentCommandService;
 
 AgentResponseEnvelope invalidPayload(std::string_view message) {
-  return Service::failure({failures::invalidPayloadCode, message});
+  return Service::failure(failures::invalidPayload(message));
 }
 
 class TaskCommandsTest : public testing::Test, protected test::ServiceOnScratchFolder {
@@ -174,18 +174,18 @@ TEST_F(TaskCommandsTest, createRefusesAnEstimateThatIsNotAnInteger) {
 TEST_F(TaskCommandsTest, createRefusesAnEstimateOutOfRange) {
   for (const double estimate : {-1.0, 1441.0}) {
     expectRefusedEarly(
-        Service::failure(failures::validationError),
+        Service::failure(failures::validationError()),
         execute("tasks.create", 0, {{"title", "T"}, {"estimated_minutes", estimate}}));
   }
 }
 
 TEST_F(TaskCommandsTest, createRefusesABlankTitle) {
-  expectRefusedEarly(Service::failure(failures::validationError),
+  expectRefusedEarly(Service::failure(failures::validationError()),
                      execute("tasks.create", 0, {{"title", " \n\u3000"}}));
 }
 
 TEST_F(TaskCommandsTest, createAsksForTheRevisionBeforeTheTitle) {
-  expectRefusedEarly(Service::failure(failures::expectedRevisionRequired),
+  expectRefusedEarly(Service::failure(failures::expectedRevisionRequired()),
                      execute("tasks.create", {}, {{"estimated_minutes", "x"}}));
 }
 
@@ -206,7 +206,7 @@ TEST_F(TaskCommandsTest, createReadsTheEstimateBeforeItJudgesTheTitle) {
 TEST_F(TaskCommandsTest, createFindsABadValueBeforeTheConflict) {
   storeTask();
   EXPECT_EQ(execute("tasks.create", 1, {{"title", " "}}),
-            Service::failure(failures::validationError));
+            Service::failure(failures::validationError()));
   EXPECT_EQ(execute("tasks.create", 1, {{"title", "T"}, {"estimated_minutes", "x"}}),
             invalidPayload("Invalid estimated_minutes."));
   EXPECT_EQ(execute("tasks.create", 1, {{"title", "T"}}).error->code, "revision_conflict");
@@ -309,13 +309,13 @@ TEST_F(TaskCommandsTest, updateRefusesABlankTitleOrAnEstimateOutOfRangeAndWrites
                                    {"estimated_minutes", 1441.0},
                                    {"estimated_minutes", -1.0}}) {
     EXPECT_EQ(execute("tasks.update", revision, {{"task_id", task.id.text()}, {key, value}}),
-              Service::failure(failures::validationError));
+              Service::failure(failures::validationError()));
     EXPECT_EQ(onlyStoredTask(), task);
   }
 }
 
 TEST_F(TaskCommandsTest, updateAsksForTheRevisionBeforeTheIdentifier) {
-  expectRefusedEarly(Service::failure(failures::expectedRevisionRequired),
+  expectRefusedEarly(Service::failure(failures::expectedRevisionRequired()),
                      execute("tasks.update", {}, {}));
 }
 
@@ -331,7 +331,7 @@ TEST_F(TaskCommandsTest, updateFindsTheConflictBeforeAMissingTask) {
   storeTask();
   const JSONValue::Object payload{{"task_id", UUID::random().text()}, {"estimated_minutes", "x"}};
   EXPECT_EQ(execute("tasks.update", 4, payload),
-            Service::failure(failures::revisionConflict, 5, "Expected 4, current 5."));
+            Service::failure(failures::revisionConflict(4, 5)));
 }
 
 TEST_F(TaskCommandsTest, updateFindsAMissingTaskBeforeABadEstimate) {

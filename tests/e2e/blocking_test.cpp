@@ -26,7 +26,7 @@ using Service = AgentCommandService;
 
 const std::string blockedHosts = std::string(othersEntries) + "\n" + std::string(managedBlock);
 const auto done = [](std::int64_t revision) { return Service::success(revision, {}); };
-const auto refused = Service::failure(failures::operationFailed);
+const auto refused = Service::failure(failures::operationFailed());
 
 class BlockingEndToEnd : public testing::TestWithParam<Prompt> {
  protected:
@@ -245,7 +245,7 @@ TEST_P(BlockingEndToEnd, aReminderIsRefusedBeforeAnyPromptOrConflict) {
   plan.task.reminder = TaskReminder{.isEnabled = true};
   plan.save();
   plan.start();
-  EXPECT_EQ(plan.ask("tasks.complete", 99), Service::failure(failures::reminderRequiresApp, 1));
+  EXPECT_EQ(plan.ask("tasks.complete", 99), Service::failure(failures::reminderRequiresApp(1)));
   EXPECT_EQ(plan.hosts(), blockedHosts);
   EXPECT_EQ(system.promptCount(), 1U);
 }

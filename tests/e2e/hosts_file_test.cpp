@@ -40,7 +40,7 @@ class HostsFileEndToEnd : public testing::Test {
 
   void expectRefusalWithoutPrompt() {
     const auto before = test::treeOf(plan.system.etc());
-    EXPECT_EQ(plan.start(plan.state().revision), Service::failure(failures::operationFailed));
+    EXPECT_EQ(plan.start(plan.state().revision), Service::failure(failures::operationFailed()));
     EXPECT_EQ(test::treeOf(plan.system.etc()), before);
     EXPECT_EQ(plan.status(), TaskStatus::pending);
     EXPECT_EQ(plan.state().activeSession, std::nullopt);
@@ -145,7 +145,7 @@ TEST_F(HostsFileEndToEnd, rulesThatAreOffDoNotBlock) {
   expectRoundTrip("", block);
   plan.group.rules = {{.id = UUID::random(), .domain = "example.com", .isEnabled = false}};
   plan.save();
-  EXPECT_EQ(plan.start(), Service::failure(failures::operationFailed));
+  EXPECT_EQ(plan.start(), Service::failure(failures::operationFailed()));
   EXPECT_EQ(plan.hosts(), "");
 }
 

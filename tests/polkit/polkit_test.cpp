@@ -80,7 +80,7 @@ class PolkitEndToEnd : public testing::Test {
   }
 
   void expectUndoneStart() const {
-    EXPECT_EQ(ask("tasks.start", 0), Service::failure(failures::operationFailed));
+    EXPECT_EQ(ask("tasks.start", 0), Service::failure(failures::operationFailed()));
     EXPECT_EQ(test::contentOf(folder / "hosts"), hostsBefore);
     EXPECT_EQ(plan.load().tasks.at(0).status, TaskStatus::pending);
     EXPECT_EQ(plan.load().activeSession, std::nullopt);
@@ -140,7 +140,7 @@ TEST_F(PolkitEndToEnd, aBlockThatMayNotBeRemovedNeedsAttention) {
   setRule("YES");
   ASSERT_EQ(ask("tasks.start", 0), Service::success(1, {}));
   setRule("NO");
-  EXPECT_EQ(ask("tasks.pause", 1), Service::failure(failures::operationFailed));
+  EXPECT_EQ(ask("tasks.pause", 1), Service::failure(failures::operationFailed()));
   EXPECT_EQ(test::contentOf(folder / "hosts"), hostsWithBlock);
   EXPECT_EQ(plan.load().tasks.at(0).status, TaskStatus::paused);
   EXPECT_EQ(plan.load().activeSession->state, SessionState::attentionRequired);

@@ -1,0 +1,45 @@
+// The stores and engines over one data directory, as every program of Tarnwell builds them.
+#pragma once
+
+#include <memory>
+
+#include "tarnwell/agent/agent_command_service.h"
+#include "tarnwell/agent/data_directory.h"
+#include "tarnwell/blocking/focus_coordinator.h"
+#include "tarnwell/blocking/hosts_blocking_engine.h"
+#include "tarnwell/blocking/privileged_command_running.h"
+#include "tarnwell/blocking/session_engine.h"
+#include "tarnwell/planning/recommendation_engine.h"
+#include "tarnwell/sessions/task_session_engine.h"
+#include "tarnwell/store/local_store.h"
+#include "tarnwell/store/task_store.h"
+#include "tarnwell/time/calendar.h"
+
+namespace tarnwell {
+
+// Each member refers to some of those above it, so the order of the members is the order in which
+// they are built. Belongs to one thread.
+class Engines {
+ public:
+  // Reads the data file and publishes the stored blocking session. Creates nothing. Throws
+  // LocalStoreError when the file cannot be read.
+  explicit Engines(const DataDirectory& directory, const Calendar& calendar = Calendar::current());
+  Engines(const Engines&) = delete;
+  Engines& operator=(const Engines&) = delete;
+  ~Engines() = default;
+
+  // Returns what an agent's command service is made of: without approval, without reminders.
+  AgentCommandService::Parts agentParts();
+
+  const Calendar calendar;
+  const LocalStore localStore;
+  TaskStore taskStore;
+  TaskSessionEngine taskSessions;
+  const std::unique_ptr<PrivilegedCommandRunning> privilegedRunner;
+  HostsBlockingEngine hostsBlocker;
+  SessionEngine blockSessions;
+  RecommendationEngine recommendations;
+  FocusCoordinator focusCoordinator;
+};
+
+}  // namespace tarnwell
