@@ -13,6 +13,7 @@
 
 #include "tarnwell/base/text.h"
 #include "tarnwell/blocking/domain_rules.h"
+#include "tarnwell/json/utf8.h"
 
 namespace tarnwell::fuzz {
 namespace {
