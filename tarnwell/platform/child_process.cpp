@@ -17,28 +17,28 @@ extern char** environ;  // NOLINT(readability-redundant-declaration): not in eve
 namespace tarnwell {
 namespace {
 
-// How a child is to be started: its descriptors and its signals. What this process ignores or holds
-// back, and what it has left open, is not to be the child's.
+// The descriptors and signals that a child starts with: none that this process has opened, blocked
+// or ignored for itself.
 class SpawnSettings {
  public:
   SpawnSettings(int standardInput, int standardError) {
-    posix_spawn_file_actions_init(&actions_);
-    posix_spawn_file_actions_adddup2(&actions_, standardInput, STDIN_FILENO);
-    posix_spawn_file_actions_adddup2(&actions_, standardError, STDERR_FILENO);
-    posix_spawnattr_init(&attributes_);
+    require(posix_spawn_file_actions_init(&actions_));
+    require(posix_spawnattr_init(&attributes_));
+    require(posix_spawn_file_actions_adddup2(&actions_, standardInput, STDIN_FILENO));
+    require(posix_spawn_file_actions_adddup2(&actions_, standardError, STDERR_FILENO));
     short flags = POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK;
 #ifdef __APPLE__
-    posix_spawn_file_actions_addinherit_np(&actions_, STDOUT_FILENO);
+    require(posix_spawn_file_actions_addinherit_np(&actions_, STDOUT_FILENO));
     flags |= POSIX_SPAWN_CLOEXEC_DEFAULT;
 #else
-    posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1);
+    require(posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1));
 #endif
     sigset_t signals{};
     sigemptyset(&signals);
-    posix_spawnattr_setsigmask(&attributes_, &signals);
+    require(posix_spawnattr_setsigmask(&attributes_, &signals));
     sigfillset(&signals);
-    posix_spawnattr_setsigdefault(&attributes_, &signals);
-    posix_spawnattr_setflags(&attributes_, flags);
+    require(posix_spawnattr_setsigdefault(&attributes_, &signals));
+    require(posix_spawnattr_setflags(&attributes_, flags));
   }
   SpawnSettings(const SpawnSettings&) = delete;
   SpawnSettings& operator=(const SpawnSettings&) = delete;
@@ -47,8 +47,9 @@ class SpawnSettings {
     posix_spawnattr_destroy(&attributes_);
   }
 
-  // Returns the error number, 0 when all is well.
+  // Returns the error number of the first step that failed, or 0.
   int spawn(std::vector<std::string> arguments, pid_t& child) const {
+    if (error_ != 0) return error_;
     std::vector<char*> pointers;
     pointers.reserve(arguments.size() + 1);
     for (std::string& argument : arguments) pointers.push_back(argument.data());
@@ -57,18 +58,34 @@ class SpawnSettings {
   }
 
  private:
+  void require(int error) {
+    if (error_ == 0) error_ = error;
+  }
+
   posix_spawn_file_actions_t actions_{};
   posix_spawnattr_t attributes_{};
+  int error_ = 0;  // of the first setting that could not be made
 };
+
+// Opens a pipe that no child inherits. Returns the error number, or 0.
+int openPipe(std::array<int, 2>& ends) {
+#ifdef __APPLE__
+  if (::pipe(ends.data()) != 0) return errno;
+  for (const int end : ends) ::fcntl(end, F_SETFD, FD_CLOEXEC);
+  return 0;
+#else
+  // In one step: a child that another thread starts in between would inherit the pipe.
+  return ::pipe2(ends.data(), O_CLOEXEC) == 0 ? 0 : errno;
+#endif
+}
 
 }  // namespace
 
 ChildResult runChild(const std::vector<std::string>& arguments, int standardInput) {
   std::array<int, 2> ends{};
-  if (::pipe(ends.data()) != 0) throw FileError("start", arguments.front(), errno);
+  if (const int error = openPipe(ends)) throw FileError("start", arguments.front(), error);
   const FileDescriptor readEnd(ends[0]);
   FileDescriptor writeEnd(ends[1]);
-  for (const int end : ends) ::fcntl(end, F_SETFD, FD_CLOEXEC);
 
   pid_t child = 0;
   const SpawnSettings settings(standardInput, writeEnd.number());

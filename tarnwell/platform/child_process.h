@@ -1,4 +1,4 @@
-// Running another program and waiting for its end.
+// Runs another program and waits for its end.
 #pragma once
 
 #include <string>
@@ -9,15 +9,15 @@
 namespace tarnwell {
 
 struct ChildResult {
-  int exitStatus = -1;   // -1 when a signal ended the child, or nobody can tell how it ended
-  std::string errors{};  // what it wrote to standard error, as bytes
+  int exitStatus = -1;   // -1 when a signal ended the child, or when its end is unknown
+  std::string errors{};  // the bytes that it wrote to standard error
 };
 
-// The program's absolute path is the first argument. The child has this process's standard output
-// and environment, no other descriptor but its input, and the usual answers to all signals; its
-// standard error is read while it runs, however much it writes. How it ended cannot be told where
-// this process ignores SIGCHLD or waits for every child elsewhere. Throws FileError when the
-// program cannot be started.
+// Runs the program whose absolute path is the first argument. The child inherits standard output
+// and the environment, `standardInput` as its standard input, and no other descriptor; its signals
+// have their default actions. Reads its standard error while it runs, so that any amount fits. The
+// end is unknown where the process ignores SIGCHLD or waits for every child elsewhere. Throws
+// FileError when the program cannot be started.
 ChildResult runChild(const std::vector<std::string>& arguments, int standardInput = STDIN_FILENO);
 
 }  // namespace tarnwell

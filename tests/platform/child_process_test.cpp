@@ -5,12 +5,29 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include "tarnwell/platform/file.h"
 
 #include "tests/support/expect_error.h"
 #include "tests/support/scratch_folder.h"
+
+#ifdef __linux__
+
+namespace {
+int inheritablePipes = 0;  // pipes that were open for a moment without being close-on-exec
+}
+
+// Stand in for the system's functions, to see how pipes are opened.
+extern "C" int pipe2(int* ends, int flags) noexcept {
+  if ((flags & O_CLOEXEC) == 0) ++inheritablePipes;
+  return static_cast<int>(::syscall(SYS_pipe2, ends, flags));
+}
+extern "C" int pipe(int* ends) noexcept { return pipe2(ends, 0); }
+
+#endif
 
 namespace tarnwell {
 namespace {
@@ -58,7 +75,32 @@ TEST(ChildProcess, hasNoDescriptorButTheStandardOnes) {
   EXPECT_NE(runShell("true <&" + number).exitStatus, 0);
 }
 
-TEST(ChildProcess, hasNoStatusWhereNobodyCanTellIt) {
+#ifdef __linux__
+TEST(ChildProcess, opensItsPipeAsCloseOnExecInOneStep) {
+  inheritablePipes = 0;
+  runShell("true");
+  EXPECT_EQ(inheritablePipes, 0);
+}
+#endif
+
+TEST(ChildProcess, isNotStartedWithoutADescriptorForItsPipe) {
+  const FileDescriptor lowestFree(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+  rlimit before{};
+  ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+  const rlimit full{.rlim_cur = static_cast<rlim_t>(lowestFree.number()) + 1,
+                    .rlim_max = before.rlim_max};
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &full), 0);
+  test::expectError(FileError("start", "/bin/sh", EMFILE), [] { runShell("true"); });
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
+}
+
+TEST(ChildProcess, isNotStartedOnAStandardInputThatIsNotOpen) {
+  test::expectError(FileError("start", "/bin/sh", EBADF), [] {
+    runChild({"/bin/sh", "-c", ":"}, -1);
+  });
+}
+
+TEST(ChildProcess, hasNoStatusWhereItsEndIsUnknown) {
   const auto previous = std::signal(SIGCHLD, SIG_IGN);
   EXPECT_EQ(runShell("exit 3").exitStatus, -1);
   EXPECT_EQ(runShell("exit 0").exitStatus, -1);
