@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""create_task.py TITLE: adds a task to the plan, however often others change the plan meanwhile.
+"""create_task.py TITLE: adds a task to the plan unless it is there, and retries after a conflict.
 
-TARNWELLCTL names the tool if it is not in the search path.
+TARNWELLCTL names the tool if it is not in PATH.
 """
 import json
 import os
@@ -14,8 +14,13 @@ TOOL = os.environ.get("TARNWELLCTL", "tarnwellctl")
 
 def ask(command: str, **more: Any) -> dict[str, Any]:
     envelope = json.dumps({"version": 1, "command": command, **more})
-    # The exit status says whether there was a command at all; a refusal is a reply like any other.
-    run = subprocess.run([TOOL], input=envelope, capture_output=True, text=True, check=False)
+    try:
+        # A refusal is a reply like any other; the exit status says whether there was a command at all.
+        run = subprocess.run([TOOL], input=envelope, capture_output=True, text=True, check=False)
+    except OSError:
+        raise SystemExit(f"{TOOL} is not installed or not in PATH") from None
+    if not run.stdout:
+        raise SystemExit(f"{TOOL} gave no reply")
     return json.loads(run.stdout)
 
 
@@ -24,7 +29,7 @@ def create(title: str) -> str:
         plan = ask("tasks.list")
         if not plan["ok"]:
             raise SystemExit(plan["error"]["message"])
-        # Decide on what the plan says now: somebody may have added the task already.
+        # Decide on the plan as it is now: another program may have added the task.
         if any(task["title"] == title for task in plan["result"]):
             return f"{title} is in the plan"
         reply = ask("tasks.create", expectedRevision=plan["revision"], payload={"title": title})
@@ -32,7 +37,9 @@ def create(title: str) -> str:
             return f"{title} was added, revision {reply['revision']}"
         if reply["error"]["code"] != "revision_conflict":
             raise SystemExit(reply["error"]["message"])
-    raise SystemExit("the plan changes all the time")
+    raise SystemExit("the plan keeps changing")
 
 
+if len(sys.argv) != 2:
+    raise SystemExit("usage: create_task.py TITLE")
 print(create(sys.argv[1]))
