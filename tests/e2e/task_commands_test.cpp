@@ -76,6 +76,16 @@ TEST(TaskCommandsEndToEnd, listsNothingInAFreshHomeAndLeavesNoTrace) {
   EXPECT_TRUE(treeOf(tool.home()).empty());
 }
 
+TEST(TaskCommandsEndToEnd, aYearOf64BitsIsRoundedToADoubleInReplies) {
+  const Tool tool;
+  const auto created =
+      tool.ask(R"({"version":1,"command":"tasks.create","expectedRevision":0,"payload":{)"
+               R"("title":"Far away","planned_day":"9223372036854775807-1-1"}})");
+  ASSERT_TRUE(created.ok);
+  EXPECT_EQ(member(member(*created.result, "plannedDay"), "year"),
+            JSONValue(9223372036854775808.0));
+}
+
 TEST(TaskCommandsEndToEnd, createsListsAndUpdatesInAFreshHome) {
   const Tool tool;
   const auto created =

@@ -1,27 +1,44 @@
-"""validate.py SCHEMAS WRONG RECORDS DOCUMENT...: holds what the tool wrote against the schemas.
+"""validate.py SCHEMAS WRONG RECORDS DOCUMENT...: holds the schemas against the tool.
 
-RECORDS is a folder of replies and data files that the end-to-end tests have left; each must be valid, as
-must the replies in the documents and the commands that succeed there. Each file below WRONG, in a folder
-named after the schema, must not be.
+RECORDS is a folder of replies and data files kept by the end-to-end tests. Each must be valid, as must
+the replies in the documents and the commands that succeed there. Each file below WRONG, in a folder
+named after its schema, must be invalid. Each property in a schema must have a description.
 """
 import json
 import re
 import sys
+from collections.abc import Iterator
 from pathlib import Path
+from typing import Any
 
 from jsonschema import Draft202012Validator
 
 schemas, wrong, records, *documents = map(Path, sys.argv[1:])
 EXAMPLE = re.compile(r"```json command[^\n]*\n(.*?)\n```.*?```json reply\n(.*?)\n```", re.S)
 
-validators = {}
-for path in schemas.glob("*.schema.json"):
-    schema = json.loads(path.read_text())
-    Draft202012Validator.check_schema(schema)
-    validators[path.name.removesuffix(".schema.json")] = Draft202012Validator(schema)
+
+def undescribed(schema: Any, path: str = "#") -> Iterator[str]:
+    """The properties below a schema that have no description."""
+    if isinstance(schema, dict):
+        for name, each in schema.get("properties", {}).items():
+            if not each.get("description"):
+                yield f"{path}/{name}"
+        for name, each in schema.items():
+            yield from undescribed(each, f"{path}/{name}")
+    elif isinstance(schema, list):
+        for position, each in enumerate(schema):
+            yield from undescribed(each, f"{path}/{position}")
+
 
 problems = []
-seen = {name: set() for name in validators}
+validators = {}
+for schema_file in schemas.glob("*.schema.json"):
+    loaded = json.loads(schema_file.read_text())
+    Draft202012Validator.check_schema(loaded)
+    validators[schema_file.name.removesuffix(".schema.json")] = Draft202012Validator(loaded)
+    problems += [f"{schema_file.name}: {each} has no description" for each in undescribed(loaded)]
+
+seen: dict[str, set[str]] = {name: set() for name in validators}
 
 
 def check(name: str, text: str) -> None:
@@ -32,10 +49,10 @@ def check(name: str, text: str) -> None:
         problems.append(f"{name}: {error.message[:500]}\n{text[:2000]}")
 
 
-for path in sorted(records.glob("*/*.json")):
-    check(path.parent.name, path.read_text())
+for record in sorted(records.glob("*/*.json")):
+    check(record.parent.name, record.read_text())
 if not seen["reply"]:
-    print("no reply was kept by the tests that ran")
+    print("the tests that ran kept no reply")
     sys.exit(77)
 for document in documents:
     for command, reply in EXAMPLE.findall(document.read_text()):
@@ -43,13 +60,12 @@ for document in documents:
         if json.loads(reply)["ok"]:
             check("command", command)
 
-refused = 0
-for path in wrong.glob("*/*.json"):
-    refused += 1
+invalid = list(wrong.glob("*/*.json"))
+for path in invalid:
     if validators[path.parent.name].is_valid(json.loads(path.read_text())):
-        problems.append(f"{path} is wrong, but the schema takes it")
+        problems.append(f"{path} is wrong, but valid by its schema")
 
 print(", ".join(f"{len(texts)} of {name}" for name, texts in seen.items() if texts),
-      f"and {refused} wrong documents")
+      f"and {len(invalid)} wrong documents")
 print("\n\n".join(problems[:10]))
-sys.exit(1 if problems or not refused else 0)
+sys.exit(1 if problems or not invalid else 0)
