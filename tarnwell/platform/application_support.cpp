@@ -53,4 +53,18 @@ std::optional<fs::path> applicationSupportFolder() {
 #endif
 }
 
+std::optional<fs::path> stateFolder() {
+#ifdef __APPLE__
+  return applicationSupportFolder();
+#else
+  if (auto folder = absolutePath(std::getenv("XDG_STATE_HOME"))) return folder;
+  return inHome(".local/state");
+#endif
+}
+
+std::optional<fs::path> configurationFolder() {
+  if (auto folder = absolutePath(std::getenv("XDG_CONFIG_HOME"))) return folder;
+  return inHome(".config");
+}
+
 }  // namespace tarnwell

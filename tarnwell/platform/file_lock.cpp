@@ -1,6 +1,7 @@
 #include "tarnwell/platform/file_lock.h"
 
 #include <cerrno>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -32,6 +33,17 @@ FileLock::FileLock(const std::filesystem::path& path) : file_(openLockFile(path)
   if (retryingInterrupted([&] { return ::flock(file_.number(), LOCK_EX); }) != 0) {
     throw FileError("lock", path, errno);
   }
+}
+
+FileLock::FileLock(FileDescriptor lockedFile) : file_(std::move(lockedFile)) {}
+
+std::unique_ptr<FileLock> FileLock::tryLock(const std::filesystem::path& path) {
+  FileDescriptor file = openLockFile(path);
+  if (retryingInterrupted([&] { return ::flock(file.number(), LOCK_EX | LOCK_NB); }) == 0) {
+    return std::unique_ptr<FileLock>(new FileLock(std::move(file)));
+  }
+  if (errno == EWOULDBLOCK) return nullptr;
+  throw FileError("lock", path, errno);
 }
 
 FileLock::~FileLock() { ::flock(file_.number(), LOCK_UN); }

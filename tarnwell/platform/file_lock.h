@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <memory>
 
 #include "tarnwell/platform/file_descriptor.h"
 
@@ -14,11 +15,17 @@ class FileLock {
  public:
   // Waits without limit until the lock is granted. Throws FileError.
   explicit FileLock(const std::filesystem::path& path);
+
+  // Takes the lock if it is free; null when it is held. Throws FileError.
+  static std::unique_ptr<FileLock> tryLock(const std::filesystem::path& path);
+
   FileLock(const FileLock&) = delete;
   FileLock& operator=(const FileLock&) = delete;
   ~FileLock();
 
  private:
+  explicit FileLock(FileDescriptor lockedFile);
+
   FileDescriptor file_;
 };
 

@@ -49,7 +49,31 @@ TEST(ApplicationSupportFolder, passesOverADataHomeThatIsNotAbsolute) {
   }
 }
 
+TEST(StateFolder, isAnAbsoluteStateHomeOtherwiseBelowTheHome) {
+  const ScopedVariable home("HOME", "/home/ada");
+  {
+    const ScopedVariable stateHome("XDG_STATE_HOME", "/state");
+    EXPECT_EQ(stateFolder(), "/state");
+  }
+  for (const char* value : {static_cast<const char*>(nullptr), "", "relative"}) {
+    const ScopedVariable stateHome("XDG_STATE_HOME", value);
+    EXPECT_EQ(stateFolder(), "/home/ada/.local/state");
+  }
+}
+
 #endif
+
+TEST(ConfigurationFolder, isAnAbsoluteConfigurationHomeOtherwiseBelowTheHome) {
+  const ScopedVariable home("HOME", "/home/ada");
+  {
+    const ScopedVariable configurationHome("XDG_CONFIG_HOME", "/config");
+    EXPECT_EQ(configurationFolder(), "/config");
+  }
+  for (const char* value : {static_cast<const char*>(nullptr), "", "relative"}) {
+    const ScopedVariable configurationHome("XDG_CONFIG_HOME", value);
+    EXPECT_EQ(configurationFolder(), "/home/ada/.config");
+  }
+}
 
 }  // namespace
 }  // namespace tarnwell

@@ -52,6 +52,21 @@ TEST_F(FileLockTest, excludesOthersOfItsOwnProcess) {
   EXPECT_EQ(::flock(other.number(), LOCK_EX | LOCK_NB), -1);
 }
 
+TEST_F(FileLockTest, isTriedWithoutWaiting) {
+  auto first = FileLock::tryLock(path);
+  ASSERT_NE(first, nullptr);
+  EXPECT_FALSE(isFree());
+  EXPECT_EQ(FileLock::tryLock(path), nullptr);
+  first.reset();
+  EXPECT_TRUE(isFree());
+  EXPECT_NE(FileLock::tryLock(path), nullptr);
+}
+
+TEST_F(FileLockTest, aTrialThatFindsNoFolderSaysSo) {
+  test::expectError(FileError("open", folder / "missing/lock", ENOENT),
+                    [&] { FileLock::tryLock(folder / "missing/lock"); });
+}
+
 TEST_F(FileLockTest, isTakenAgainAndAgainOnTheSameFileWhichStays) {
   std::optional<FileLock> lock(path);
   struct stat first {};
