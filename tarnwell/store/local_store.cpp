@@ -6,6 +6,8 @@
 #include "tarnwell/json/json_document.h"
 #include "tarnwell/platform/atomic_file.h"
 #include "tarnwell/platform/file.h"
+#include "tarnwell/platform/file_lock.h"
+#include "tarnwell/store/document_cache.h"
 #include "tarnwell/store/persisted_state_json.h"
 
 namespace tarnwell {
@@ -51,6 +53,9 @@ LocalStoreError LocalStoreError::unreadable(std::string_view message) {
 LocalStoreError LocalStoreError::lockFailed(std::string_view message) {
   return {Case::lockFailed, "Tarnwell data could not be locked: " + std::string(message)};
 }
+
+LocalStore::LocalStore(fs::path url)
+    : url_(std::move(url)), cache_(std::make_shared<DocumentCache>()) {}
 
 PersistedState LocalStore::stateFrom(std::string content) {
   return reading([&] { return readDocument(std::move(content)); });
@@ -98,12 +103,12 @@ void LocalStore::migrateToCurrentSchema() const {
   save(load());
 }
 
-FileLock LocalStore::acquireLock() const {
+std::shared_ptr<FileLock> LocalStore::acquireLock() const {
   createFolders(url_.parent_path());
   fs::path lockFile = url_;
   lockFile += ".lock";
   try {
-    return FileLock(lockFile);
+    return std::make_shared<FileLock>(lockFile);
   } catch (const FileError& error) {
     throw LocalStoreError::lockFailed(error.reason());
   }

@@ -7,14 +7,16 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 
 #include "tarnwell/base/error.h"
-#include "tarnwell/platform/file_lock.h"
-#include "tarnwell/store/document_cache.h"
 #include "tarnwell/store/persisted_state.h"
 
 namespace tarnwell {
+
+class DocumentCache;
+class FileLock;
 
 class LocalStoreError : public Error {
  public:
@@ -45,8 +47,7 @@ class LocalStoreError : public Error {
 // inside `withExclusiveLock` or `updateAtomically`.
 class LocalStore {
  public:
-  explicit LocalStore(std::filesystem::path url)
-      : url_(std::move(url)), cache_(std::make_shared<DocumentCache>()) {}
+  explicit LocalStore(std::filesystem::path url);
 
   const std::filesystem::path& url() const { return url_; }
 
@@ -70,7 +71,7 @@ class LocalStore {
   // LocalStoreError::lockFailed, or FileError when the folder cannot be created.
   template <class Body>
   auto withExclusiveLock(Body&& body) const {
-    const FileLock lock = acquireLock();
+    const std::shared_ptr<FileLock> lock = acquireLock();
     return std::forward<Body>(body)();
   }
 
@@ -96,7 +97,7 @@ class LocalStore {
   void migrateToCurrentSchema() const;
 
  private:
-  FileLock acquireLock() const;
+  std::shared_ptr<FileLock> acquireLock() const;  // released with the last pointer to it
 
   std::filesystem::path url_;
   std::shared_ptr<DocumentCache> cache_;  // shared by the copies
