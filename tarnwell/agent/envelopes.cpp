@@ -9,6 +9,15 @@ AgentCommandEnvelope decodeCommand(std::string text) {
   return decodeJSON<AgentCommandEnvelope>(std::move(text));
 }
 
+std::string encodeCommand(const AgentCommandEnvelope& command) {
+  JSONWriter writer(JSONLayout::compact);
+  writer.beginObject();
+  std::apply([&](const auto&... fields) { (encodeField(writer, command, fields), ...); },
+             AgentCommandEnvelope::fields());
+  writer.endObject();
+  return writer.take();
+}
+
 std::string encodeReply(const AgentResponseEnvelope& reply) {
   return encodeJSON(reply, JSONLayout::compact);
 }

@@ -60,7 +60,12 @@ struct AgentResponseEnvelope {
 // Throws JSONError.
 AgentCommandEnvelope decodeCommand(std::string text);
 
-// Compact, keys in ascending order, without a line feed. Throws JSONError.
+// Compact and without a line feed, both. Throw JSONError.
+
+// The envelope's own keys in the order of its fields.
+std::string encodeCommand(const AgentCommandEnvelope& command);
+
+// Keys in ascending order at every level.
 std::string encodeReply(const AgentResponseEnvelope& reply);
 
 }  // namespace tarnwell

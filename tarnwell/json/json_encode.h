@@ -17,6 +17,9 @@
 
 namespace tarnwell {
 
+template <class T, class Member>
+void encodeField(JSONWriter& writer, const T& record, const Field<T, Member>& field);
+
 // Writes a value, instants as seconds since the reference date. Throws JSONError when a number is
 // not finite or a text is not valid UTF-8.
 template <class T>
@@ -54,18 +57,22 @@ void encode(JSONWriter& writer, const T& value) {
   } else {
     static_assert(Record<T>);
     writer.beginObject();
-    forEachFieldByKey<T>([&](const auto& field) {
-      const auto& member = value.*field.member;
-      if constexpr (isOptional<std::remove_cvref_t<decltype(member)>>) {
-        if (!member) return;
-        writer.plainKey(field.key);
-        encode(writer, *member);
-      } else {
-        writer.plainKey(field.key);
-        encode(writer, member);
-      }
-    });
+    forEachFieldByKey<T>([&](const auto& field) { encodeField(writer, value, field); });
     writer.endObject();
+  }
+}
+
+// Writes a member of a record under its key; nothing for an optional one that is absent.
+template <class T, class Member>
+void encodeField(JSONWriter& writer, const T& record, const Field<T, Member>& field) {
+  const Member& member = record.*field.member;
+  if constexpr (isOptional<Member>) {
+    if (!member) return;
+    writer.plainKey(field.key);
+    encode(writer, *member);
+  } else {
+    writer.plainKey(field.key);
+    encode(writer, member);
   }
 }
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/expect_error.h"
+#include "tests/support/scoped_environment.h"
 #include "tests/support/service.h"
 
 namespace tarnwell {
@@ -79,6 +80,30 @@ TEST_F(AgentCommandServiceTest, performingThrowsTheErrorBehindEachFailure) {
                                                                .command = "tasks.create",
                                                                .expectedRevision = 4,
                                                                .payload = {{"title", "A"}}}));
+}
+
+TEST_F(AgentCommandServiceTest, readsTheClockUnlessItIsGivenTheTime) {
+  const Instant before = Instant::now();
+  const auto reply = service.execute({.version = 1,
+                                      .command = "tasks.create",
+                                      .expectedRevision = 0,
+                                      .payload = {{"title", "A"}}});
+  EXPECT_TRUE(reply.ok);
+  const Instant created = local.load().tasks.at(0).createdAt;
+  EXPECT_LE(before, created);
+  EXPECT_LE(created, Instant::now());
+}
+
+TEST(AgentCommandServiceParts, haveTheUsersCalendarUnlessGivenAnother) {
+  const test::ScopedVariable everywhere("LC_ALL", "de_DE.UTF-8");
+  test::ServiceOnScratchFolder fixture;
+  const AgentCommandService::Parts parts{.store = fixture.store,
+                                         .sessions = fixture.sessions,
+                                         .recommendations = fixture.recommendations};
+  EXPECT_EQ(parts.calendar, Calendar::current());
+#ifndef __APPLE__
+  EXPECT_EQ(parts.calendar.firstWeekday, Weekday::monday);
+#endif
 }
 
 TEST(AgentReply, ofASuccessCarriesWhatItIsGiven) {

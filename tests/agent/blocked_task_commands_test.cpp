@@ -87,7 +87,7 @@ TEST_F(BlockedTaskCommandsTest, startBlocksForTheEstimateAndAMinuteAtLeast) {
        {std::pair<std::int64_t, double>{90, 5400}, {1, 60}, {0, 60}}) {
     task.estimatedMinutes = minutes;
     save(task);
-    start();
+    ASSERT_EQ(start(), Service::success(1, {})) << minutes;
     EXPECT_EQ(session()->endsAt - session()->startedAt, seconds);
   }
 }
@@ -106,6 +106,12 @@ TEST_F(BlockedTaskCommandsTest, aBlockedStartThatFailsIsOneRefusalAndTwoEvents) 
   EXPECT_EQ(local.load().revision, 2);
   EXPECT_EQ(local.load().auditEvents.size(), 2U);
   EXPECT_EQ(session(), std::nullopt);
+}
+
+TEST_F(BlockedTaskCommandsTest, aBlockerThatThrowsNoExceptionIsARefusalToo) {
+  blocker.onRemove = [] { throw 42; };
+  ASSERT_EQ(start(), Service::success(1, {}));
+  EXPECT_EQ(execute("tasks.pause", 1), Service::failure(failures::operationFailed()));
 }
 
 TEST_F(BlockedTaskCommandsTest, startAnswersAStaleRevisionWithTheConflictAndBlocksNothing) {
