@@ -1,0 +1,31 @@
+#!/usr/bin/env bash
+# compile.sh ZIG FOLDER: compiles the sources of the programs and the library for macOS on both kinds of
+# Mac, with all warnings as errors, into FOLDER. Nothing is linked or run.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/../.."
+zig=$1 folder=$2
+
+# Libraries' headers alone: beside them in /usr/include are those of this system.
+headers="$folder/include"
+mkdir -p "$headers"
+for header in simdjson.h uriparser; do
+  [[ -e "/usr/include/$header" ]] || { echo "missing: /usr/include/$header" >&2; exit 69; }
+  ln -sfn "/usr/include/$header" "$headers/$header"
+done
+
+export ZIG_GLOBAL_CACHE_DIR="$PWD/$folder/cache"
+target=$(sed -n 's/^set(CMAKE_OSX_DEPLOYMENT_TARGET \([0-9.]*\).*/\1/p' CMakeLists.txt)
+flags=(-std=c++20 -O1 -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
+  -I. -isystem "$headers" -isystem tests/macos/include)
+for machine in aarch64 x86_64; do
+  objects="$folder/$machine"
+  mkdir -p "$objects"
+  echo "compiling for macOS $target on $machine" >&2
+  git ls-files -co --exclude-standard -- 'tarnwell/*.cpp' |
+    xargs -P "$(getconf _NPROCESSORS_ONLN)" -I{} sh -c '
+      source=$1 object=$2/$(printf %s "$1" | tr / _).o
+      shift 2
+      "$@" -c -o "$object" "$source" || { echo "failed: $source" >&2; exit 1; }
+    ' compile {} "$objects" "$zig" c++ -target "$machine-macos.$target" "${flags[@]}"
+  echo "$machine: $(find "$objects" -name '*.o' | wc -l) sources compiled"
+done
