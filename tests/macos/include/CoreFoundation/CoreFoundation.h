@@ -1,5 +1,4 @@
-// The few declarations of CoreFoundation that the sources use, after Apple's reference. The
-// compiler of
+// The declarations of CoreFoundation that the sources use, after Apple's reference. The compiler of
 // `./dev check-macos` has Darwin's C and C++ headers but no frameworks.
 #pragma once
 
