@@ -33,7 +33,7 @@ void PolkitPrivilegedCommandRunner::replace(const std::filesystem::path& source,
   try {
     const auto content = openForReading(source);
     if (!content) throw FileError("open", source, ENOENT);
-    result = runChild(commandArguments(source, destination), content->number());
+    result = runChild(commandArguments(source, destination), {.standardInput = content->number()});
   } catch (const FileError& error) {
     throw BlockingError::writeFailed(error.description());
   }

@@ -17,6 +17,15 @@ extern char** environ;  // NOLINT(readability-redundant-declaration): not in eve
 namespace tarnwell {
 namespace {
 
+// The null-terminated array that the system takes.
+std::vector<char*> pointersTo(std::vector<std::string>& texts) {
+  std::vector<char*> pointers;
+  pointers.reserve(texts.size() + 1);
+  for (std::string& text : texts) pointers.push_back(text.data());
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
 // The descriptors and signals that a child starts with: none that this process has opened, blocked
 // or ignored for itself.
 class SpawnSettings {
@@ -48,13 +57,13 @@ class SpawnSettings {
   }
 
   // Returns the error number of the first step that failed, or 0.
-  int spawn(std::vector<std::string> arguments, pid_t& child) const {
+  int spawn(std::vector<std::string> arguments, std::optional<std::vector<std::string>> environment,
+            pid_t& child) const {
     if (error_ != 0) return error_;
-    std::vector<char*> pointers;
-    pointers.reserve(arguments.size() + 1);
-    for (std::string& argument : arguments) pointers.push_back(argument.data());
-    pointers.push_back(nullptr);
-    return posix_spawn(&child, pointers.front(), &actions_, &attributes_, pointers.data(), environ);
+    std::vector<char*> variables;
+    if (environment) variables = pointersTo(*environment);
+    return posix_spawn(&child, arguments.front().c_str(), &actions_, &attributes_,
+                       pointersTo(arguments).data(), environment ? variables.data() : environ);
   }
 
  private:
@@ -81,15 +90,15 @@ int openPipe(std::array<int, 2>& ends) {
 
 }  // namespace
 
-ChildResult runChild(const std::vector<std::string>& arguments, int standardInput) {
+ChildResult runChild(const std::vector<std::string>& arguments, const ChildSetup& setup) {
   std::array<int, 2> ends{};
   if (const int error = openPipe(ends)) throw FileError("start", arguments.front(), error);
   const FileDescriptor readEnd(ends[0]);
   FileDescriptor writeEnd(ends[1]);
 
   pid_t child = 0;
-  const SpawnSettings settings(standardInput, writeEnd.number());
-  if (const int error = settings.spawn(arguments, child)) {
+  const SpawnSettings settings(setup.standardInput, writeEnd.number());
+  if (const int error = settings.spawn(arguments, setup.environment, child)) {
     throw FileError("start", arguments.front(), error);
   }
   writeEnd.close();

@@ -1,6 +1,7 @@
 // Runs another program and waits for its end.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,11 +14,16 @@ struct ChildResult {
   std::string errors{};  // the bytes that it wrote to standard error
 };
 
+struct ChildSetup {
+  int standardInput = STDIN_FILENO;
+  std::optional<std::vector<std::string>> environment{};  // NAME=VALUE; absent: this process's own
+};
+
 // Runs the program whose absolute path is the first argument. The child inherits standard output
-// and the environment, `standardInput` as its standard input, and no other descriptor; its signals
-// have their default actions. Reads its standard error while it runs, so that any amount fits. The
-// end is unknown where the process ignores SIGCHLD or waits for every child elsewhere. Throws
-// FileError when the program cannot be started.
-ChildResult runChild(const std::vector<std::string>& arguments, int standardInput = STDIN_FILENO);
+// and, of the other descriptors, only its standard input; its signals have their default actions.
+// Reads its standard error while it runs, so that any amount fits. The end is unknown where the
+// process ignores SIGCHLD or waits for every child elsewhere. Throws FileError when the program
+// cannot be started.
+ChildResult runChild(const std::vector<std::string>& arguments, const ChildSetup& setup = {});
 
 }  // namespace tarnwell

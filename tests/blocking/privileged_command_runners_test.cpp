@@ -132,7 +132,7 @@ class PolkitScript : public testing::Test {
   ChildResult run(int standardInput) {
     auto arguments = Polkit::commandArguments(replacement, hosts);
     arguments.erase(arguments.begin(), arguments.begin() + 2);
-    return runChild(arguments, standardInput);
+    return runChild(arguments, {.standardInput = standardInput});
   }
 
   void expectRefusal(const ChildResult& result) {

@@ -12,6 +12,7 @@
 #include "tarnwell/platform/file.h"
 
 #include "tests/support/expect_error.h"
+#include "tests/support/scoped_environment.h"
 #include "tests/support/scratch_folder.h"
 
 #ifdef __linux__
@@ -64,7 +65,16 @@ TEST(ChildProcess, readsWhatItIsGiven) {
   const test::ScratchFolder folder;
   test::writeFile(folder / "input", "what it is given");
   const auto input = openForReading(folder / "input");
-  EXPECT_EQ(runChild({"/bin/sh", "-c", "cat >&2"}, input->number()).errors, "what it is given");
+  EXPECT_EQ(runChild({"/bin/sh", "-c", "cat >&2"}, {.standardInput = input->number()}).errors,
+            "what it is given");
+}
+
+TEST(ChildProcess, hasThisProcessesEnvironmentUnlessItIsGivenOne) {
+  const test::ScopedVariable variable("TARNWELL_TEST", "inherited");
+  const std::vector<std::string> printing = {"/bin/sh", "-c", "echo $TARNWELL_TEST $OTHER >&2"};
+  EXPECT_EQ(runChild(printing).errors, "inherited\n");
+  EXPECT_EQ(runChild(printing, {.environment = {{"OTHER=given"}}}).errors, "given\n");
+  EXPECT_EQ(runChild({"/usr/bin/env"}, {.environment = {{}}}).exitStatus, 0);
 }
 
 TEST(ChildProcess, hasNoDescriptorButTheStandardOnes) {
@@ -96,7 +106,7 @@ TEST(ChildProcess, isNotStartedWithoutADescriptorForItsPipe) {
 
 TEST(ChildProcess, isNotStartedOnAStandardInputThatIsNotOpen) {
   test::expectError(FileError("start", "/bin/sh", EBADF), [] {
-    runChild({"/bin/sh", "-c", ":"}, -1);
+    runChild({"/bin/sh", "-c", ":"}, {.standardInput = -1});
   });
 }
 
