@@ -2,6 +2,7 @@
 // fixed, user-facing description.
 #pragma once
 
+#include <exception>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -17,6 +18,18 @@ class Error : public std::runtime_error {
   // What a person is shown.
   std::string_view description() const noexcept { return what(); }
 };
+
+// Returns the description of the exception being handled: a fixed text where it is no
+// std::exception. For the last handler at the edge of an engine, past which nothing may escape.
+inline std::string descriptionOfCurrentException() {
+  try {
+    throw;
+  } catch (const std::exception& error) {
+    return error.what();
+  } catch (...) {
+    return "An unexpected error occurred.";
+  }
+}
 
 // An error that is one of several cases without a payload. `texts(Case)` lists the descriptions.
 template <TextEnum Case>

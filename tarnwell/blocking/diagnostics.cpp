@@ -23,10 +23,19 @@ Verdict verdictOn(BlockingStatus status, bool isBlockExpected) {
   return {DiagnosticHealth::attentionRequired, DiagnosticAction::reapply};
 }
 
+// A host's own blocker that throws is one that cannot be read.
+BlockingStatus statusOf(BlockingEngine& blocker, const std::vector<std::string>& expectedHosts) {
+  try {
+    return blocker.status(expectedHosts);
+  } catch (...) {
+    return BlockingStatus::unreadable;
+  }
+}
+
 }  // namespace
 
 DiagnosticsSnapshot Diagnostics::snapshot(const std::vector<std::string>& expectedHosts) const {
-  const BlockingStatus status = blocker_.status(expectedHosts);
+  const BlockingStatus status = statusOf(blocker_, expectedHosts);
   const auto [health, action] = verdictOn(status, !expectedHosts.empty());
   return {.health = health,
           .blockingStatus = status,

@@ -1,4 +1,4 @@
-// Whether blocking works, and what to do if it does not. Changes nothing.
+// Tells whether blocking works, and what to do where it does not. Changes nothing.
 #pragma once
 
 #include <array>
@@ -22,6 +22,9 @@ constexpr std::array<std::string_view, 3> texts(DiagnosticHealth) {
   return {"healthy", "inactive", "attentionRequired"};
 }
 
+// `reapply` is carried out by SessionEngine::retryProtection, which also removes a block that
+// belongs to no session. `reviewConfiguration` is left to the user: the hosts file cannot be read,
+// or its markers are malformed.
 enum class DiagnosticAction { reapply, reviewConfiguration };
 
 constexpr std::array<std::string_view, 2> texts(DiagnosticAction) {
@@ -31,7 +34,7 @@ constexpr std::array<std::string_view, 2> texts(DiagnosticAction) {
 struct DiagnosticsSnapshot {
   DiagnosticHealth health{};
   BlockingStatus blockingStatus{};
-  std::int64_t expectedDomainCount{};  // of all hosts, those with "www." included
+  std::int64_t expectedDomainCount{};  // of all hosts, including those with "www."
   std::string backupDirectory{};       // a path
   std::optional<DiagnosticAction> suggestedAction{};
 
@@ -45,13 +48,13 @@ struct DiagnosticsSnapshot {
   friend bool operator==(const DiagnosticsSnapshot&, const DiagnosticsSnapshot&) = default;
 };
 
-// Holds the blocker by reference; the owner outlives it. As free of threads as the blocker is.
+// Holds the blocker by reference; the owner outlives it. Thread-safe if the blocker is.
 class Diagnostics {
  public:
   Diagnostics(BlockingEngine& blocker, std::filesystem::path backupDirectory)
       : blocker_(blocker), backupDirectory_(std::move(backupDirectory)) {}
 
-  // Never fails.
+  // Compares the hosts file with the hosts that it should block. Never throws.
   DiagnosticsSnapshot snapshot(const std::vector<std::string>& expectedHosts) const;
 
  private:

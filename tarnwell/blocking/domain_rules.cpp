@@ -29,9 +29,10 @@ std::string decoded(const UriTextRangeA& range) {
   return text;
 }
 
-// Absent when the text is not a URL.
+// Absent when the text is not a URL. Longer ones than the limit count as none. Parsing needs a
+// fixed stack, and at most 48 bytes of memory for each character of a path.
 std::optional<Authority> parseAuthority(const std::string& url) {
-  constexpr std::size_t longestURL = 8192;
+  constexpr std::size_t longestURL = std::size_t{1} << 20U;
   if (url.size() > longestURL) return std::nullopt;
   UriUriA uri;
   const char* errorPosition = nullptr;
@@ -41,7 +42,7 @@ std::optional<Authority> parseAuthority(const std::string& url) {
   }
   Authority authority{.hasCredentials = uri.userInfo.first != nullptr,
                       .host = decoded(uri.hostText)};
-  // The library takes the brackets off a literal of a future kind, which would then pass for a
+  // Without the brackets, which the library removes, a literal of a future kind would pass for a
   // name.
   if (uri.hostData.ipFuture.first != nullptr) authority.host = "[" + authority.host + "]";
   uriFreeUriMembersA(&uri);
@@ -69,7 +70,7 @@ bool isValidLabel(std::string_view label) {
 }
 
 bool isValidHostname(std::string_view host) {
-  // Whatever holds more bytes than characters has a label that is not ASCII, so bytes will do.
+  // Counts bytes: a host with more bytes than characters has a label that is not ASCII.
   constexpr std::size_t longestHost = 253;
   const auto labels = split(host, '.');
   return host.size() <= longestHost && labels.size() > 1 &&
@@ -110,6 +111,14 @@ std::vector<std::string> expandedHosts(const std::vector<std::string>& domains) 
     expanded.push_back("www." + host);
   }
   return expanded;
+}
+
+std::vector<std::string> blockedHosts(const DomainGroup& group) {
+  std::vector<std::string> domains;
+  for (const DomainRule& rule : group.rules) {
+    if (rule.isEnabled) domains.push_back(rule.domain);
+  }
+  return expandedHosts(domains);
 }
 
 }  // namespace tarnwell::DomainRules

@@ -1,5 +1,5 @@
-// From whatever the user typed to one canonical host name, and from the domains of a group to the
-// hosts that a block must cover. Pure functions; nothing here touches a file.
+// Turns what the user typed into one canonical host name, and the domains of a group into the hosts
+// that its block lists. Pure functions; nothing here touches a file.
 #pragma once
 
 #include <array>
@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "tarnwell/base/error.h"
+#include "tarnwell/model/domain_group.h"
 
 namespace tarnwell {
 
@@ -27,13 +28,16 @@ class DomainRuleError : public CaseError<DomainRuleCase> {
 
 namespace DomainRules {
 
-// The lower-case host name of a domain or an address with one, without trailing dots and without
-// one leading "www.". `input` is valid UTF-8. Throws DomainRuleError.
+// Returns the lower-case host name of a domain, or of an address with one, without trailing dots
+// and without one leading "www.". `input` is valid UTF-8. Throws DomainRuleError.
 std::string normalize(std::string_view input);
 
-// For each distinct host among the normalised domains, in ascending order: the host, then the host
-// with "www." in front. Throws the first domain's DomainRuleError.
+// Returns, for each distinct host among the normalised domains, in ascending order: the host, then
+// the host with "www." in front. Throws the first domain's DomainRuleError.
 std::vector<std::string> expandedHosts(const std::vector<std::string>& domains);
+
+// Returns the expanded hosts of the group's enabled rules.
+std::vector<std::string> blockedHosts(const DomainGroup& group);
 
 }  // namespace DomainRules
 }  // namespace tarnwell

@@ -1,7 +1,7 @@
 #include "tarnwell/blocking/focus_coordinator.h"
 
 #include <algorithm>
-#include <exception>
+#include <utility>
 
 namespace tarnwell {
 
@@ -9,23 +9,23 @@ template <class Operation>
 auto FocusCoordinator::recordingFailure(Operation operation) {
   try {
     return operation();
-  } catch (const std::exception& error) {
-    lastError.set(error.what());
+  } catch (...) {
+    lastError.set(descriptionOfCurrentException());
     throw;
   }
 }
 
-TaskStoreSnapshot FocusCoordinator::start(const FocusStart& request) {
+TaskStoreSnapshot FocusCoordinator::start(FocusStart request) {
   return recordingFailure([&] {
-    auto started = tasks_.start(request.taskID, request.now, request.revision);
+    auto started = taskSessions_.start(request.taskID, request.now, request.revision);
     if (request.blockingGroup) {
       try {
-        blocking_.start({.group = *request.blockingGroup,
-                         .duration = request.duration,
-                         .mode = request.mode,
-                         .now = request.now});
-      } catch (const std::exception&) {
-        tasks_.cancelStart(request.taskID, request.now, started.revision());
+        blockSessions_.start({.group = std::move(*request.blockingGroup),
+                              .duration = request.duration,
+                              .mode = request.mode,
+                              .now = request.now});
+      } catch (...) {
+        taskSessions_.cancelStart(request.taskID, request.now, started.revision());
         throw;
       }
     }
@@ -37,46 +37,53 @@ TaskStoreSnapshot FocusCoordinator::start(const FocusStart& request) {
 TaskStoreSnapshot FocusCoordinator::pause(Instant now, std::int64_t revision) {
   return recordingFailure([&] {
     refuseDuringStrictSession(now);
-    tasks_.pause(now, revision);
-    blocking_.endIfFlexible(now);
-    return tasks_.snapshot();
+    taskSessions_.pause(now, revision);
+    blockSessions_.endIfFlexible(now);
+    return taskSessions_.snapshot();
   });
 }
 
 TaskStoreSnapshot FocusCoordinator::skip(Instant now, std::int64_t revision) {
   return recordingFailure([&] {
     refuseDuringStrictSession(now);
-    tasks_.skip(now, revision);
-    blocking_.endIfFlexible(now);
-    return tasks_.snapshot();
+    taskSessions_.skip(now, revision);
+    blockSessions_.endIfFlexible(now);
+    return taskSessions_.snapshot();
   });
 }
 
 TaskStoreSnapshot FocusCoordinator::complete(Instant now, std::int64_t revision) {
   return recordingFailure([&] {
-    tasks_.complete(now, revision);
-    blocking_.endIfFlexible(now);
-    return tasks_.snapshot();
+    taskSessions_.complete(now, revision);
+    blockSessions_.endIfFlexible(now);
+    return taskSessions_.snapshot();
   });
 }
 
 void FocusCoordinator::recover(Instant now) {
-  tasks_.recover(now);
-  blocking_.recover(now);
-  const auto current = tasks_.snapshot();
+  try {
+    taskSessions_.recover(now);
+    blockSessions_.recover(now);
+    lastError.set(isUnprotected()
+                      ? "The active task expects website blocking, but protection is not active."
+                      : blockSessions_.lastError.value());
+  } catch (...) {
+    lastError.set(descriptionOfCurrentException());
+  }
+}
+
+// Returns whether the active task expects blocking that no session provides.
+bool FocusCoordinator::isUnprotected() const {
+  const auto current = taskSessions_.snapshot();
   const auto& tasks = current.state().tasks;
   const auto active = std::find_if(tasks.begin(), tasks.end(), [](const FocusTask& task) {
     return task.status == TaskStatus::active;
   });
-  const bool isUnprotected =
-      active != tasks.end() && active->blockingGroupID && !blocking_.activeSession.value();
-  lastError.set(isUnprotected
-                    ? "The active task expects website blocking, but protection is not active."
-                    : blocking_.lastError.value());
+  return active != tasks.end() && active->blockingGroupID && !blockSessions_.activeSession.value();
 }
 
 void FocusCoordinator::refuseDuringStrictSession(Instant now) const {
-  const auto& session = blocking_.activeSession.value();
+  const auto& session = blockSessions_.activeSession.value();
   if (session && session->mode == SessionMode::strict && now < session->endsAt) {
     throw SessionError(SessionError::strictSessionLocked);
   }

@@ -1,5 +1,4 @@
-// Couples tasks with website blocking, so that the plan and the hosts file do not disagree for
-// long.
+// Couples task sessions with blocking sessions, so that the tasks and the hosts file agree.
 #pragma once
 
 #include <cstdint>
@@ -28,23 +27,24 @@ struct FocusStart {
 
 // Belongs to the thread of its two engines, which it holds by reference; the owner outlives it.
 //
-// A strict session vetoes pausing and skipping, before anything changes; a blocking that cannot be
-// started undoes the start of its task. What throws, throws what the engines throw, and leaves the
-// description in `lastError`. When it is the end of the blocking that fails, the task has changed.
+// A strict session refuses pause and skip before anything changes. A block that cannot be installed
+// undoes the start of its task. Unless marked otherwise, operations throw what the engines throw
+// and leave the description in `lastError`. Where only the end of the blocking fails, the task has
+// changed.
 class FocusCoordinator {
  public:
-  FocusCoordinator(TaskSessionEngine& tasks, SessionEngine& blocking)
-      : tasks_(tasks), blocking_(blocking) {}
+  FocusCoordinator(TaskSessionEngine& taskSessions, SessionEngine& blockSessions)
+      : taskSessions_(taskSessions), blockSessions_(blockSessions) {}
   FocusCoordinator(const FocusCoordinator&) = delete;
   FocusCoordinator& operator=(const FocusCoordinator&) = delete;
   ~FocusCoordinator() = default;
 
-  TaskStoreSnapshot start(const FocusStart& request);
+  TaskStoreSnapshot start(FocusStart request);
   TaskStoreSnapshot pause(Instant now, std::int64_t revision);
   TaskStoreSnapshot skip(Instant now, std::int64_t revision);
   TaskStoreSnapshot complete(Instant now, std::int64_t revision);
 
-  // Takes up both engines' work at launch. Never fails.
+  // Takes up the stored task and blocking session. Call at launch. Never throws.
   void recover(Instant now);
 
   Published<std::optional<std::string>, FocusCoordinator> lastError;
@@ -54,9 +54,10 @@ class FocusCoordinator {
   auto recordingFailure(Operation operation);
 
   void refuseDuringStrictSession(Instant now) const;
+  bool isUnprotected() const;
 
-  TaskSessionEngine& tasks_;
-  SessionEngine& blocking_;
+  TaskSessionEngine& taskSessions_;
+  SessionEngine& blockSessions_;
 };
 
 }  // namespace tarnwell

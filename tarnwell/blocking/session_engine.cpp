@@ -1,67 +1,49 @@
 #include "tarnwell/blocking/session_engine.h"
 
 #include <algorithm>
-#include <exception>
 
 #include "tarnwell/blocking/domain_rules.h"
 
 namespace tarnwell {
 namespace {
 
-std::vector<std::string> enabledDomains(const DomainGroup& group) {
-  std::vector<std::string> domains;
-  for (const DomainRule& rule : group.rules) {
-    if (rule.isEnabled) domains.push_back(rule.domain);
-  }
-  return domains;
-}
-
-// Stored domains are not trusted: whatever enters the hosts file has just been normalised.
-std::vector<std::string> hostsOf(const BlockSession& session) {
-  return DomainRules::expandedHosts(enabledDomains(session.group));
+// A document without groups stands for one with the default group.
+const std::vector<DomainGroup>& groupsIn(const PersistedState& state) {
+  return state.groups.empty() ? PersistedState::initial().groups : state.groups;
 }
 
 }  // namespace
 
 SessionEngine::SessionEngine(LocalStore store, BlockingEngine& blocker)
-    : store_(std::move(store)), blocker_(blocker) {
+    : localStore_(std::move(store)), blocker_(blocker) {
   groups.set({DomainGroup::socialDistractions()});
 }
 
-void SessionEngine::start(const SessionStart& request) {
+void SessionEngine::start(SessionStart request) {
   constexpr double shortestDuration = 60;
   const bool isLongEnough = request.duration >= shortestDuration;  // false for NaN
   if (!isLongEnough) throw SessionError(SessionError::invalidDuration);
-  if (enabledDomains(request.group).empty()) throw SessionError(SessionError::noEnabledDomains);
+  const auto hosts = DomainRules::blockedHosts(request.group);
+  if (hosts.empty()) throw SessionError(SessionError::noEnabledDomains);
   const BlockSession session{.id = UUID::random(),
-                             .group = request.group,
+                             .group = std::move(request.group),
                              .mode = request.mode,
                              .startedAt = request.now,
                              .endsAt = request.now + request.duration};
-  const auto hosts = hostsOf(session);
 
-  store_.updateAtomically([&](PersistedState& state) {
-    if (state.activeSession && state.activeSession != session) {
-      throw SessionError(SessionError::alreadyActive);
-    }
+  localStore_.updateAtomically([&](PersistedState& state) {
+    if (state.activeSession) throw SessionError(SessionError::alreadyActive);
     state.groups = groups.value();
     state.activeSession = session;
   });
   activeSession.set(session);
   try {
     blocker_.apply(hosts);
-  } catch (const std::exception&) {
-    try {
-      store_.updateAtomically([&](PersistedState& state) {
-        if (state.activeSession == session) state.activeSession.reset();
-      });
-    } catch (const std::exception&) {
-      // The blocker's error is the one to tell.
-    }
-    activeSession.set(std::nullopt);
-    protectionStatus.set(ProtectionStatus::off);
+  } catch (...) {
+    discard(session.id);
     throw;
   }
+  requireStored(session.id);
   protectionStatus.set(ProtectionStatus::active);
   lastError.set(std::nullopt);
   notify();
@@ -84,41 +66,35 @@ void SessionEngine::tick(Instant now) {
   if (!session || !hasExpired(*session, now)) return;
   try {
     finish();
-  } catch (const std::exception&) {
+  } catch (...) {
     // `finish` has recorded it.
   }
 }
 
 void SessionEngine::recover(Instant now) {
-  try {
-    publish(*store_.loadShared());
+  recordingFailure([&] {
+    publish(*localStore_.loadShared());
     const auto& session = activeSession.value();
-    if (!session) {
-      protectionStatus.set(ProtectionStatus::off);
-    } else if (hasExpired(*session, now)) {
+    if (session && hasExpired(*session, now)) {
       tick(now);
     } else {
       protect();
     }
-  } catch (const std::exception& error) {
-    requireAttention(error.what());
-  }
+  });
 }
 
 void SessionEngine::retryProtection() {
-  if (!activeSession.value()) return;
-  try {
-    blocker_.apply(hostsOf(*activeSession.value()));
-    storeActiveSession();
+  recordingFailure([&] {
+    publish(*localStore_.loadShared());
+    if (activeSession.value()) blocker_.apply(expectedHosts());
+    protect();
     lastError.set(std::nullopt);
-  } catch (const std::exception& error) {
-    requireAttention(error.what());
-  }
+  });
 }
 
 std::vector<std::string> SessionEngine::expectedHosts() const {
   const auto& session = activeSession.value();
-  return session ? hostsOf(*session) : std::vector<std::string>{};
+  return session ? DomainRules::blockedHosts(session->group) : std::vector<std::string>{};
 }
 
 double SessionEngine::remainingTime(Instant now) const {
@@ -127,13 +103,18 @@ double SessionEngine::remainingTime(Instant now) const {
 }
 
 void SessionEngine::replaceGroups(std::vector<DomainGroup> newGroups) {
-  store_.updateAtomically([&](PersistedState& state) {
+  changeGroups([&](std::vector<DomainGroup>& stored) { stored = std::move(newGroups); });
+}
+
+void SessionEngine::changeGroups(const std::function<void(std::vector<DomainGroup>&)>& change) {
+  groups.set(localStore_.updateAtomically([&](PersistedState& state) {
     if (state.activeSession && state.activeSession->mode == SessionMode::strict) {
       throw SessionError(SessionError::strictSessionLocked);
     }
-    state.groups = newGroups;
-  });
-  groups.set(std::move(newGroups));
+    state.groups = groupsIn(state);
+    change(state.groups);
+    return state.groups;
+  }));
 }
 
 std::optional<DomainGroup> SessionEngine::group(const UUID& id) const {
@@ -145,7 +126,7 @@ std::optional<DomainGroup> SessionEngine::group(const UUID& id) const {
 }
 
 void SessionEngine::loadPersistedState() {
-  publish(*store_.loadShared());
+  publish(*localStore_.loadShared());
   protectionStatus.set(activeSession.value() ? ProtectionStatus::attentionRequired
                                              : ProtectionStatus::off);
 }
@@ -156,23 +137,18 @@ bool SessionEngine::mayEnd(Instant now) const {
 }
 
 void SessionEngine::publish(const PersistedState& state) {
-  groups.set(state.groups.empty() ? PersistedState::initial().groups : state.groups);
+  groups.set(groupsIn(state));
   activeSession.set(state.activeSession);
 }
 
-// Ends the active session. When that fails, the session needs attention.
-void SessionEngine::finish() {
+// Runs an operation that never throws: its failure needs attention.
+template <class Operation>
+void SessionEngine::recordingFailure(Operation operation) {
   try {
-    blocker_.remove();
-    store_.updateAtomically([](PersistedState& state) { state.activeSession.reset(); });
-  } catch (const std::exception& error) {
-    requireAttention(error.what());
-    throw;
+    operation();
+  } catch (...) {
+    requireAttention(descriptionOfCurrentException());
   }
-  activeSession.set(std::nullopt);
-  protectionStatus.set(ProtectionStatus::off);
-  lastError.set(std::nullopt);
-  notify();
 }
 
 void SessionEngine::requireAttention(std::string_view description) {
@@ -183,30 +159,130 @@ void SessionEngine::requireAttention(std::string_view description) {
   lastError.set(std::string(description));
   if (!session) return;
   try {
-    store_.updateAtomically([&](PersistedState& state) { state.activeSession = session; });
-  } catch (const std::exception&) {
-    // What is published already says what is wrong.
+    replaceStored(session->id, session);
+  } catch (...) {
+    // The published values already report the failure.
   }
 }
 
-// Makes sure that the active session's block is in place.
-void SessionEngine::protect() {
-  const auto hosts = hostsOf(*activeSession.value());
-  if (blocker_.status(hosts) != BlockingStatus::active) blocker_.apply(hosts);
-  storeActiveSession();
+// Ends the active session. On failure, the session needs attention.
+void SessionEngine::finish() {
+  const UUID id = activeSession.value()->id;
+  bool isBlockWrong = false;
+  try {
+    auto stored = storedSession();
+    const bool isAnothersBlock = stored && stored->id != id;
+    if (!isAnothersBlock) {
+      blocker_.remove();
+      stored = replaceStored(id, std::nullopt);
+    }
+    // Another process may have begun a session, or finished starting this one, meanwhile.
+    isBlockWrong = stored || blocker_.status({}) == BlockingStatus::mismatch;
+  } catch (...) {
+    requireAttention(descriptionOfCurrentException());
+    throw;
+  }
+  activeSession.set(std::nullopt);
+  protectionStatus.set(ProtectionStatus::off);
+  lastError.set(std::nullopt);
+  notify();
+  if (isBlockWrong) followStore();
 }
 
-void SessionEngine::storeActiveSession() {
-  auto session = activeSession.value();
-  session->state = SessionState::active;
-  store_.updateAtomically([&](PersistedState& state) { state.activeSession = session; });
+// Undoes a start whose block was not installed.
+void SessionEngine::discard(const UUID& id) {
+  try {
+    replaceStored(id, std::nullopt);
+  } catch (...) {
+    // The blocker's error is the one to report.
+  }
+  activeSession.set(std::nullopt);
+  protectionStatus.set(ProtectionStatus::off);
+}
+
+// Fails a start whose session another process has ended or replaced while the prompt was open: the
+// block that was just installed belongs to no session, or lists the wrong hosts.
+void SessionEngine::requireStored(const UUID& id) {
+  const auto stored = storedSession();
+  if (stored && stored->id == id) return;
+  followStore();
+  throw SessionError(stored ? SessionError::alreadyActive : SessionError::endedElsewhere);
+}
+
+// Holds the stored session from now on, and makes the block fit it. Never throws.
+void SessionEngine::followStore() {
+  recordingFailure([&] {
+    publish(*localStore_.loadShared());
+    protect();
+  });
+}
+
+// Makes the block fit the active session, and fit it again while other processes change the stored
+// session in between.
+void SessionEngine::protect() {
+  const auto fitBlock = [this] {
+    return activeSession.value() ? protectSession() : removeOrphanedBlock();
+  };
+  while (!fitBlock()) publish(*localStore_.loadShared());
+}
+
+// Returns false when the active session is no longer the stored one.
+bool SessionEngine::protectSession() {
+  BlockSession session = *activeSession.value();
+  const auto hosts = DomainRules::blockedHosts(session.group);
+  if (blocker_.status(hosts) != BlockingStatus::active) blocker_.apply(hosts);
+  session.state = SessionState::active;
+  const auto stored = replaceStored(session.id, session);
+  if (!stored || stored->id != session.id) return false;
   activeSession.set(session);
   protectionStatus.set(ProtectionStatus::active);
   notify();
+  return true;
+}
+
+// Removes a block without a session, which a crash or a declined rollback has left. Returns false
+// when another process has stored a session meanwhile.
+bool SessionEngine::removeOrphanedBlock() {
+  if (blocker_.status({}) == BlockingStatus::mismatch) {
+    if (storedSession()) return false;  // began since the store was read: the block is its own
+    blocker_.remove();
+    lastError.set(std::nullopt);
+    if (storedSession()) return false;
+  }
+  protectionStatus.set(ProtectionStatus::off);
+  return true;
+}
+
+// Returns the active session where the document cannot be read, which proves nothing.
+std::optional<BlockSession> SessionEngine::storedSession() const {
+  try {
+    return localStore_.loadShared()->activeSession;
+  } catch (const LocalStoreError&) {
+    return activeSession.value();
+  }
+}
+
+// Replaces the stored session while it is still the one with the identifier. Returns the session
+// stored afterwards.
+std::optional<BlockSession> SessionEngine::replaceStored(
+    const UUID& id, const std::optional<BlockSession>& replacement) {
+  return localStore_.withExclusiveLock([&] {
+    PersistedState state = localStore_.load();
+    if (state.activeSession && state.activeSession->id == id) {
+      state.activeSession = replacement;
+      localStore_.save(state);
+    }
+    return state.activeSession;
+  });
 }
 
 void SessionEngine::notify() const {
-  if (onSessionChanged) onSessionChanged(activeSession.value());
+  if (!onSessionChanged) return;
+  try {
+    onSessionChanged(activeSession.value());
+  } catch (...) {
+    // The change stands whatever its observer does.
+  }
 }
 
 }  // namespace tarnwell

@@ -1,5 +1,5 @@
-// Blocking sessions: periods during which a group's websites are blocked. Owns the user's groups
-// and the one active session, and keeps the hosts file in step with it.
+// Blocking sessions: periods during which the websites of one group are blocked. Owns the user's
+// groups and the active session, and keeps the hosts file in step with it.
 #pragma once
 
 #include <array>
@@ -23,13 +23,20 @@ namespace tarnwell {
 
 enum class ProtectionStatus { off, active, attentionRequired };
 
-enum class SessionCase { alreadyActive, strictSessionLocked, invalidDuration, noEnabledDomains };
+enum class SessionCase {
+  alreadyActive,
+  strictSessionLocked,
+  invalidDuration,
+  noEnabledDomains,
+  endedElsewhere
+};
 
-constexpr std::array<std::string_view, 4> texts(SessionCase) {
+constexpr std::array<std::string_view, 5> texts(SessionCase) {
   return {"A focus session is already active.",
           "Strict sessions cannot be ended before their timer expires.",
           "Choose a duration of at least one minute.",
-          "Enable at least one domain before starting."};
+          "Enable at least one domain before starting.",
+          "Another program ended the session while it was starting."};
 }
 
 class SessionError : public CaseError<SessionCase> {
@@ -48,9 +55,13 @@ struct SessionStart {
 // Belongs to one thread, which waits while an approval prompt is open. Holds the blocker by
 // reference; the owner outlives the engine. Reads nothing until `recover` or `loadPersistedState`.
 //
-// The stored session is written before the block is installed, and the file lock is never held
-// while the blocker works. What throws, throws SessionError, DomainRuleError, what the blocker
-// throws, or what the store throws.
+// A session is stored before its block is installed, and the file lock is never held while the
+// blocker works. Other processes may change the stored session meanwhile, so the engine replaces it
+// only while it is the one that the engine holds, by identifier, and looks at it again after each
+// change of the block: the block follows the stored session.
+//
+// Unless marked otherwise, operations throw SessionError, DomainRuleError, or what the blocker or
+// the store throws.
 class SessionEngine {
  public:
   SessionEngine(LocalStore store, BlockingEngine& blocker);
@@ -58,39 +69,45 @@ class SessionEngine {
   SessionEngine& operator=(const SessionEngine&) = delete;
   ~SessionEngine() = default;
 
-  // Stores a session and installs its block; a session that cannot be protected is discarded. Any
-  // other stored session, whoever started it and however old, stands in the way.
-  void start(const SessionStart& request);
+  // Stores a session and installs its block. Discards a session whose block cannot be installed.
+  // Any stored session is in the way, whichever process started it, an expired one too.
+  void start(SessionStart request);
 
-  // Ends the session. A strict one only when its time has come.
+  // Ends the session; a strict one only after its end time.
   void endFlexible(Instant now);
 
-  // Ends the session if that is allowed, and says whether it did.
+  // Ends the session if that is allowed. Returns whether it did.
   bool endIfFlexible(Instant now);
 
-  // Ends the session when its time has come. To be called now and then; never fails.
+  // Ends an expired session. Call periodically. Never throws.
   void tick(Instant now);
 
-  // Takes up the stored session at launch, and protects it again or ends it. Never fails.
+  // Takes up the stored session: installs its block if that is missing, or ends it if it has
+  // expired. Without a session, removes a block that belongs to none. Call at launch. Never throws.
   void recover(Instant now);
 
-  // Installs the block again after a failure. Never fails.
+  // Installs the block again, or removes it again where there is no session. This carries out
+  // DiagnosticAction::reapply. Never throws.
   void retryProtection();
 
-  // What the active session blocks, to compare with what the hosts file holds; nothing without a
-  // session. Throws DomainRuleError.
+  // Returns the hosts that the active session blocks; none without a session. Throws
+  // DomainRuleError.
   std::vector<std::string> expectedHosts() const;
 
-  // In seconds, never below 0.
+  // Returns seconds, never below 0.
   double remainingTime(Instant now) const;
 
-  // Stores edited groups. Not during a strict session.
+  // Stores edited groups. Refused during a strict session.
   void replaceGroups(std::vector<DomainGroup> newGroups);
 
-  // Absent when there is none with the identifier.
+  // Edits the stored groups in place, so that edits of other processes are kept. Refused during a
+  // strict session. Stores nothing when `change` throws.
+  void changeGroups(const std::function<void(std::vector<DomainGroup>&)>& change);
+
+  // Returns the group with the identifier, if any.
   std::optional<DomainGroup> group(const UUID& id) const;
 
-  // Publishes what is stored, without looking at the hosts file.
+  // Publishes the stored groups and session without looking at the hosts file.
   void loadPersistedState();
 
   Published<std::vector<DomainGroup>, SessionEngine> groups;
@@ -98,7 +115,7 @@ class SessionEngine {
   Published<ProtectionStatus, SessionEngine> protectionStatus;
   Published<std::optional<std::string>, SessionEngine> lastError;
 
-  // Called when a session has begun, was taken up, or has ended.
+  // Called when a session has begun, has been taken up, or has ended.
   std::function<void(const std::optional<BlockSession>&)> onSessionChanged;
 
  private:
@@ -106,13 +123,24 @@ class SessionEngine {
   bool mayEnd(Instant now) const;
 
   void publish(const PersistedState& state);
-  void finish();
+  template <class Operation>
+  void recordingFailure(Operation operation);
   void requireAttention(std::string_view description);
-  void protect();
-  void storeActiveSession();
   void notify() const;
 
-  const LocalStore store_;
+  void finish();
+  void discard(const UUID& id);
+  void requireStored(const UUID& id);
+  void followStore();
+  void protect();
+  bool protectSession();
+  bool removeOrphanedBlock();
+
+  std::optional<BlockSession> storedSession() const;
+  std::optional<BlockSession> replaceStored(const UUID& id,
+                                            const std::optional<BlockSession>& replacement);
+
+  const LocalStore localStore_;
   BlockingEngine& blocker_;
 };
 

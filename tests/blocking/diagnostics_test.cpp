@@ -3,10 +3,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tarnwell/blocking/hosts_blocking_engine.h"
+#include "tarnwell/blocking/hosts_document.h"
+#include "tarnwell/blocking/session_engine.h"
 #include "tarnwell/json/json_decode.h"
 #include "tarnwell/json/json_encode.h"
 
 #include "tests/support/fake_blocker.h"
+#include "tests/support/fake_runner.h"
+#include "tests/support/scratch_folder.h"
 
 namespace tarnwell {
 namespace {
@@ -46,6 +51,28 @@ TEST(Diagnostics, judgeEveryStatusWithAndWithoutExpectedHosts) {
     EXPECT_EQ(blocker.askedHosts, expected);
     EXPECT_THAT(blocker.calls, testing::ElementsAre("status"));
   }
+}
+
+TEST(Diagnostics, takeABlockerThatThrowsForUnreadable) {
+  test::FakeBlocker blocker;
+  blocker.onStatus = [] { throw 42; };
+  const auto snapshot = Diagnostics(blocker, "/data/Backups").snapshot(hosts);
+  EXPECT_EQ(snapshot.blockingStatus, BlockingStatus::unreadable);
+  EXPECT_EQ(snapshot.suggestedAction, DiagnosticAction::reviewConfiguration);
+}
+
+TEST(Diagnostics, suggestAnActionThatLeadsOutOfAnOrphanedBlock) {
+  const test::ScratchFolder folder;
+  test::writeFile(folder / "hosts", HostsDocument("127.0.0.1 localhost\n").applying(hosts));
+  test::FakeRunner administrator;
+  HostsBlockingEngine blocker(folder / "Backups", administrator, folder / "hosts");
+  const Diagnostics diagnostics(blocker, folder / "Backups");
+  SessionEngine blockSessions(LocalStore(folder / "state.json"), blocker);
+  EXPECT_EQ(diagnostics.snapshot(blockSessions.expectedHosts()).suggestedAction,
+            DiagnosticAction::reapply);
+  blockSessions.retryProtection();
+  EXPECT_EQ(test::contentOf(folder / "hosts"), "127.0.0.1 localhost\n");
+  EXPECT_EQ(diagnostics.snapshot(blockSessions.expectedHosts()).health, DiagnosticHealth::inactive);
 }
 
 TEST(DiagnosticsSnapshot, isWrittenWithoutAnActionWhenThereIsNone) {

@@ -3,9 +3,12 @@
 #include <algorithm>
 #include <random>
 #include <string>
+#include <utility>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
+#include <sys/resource.h>
 
 #include "tests/support/expect_error.h"
 
@@ -27,6 +30,8 @@ void expectRefused(DomainRuleCase which, std::initializer_list<std::string> inpu
     test::expectError(DomainRuleError(which), [&] { DomainRules::normalize(input); });
   }
 }
+
+constexpr std::size_t mebibyte = std::size_t{1} << 20U;
 
 std::string label(std::size_t length) { return std::string(length, 'a'); }
 
@@ -65,12 +70,79 @@ TEST(DomainRules, takeWhatIsNoURLForCredentials) {
                  "example.com%zz", "a\tb.com", "a\nb.com", std::string("a\0b.com", 7), "a\\b.com"});
 }
 
-TEST(DomainRules, takeAnAddressBeyondEightKilobytesForNoURL) {
+TEST(DomainRules, takeAnAddressBeyondAMebibyteForNoURL) {
   const std::string address = "https://example.com/";
-  const std::string longest = address + label(8192 - address.size());
+  const std::string longest = address + label(mebibyte - address.size());
   expectNormalized("example.com", {longest});
   expectRefused(DomainRuleError::credentialsNotAllowed, {longest + "a", label(20'000'000)});
 }
+
+// Returns the text with as many copies of the piece behind it as the limit of an address allows.
+std::string filled(std::string text, std::string_view piece) {
+  constexpr std::size_t limit = mebibyte - std::string_view("https://").size();
+  while (text.size() + piece.size() <= limit) text += piece;
+  return text;
+}
+
+// Normalises on a thread whose stack would not hold a call for each character.
+void normalizeOnSmallStack(const std::string& input) {
+  constexpr std::size_t smallStack = std::size_t{128} << 10U;
+  pthread_attr_t attributes{};
+  pthread_attr_init(&attributes);
+  ASSERT_EQ(pthread_attr_setstacksize(&attributes, smallStack), 0);
+  pthread_t thread{};
+  const auto body = [](void* text) -> void* {
+    try {
+      DomainRules::normalize(*static_cast<const std::string*>(text));
+    } catch (const DomainRuleError&) {
+      // Refused is as good as accepted here.
+    }
+    return nullptr;
+  };
+  auto copy = input;
+  ASSERT_EQ(pthread_create(&thread, &attributes, body, &copy), 0);
+  pthread_join(thread, nullptr);
+  pthread_attr_destroy(&attributes);
+}
+
+TEST(DomainRules, parseTheLongestAddressesWithoutRecursion) {
+  for (const auto& [prefix, piece] :
+       std::initializer_list<std::pair<const char*, const char*>>{{"", "a"},
+                                                                  {"", "a."},
+                                                                  {"", "%41"},
+                                                                  {"", "1."},
+                                                                  {"https:", "/"},
+                                                                  {"https://", "@"},
+                                                                  {"https://", ":"},
+                                                                  {"https://a:", "b"},
+                                                                  {"https://u:", "%41"},
+                                                                  {"https://a.b:", "1"},
+                                                                  {"https://[", "1:"},
+                                                                  {"https://[v1.", "a"},
+                                                                  {"a.b/", "a"},
+                                                                  {"a.b/", "%41"},
+                                                                  {"a.b", "/"},
+                                                                  {"a.b/", "../"},
+                                                                  {"a.b?", "a"},
+                                                                  {"a.b?", "/?"},
+                                                                  {"a.b#", "a"}}) {
+    SCOPED_TRACE(std::string(prefix) + piece);
+    normalizeOnSmallStack(filled(prefix, piece));
+  }
+}
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+TEST(DomainRules, parseTheLongestAddressInLessThan64MiBOfMemory) {
+  const auto peak = [] {
+    rusage usage{};
+    ::getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss;  // in KiB
+  };
+  const auto before = peak();
+  expectNormalized("a.b", {filled("a.b", "/")});  // an allocation for each segment
+  EXPECT_LT(peak() - before, 64L << 10U);
+}
+#endif
 
 TEST(DomainRules, refuseWildcardsBeforeTheyParse) {
   expectRefused(DomainRuleError::invalidHost,
@@ -152,6 +224,16 @@ TEST(ExpandedHosts, coverEachDistinctHostAndItsWwwInAscendingOrder) {
               ElementsAre("example.com", "www.example.com", "example.org", "www.example.org"));
   EXPECT_THAT(DomainRules::expandedHosts({"b.com", "a.com", "a-b.com"}),
               ElementsAre("a-b.com", "www.a-b.com", "a.com", "www.a.com", "b.com", "www.b.com"));
+}
+
+TEST(BlockedHosts, ofAGroupAreThoseOfItsEnabledRules) {
+  const DomainGroup group{.id = UUID::random(),
+                          .name = "G",
+                          .rules = {{.id = UUID::random(), .domain = "b.com"},
+                                    {.id = UUID::random(), .domain = "-", .isEnabled = false},
+                                    {.id = UUID::random(), .domain = "A.com"}}};
+  EXPECT_THAT(DomainRules::blockedHosts(group),
+              ElementsAre("a.com", "www.a.com", "b.com", "www.b.com"));
 }
 
 TEST(ExpandedHosts, ofNothingAreNone) { EXPECT_TRUE(DomainRules::expandedHosts({}).empty()); }

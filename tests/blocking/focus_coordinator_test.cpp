@@ -86,6 +86,22 @@ TEST_F(FocusCoordinatorTest, undoesTheStartOfATaskWhoseBlockingFails) {
   EXPECT_EQ(coordinator.lastError.value(), cancelled.description());
 }
 
+TEST_F(FocusCoordinatorTest, undoesTheStartOfATaskWhateverItsBlockingThrows) {
+  blocker.onApply = [] { throw 42; };
+  EXPECT_THROW(coordinator.start(request()), int);
+  EXPECT_EQ(status(), TaskStatus::pending);
+  EXPECT_EQ(storedSession(), std::nullopt);
+  EXPECT_EQ(coordinator.lastError.value(), "An unexpected error occurred.");
+}
+
+TEST_F(FocusCoordinatorTest, undoesAStartWhoseSessionEndedWhileThePromptWasOpen) {
+  blocker.onApply = [&] {
+    local.updateAtomically([](PersistedState& state) { state.activeSession.reset(); });
+  };
+  expectError(SessionError(SessionError::endedElsewhere), [&] { coordinator.start(request()); });
+  EXPECT_EQ(status(), TaskStatus::pending);
+}
+
 TEST_F(FocusCoordinatorTest, undoesTheStartOfATaskWhoseGroupHasNoEnabledRule) {
   FocusStart disabled = request();
   for (auto& rule : disabled.blockingGroup->rules) rule.isEnabled = false;
@@ -191,6 +207,30 @@ TEST_F(FocusCoordinatorTest, recoverWarnsOfAnActiveTaskThatExpectsBlockingAndHas
   EXPECT_EQ(coordinator.lastError.value(),
             "The active task expects website blocking, but protection is not active.");
   EXPECT_EQ(tasks.activeTaskID.value(), active.id);
+}
+
+TEST_F(FocusCoordinatorTest, recoverDoesNotWarnOfAnActiveTaskThatExpectsNoBlocking) {
+  FocusTask active = task_;
+  active.status = TaskStatus::active;
+  active.activeSegmentStartedAt = someInstant;
+  save({active});
+  coordinator.recover(someInstant);
+  EXPECT_EQ(coordinator.lastError.value(), std::nullopt);
+}
+
+TEST_F(FocusCoordinatorTest, recoverDoesNotWarnOfAPausedTaskThatExpectsBlocking) {
+  FocusTask paused = task_;
+  paused.status = TaskStatus::paused;
+  paused.blockingGroupID = UUID::random();
+  save({paused});
+  coordinator.recover(someInstant);
+  EXPECT_EQ(coordinator.lastError.value(), std::nullopt);
+}
+
+TEST_F(FocusCoordinatorTest, recoverRecordsWhateverTheBlockerThrows) {
+  blocker.onStatus = [] { throw 42; };
+  coordinator.recover(someInstant);
+  EXPECT_EQ(coordinator.lastError.value(), "An unexpected error occurred.");
 }
 
 TEST_F(FocusCoordinatorTest, recoverTakesOverTheBlockingsError) {

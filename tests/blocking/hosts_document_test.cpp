@@ -77,6 +77,12 @@ TEST(HostsDocument, takesBothLineFeedsWithABlockAtTheEnd) {
   EXPECT_EQ(removed("a\n" + block), "a");
 }
 
+TEST(HostsDocument, takesBothLineFeedsWithABlockBehindALineFeedAlone) {
+  EXPECT_EQ(removed("\n" + block + "\n"), "");
+  EXPECT_EQ(removed("\n" + block + "\na"), "\na");
+  EXPECT_EQ(removed("a" + block + "\n"), "a");
+}
+
 TEST(HostsDocument, takesTheLineFeedAfterABlockAtTheStart) {
   EXPECT_EQ(removed(block + "\na\n"), "a\n");
   EXPECT_EQ(removed(block + "\n"), "");

@@ -183,11 +183,27 @@ TEST_F(SessionEngineTest, theBlockersErrorIsToldEvenWhenTheStoreFailsToo) {
   EXPECT_EQ(engine.activeSession.value(), std::nullopt);
 }
 
+TEST_F(SessionEngineTest, aSessionIsDiscardedWhateverTheBlockerThrows) {
+  blocker.onApply = [] { throw 42; };
+  EXPECT_THROW(engine.start(request()), int);
+  expectNoSession();
+}
+
+TEST_F(SessionEngineTest, aFailedStartLeavesTheStatusOffWhateverItWasBefore) {
+  test::writeFile(local.url(), "damaged");
+  engine.recover(someInstant);
+  ASSERT_EQ(engine.protectionStatus.value(), ProtectionStatus::attentionRequired);
+  local.save({});
+  blocker.onApply = [] { throw cancelled; };
+  EXPECT_THROW(engine.start(request()), BlockingError);
+  expectNoSession();
+}
+
 TEST_F(SessionEngineTest, aFlexibleSessionEndsAtAnyTime) {
   engine.start(request());
   engine.endFlexible(someInstant);
   expectNoSession();
-  EXPECT_THAT(blocker.calls, ElementsAre("apply", "remove"));
+  EXPECT_THAT(blocker.calls, ElementsAre("apply", "remove", "status"));
   EXPECT_EQ(changes.back(), std::nullopt);
 }
 
@@ -205,8 +221,9 @@ TEST_F(SessionEngineTest, endingWithoutASessionDoesNothing) {
   engine.endFlexible(someInstant);
   EXPECT_FALSE(engine.endIfFlexible(someInstant));
   engine.tick(someInstant);
-  engine.retryProtection();
   EXPECT_THAT(blocker.calls, IsEmpty());
+  engine.retryProtection();
+  EXPECT_THAT(blocker.calls, ElementsAre("status"));
   EXPECT_EQ(test::entryCount(folder.path()), 0U);
 }
 
@@ -249,7 +266,7 @@ TEST_F(SessionEngineTest, recoverPublishesTheDefaultGroupWhereNoneIsStored) {
   engine.recover(someInstant);
   EXPECT_THAT(engine.groups.value(), ElementsAre(DomainGroup::socialDistractions()));
   EXPECT_EQ(engine.protectionStatus.value(), ProtectionStatus::off);
-  EXPECT_THAT(blocker.calls, IsEmpty());
+  EXPECT_THAT(blocker.calls, ElementsAre("status"));
 }
 
 TEST_F(SessionEngineTest, recoverTakesUpASessionWhoseBlockStands) {
@@ -284,7 +301,7 @@ TEST_F(SessionEngineTest, recoverRecordsWhatItCannotInstall) {
 TEST_F(SessionEngineTest, recoverEndsAnExpiredSession) {
   storeSession(SessionMode::strict);
   engine.recover(someInstant + hour);
-  EXPECT_THAT(blocker.calls, ElementsAre("remove"));
+  EXPECT_THAT(blocker.calls, ElementsAre("remove", "status"));
   expectNoSession();
 }
 
@@ -300,6 +317,63 @@ TEST_F(SessionEngineTest, recoverRecordsAFileThatItCannotRead) {
   engine.recover(someInstant);
   EXPECT_EQ(engine.protectionStatus.value(), ProtectionStatus::attentionRequired);
   EXPECT_THAT(*engine.lastError.value(), testing::StartsWith("Tarnwell data could not be read: "));
+}
+
+TEST_F(SessionEngineTest, recordsWhateverTheBlockerThrows) {
+  storeSession(SessionMode::flexible);
+  const auto expectRecorded = [&] {
+    EXPECT_EQ(engine.protectionStatus.value(), ProtectionStatus::attentionRequired);
+    EXPECT_EQ(engine.lastError.value(), "An unexpected error occurred.");
+    EXPECT_EQ(stored()->state, SessionState::attentionRequired);
+    storeSession(SessionMode::flexible);
+    engine.loadPersistedState();
+  };
+  blocker.onApply = [] { throw 42; };
+  blocker.onRemove = [] { throw 42; };
+  engine.recover(someInstant);
+  expectRecorded();
+  engine.retryProtection();
+  expectRecorded();
+  engine.tick(someInstant + hour);
+  expectRecorded();
+  EXPECT_THROW(engine.endFlexible(someInstant), int);
+  expectRecorded();
+}
+
+TEST_F(SessionEngineTest, recoverAfterTheSessionHasVanishedFromTheFileTurnsTheStatusOff) {
+  engine.start(request());
+  local.save({});
+  blocker.state = BlockingStatus::inactive;
+  engine.recover(someInstant);
+  expectNoSession();
+}
+
+TEST_F(SessionEngineTest, recoverRemovesABlockThatBelongsToNoSession) {
+  blocker.state = BlockingStatus::mismatch;
+  engine.recover(someInstant);
+  EXPECT_THAT(blocker.calls, ElementsAre("status", "remove"));
+  EXPECT_THAT(blocker.askedHosts, IsEmpty());
+  expectNoSession();
+}
+
+TEST_F(SessionEngineTest, recoverLeavesAHostsFileThatItCannotReadAloneWithoutASession) {
+  blocker.state = BlockingStatus::unreadable;
+  engine.recover(someInstant);
+  EXPECT_THAT(blocker.calls, ElementsAre("status"));
+  expectNoSession();
+}
+
+TEST_F(SessionEngineTest, retryRemovesABlockThatBelongsToNoSessionWhenRecoverCouldNot) {
+  blocker.state = BlockingStatus::mismatch;
+  blocker.onRemove = [] { throw cancelled; };
+  engine.recover(someInstant);
+  EXPECT_EQ(engine.protectionStatus.value(), ProtectionStatus::attentionRequired);
+  EXPECT_EQ(engine.lastError.value(), cancelled.description());
+  blocker.onRemove = [] {};
+  engine.retryProtection();
+  EXPECT_EQ(blocker.state, BlockingStatus::inactive);
+  EXPECT_EQ(engine.lastError.value(), std::nullopt);
+  expectNoSession();
 }
 
 TEST_F(SessionEngineTest, retryInstallsTheBlockAgain) {
@@ -349,6 +423,33 @@ TEST_F(SessionEngineTest, replaceGroupsIsRefusedDuringAStrictSessionOnly) {
   engine.replaceGroups({});
   EXPECT_TRUE(local.load().groups.empty());
   EXPECT_EQ(stored(), session);
+}
+
+TEST_F(SessionEngineTest, changeGroupsKeepsTheEditsOfOtherProcesses) {
+  const DomainGroup others = groupOf({"others.com"});
+  const DomainGroup own = groupOf({"own.com"});
+  local.save({.groups = {others}});
+  engine.changeGroups([&](auto& groups) { groups.push_back(own); });
+  EXPECT_THAT(local.load().groups, ElementsAre(others, own));
+  EXPECT_EQ(engine.groups.value(), local.load().groups);
+}
+
+TEST_F(SessionEngineTest, changeGroupsBeginsWithTheDefaultGroupWhereNoneIsStored) {
+  local.save({.groups = {}});
+  engine.changeGroups([](auto& groups) { groups[0].name = "Renamed"; });
+  ASSERT_EQ(local.load().groups.size(), 1U);
+  EXPECT_EQ(local.load().groups[0].name, "Renamed");
+}
+
+TEST_F(SessionEngineTest, changeGroupsStoresNothingWhenItIsRefused) {
+  storeSession(SessionMode::strict);
+  expectError(SessionError(SessionError::strictSessionLocked),
+              [&] { engine.changeGroups([](auto& groups) { groups.clear(); }); });
+  storeSession(SessionMode::flexible);
+  const auto flexible = local.load();
+  EXPECT_THROW(engine.changeGroups([](auto&) { DomainRules::normalize("localhost"); }),
+               DomainRuleError);
+  EXPECT_EQ(local.load(), flexible);
 }
 
 TEST_F(SessionEngineTest, loadPublishesWhatIsStoredAndTrustsNoBlock) {

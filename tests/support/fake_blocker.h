@@ -27,11 +27,13 @@ class FakeBlocker : public BlockingEngine {
   BlockingStatus status(const std::vector<std::string>& expectedHosts) override {
     calls.emplace_back("status");
     askedHosts = expectedHosts;
+    onStatus();
     return state;
   }
 
   std::function<void()> onApply = [] {};   // called first; may throw
   std::function<void()> onRemove = [] {};  // called first; may throw
+  std::function<void()> onStatus = [] {};  // called first; may throw
   BlockingStatus state = BlockingStatus::inactive;
 
   std::vector<std::string> calls;
