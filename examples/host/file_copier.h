@@ -3,7 +3,7 @@
 #pragma once
 
 #include <filesystem>
-#include <system_error>
+#include <fstream>
 
 #include "tarnwell/blocking/blocking_engine.h"
 #include "tarnwell/blocking/privileged_command_running.h"
@@ -12,12 +12,10 @@ namespace tarnwell::host {
 
 class FileCopier : public PrivilegedCommandRunning {
  public:
-  void replace(const std::filesystem::path& source,
-               const std::filesystem::path& destination) override {
-    std::error_code error;
-    std::filesystem::copy_file(source, destination,
-                               std::filesystem::copy_options::overwrite_existing, error);
-    if (error) throw BlockingError::writeFailed(error.message());
+  void replace(const PreparedFile& source, const std::filesystem::path& destination) override {
+    std::ofstream file(destination, std::ios::binary);
+    file << source.content << std::flush;
+    if (!file) throw BlockingError::writeFailed("the file cannot be written");
   }
 
   // Nobody looks up names in a scratch hosts file.

@@ -1,7 +1,6 @@
 #include "tarnwell/blocking/hosts_blocking_engine.h"
 
 #include <cerrno>
-#include <exception>
 #include <set>
 #include <system_error>
 
@@ -28,13 +27,13 @@ std::string readHosts(const fs::path& url) {
   }
 }
 
-// Removes a file when the scope ends, if it can.
-class FileForTheMoment {
+// The path of a file that is removed at the end of the scope, best effort.
+class ScopedFile {
  public:
-  explicit FileForTheMoment(fs::path path) : path_(std::move(path)) {}
-  FileForTheMoment(const FileForTheMoment&) = delete;
-  FileForTheMoment& operator=(const FileForTheMoment&) = delete;
-  ~FileForTheMoment() {
+  explicit ScopedFile(fs::path path) : path_(std::move(path)) {}
+  ScopedFile(const ScopedFile&) = delete;
+  ScopedFile& operator=(const ScopedFile&) = delete;
+  ~ScopedFile() {
     std::error_code ignored;
     fs::remove(path_, ignored);
   }
@@ -70,7 +69,7 @@ void HostsBlockingEngine::transact(const Transform& transform) {
 
   const std::string name = "hosts-" + UUID::random().text();
   const fs::path backup = backupDirectory_ / (name + ".backup");
-  const FileForTheMoment replacement(backupDirectory_ / (name + ".replacement"));
+  const ScopedFile replacement(backupDirectory_ / (name + ".replacement"));
   try {
     createFolders(backupDirectory_);
     replaceFile(backup, before);
@@ -79,15 +78,15 @@ void HostsBlockingEngine::transact(const Transform& transform) {
     throw BlockingError::writeFailed(error.description());
   }
 
-  install(replacement.path(), backup);
+  install({.path = replacement.path(), .content = after}, {.path = backup, .content = before});
   try {
     runner_.refreshDNS();
-  } catch (const std::exception& error) {
-    throw BlockingError::dnsRefreshFailed(error.what());
+  } catch (...) {
+    throw BlockingError::dnsRefreshFailed(descriptionOfCurrentException());
   }
 }
 
-void HostsBlockingEngine::install(const fs::path& replacement, const fs::path& backup) {
+void HostsBlockingEngine::install(const PreparedFile& replacement, const PreparedFile& backup) {
   std::string failure;
   try {
     runner_.replace(replacement, hostsURL_);
@@ -95,13 +94,13 @@ void HostsBlockingEngine::install(const fs::path& replacement, const fs::path& b
   } catch (const BlockingError& error) {
     if (error.which() == BlockingError::Case::authorizationCancelled) throw;
     failure = error.description();
-  } catch (const std::exception& error) {
-    failure = error.what();
+  } catch (...) {
+    failure = descriptionOfCurrentException();
   }
   try {
     runner_.replace(backup, hostsURL_);
-  } catch (const std::exception& error) {
-    throw BlockingError::rollbackFailed(error.what());
+  } catch (...) {
+    throw BlockingError::rollbackFailed(descriptionOfCurrentException());
   }
   throw BlockingError::writeFailed(failure);
 }

@@ -1,4 +1,4 @@
-// The only code that changes the system's hosts file: each change is one careful transaction.
+// The only code that changes the system's hosts file. Each change is one transaction.
 #pragma once
 
 #include <filesystem>
@@ -13,13 +13,14 @@
 
 namespace tarnwell {
 
-// Operations run one at a time; any thread may call, and waits while a prompt is open. Holds the
-// runner by reference; the owner outlives the engine.
+// Thread-safe: operations run one at a time, and wait while a prompt is open. Holds the runner by
+// reference; the owner outlives the engine.
 //
-// A change that makes no difference touches nothing and asks nobody. Any other leaves a copy of the
-// text before it in the backup directory, "hosts-" + UUID + ".backup", never pruned. When
-// installing fails the old text is put back; only BlockingError::rollbackFailed leaves the file in
-// an unknown state. A cancelled prompt is one prompt: nothing was changed and nothing is restored.
+// A change without a difference writes nothing and opens no prompt. Any other leaves the previous
+// text in the backup directory as "hosts-" + UUID + ".backup", which is never pruned. A failed
+// installation is rolled back to the text that was read; only BlockingError::rollbackFailed leaves
+// the file in an unknown state. After a declined prompt nothing has changed, and nothing is rolled
+// back.
 class HostsBlockingEngine : public BlockingEngine {
  public:
   HostsBlockingEngine(std::filesystem::path backupDirectory, PrivilegedCommandRunning& runner,
@@ -36,7 +37,7 @@ class HostsBlockingEngine : public BlockingEngine {
   using Transform = std::function<std::string(std::string)>;
 
   void transact(const Transform& transform);
-  void install(const std::filesystem::path& replacement, const std::filesystem::path& backup);
+  void install(const PreparedFile& replacement, const PreparedFile& backup);
   BlockingStatus currentStatus(const std::vector<std::string>& expectedHosts) const;
 
   std::mutex mutex_;

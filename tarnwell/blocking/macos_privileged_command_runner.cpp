@@ -2,10 +2,8 @@
 
 #include <algorithm>
 
-#include "tarnwell/base/text.h"
+#include "tarnwell/blocking/approval_prompt.h"
 #include "tarnwell/blocking/blocking_engine.h"
-#include "tarnwell/json/utf8.h"
-#include "tarnwell/platform/file.h"
 
 namespace tarnwell {
 namespace {
@@ -42,15 +40,10 @@ bool mentionsCancelling(std::string_view text) {
 
 }  // namespace
 
-void MacOSPrivilegedCommandRunner::replace(const std::filesystem::path& source,
+void MacOSPrivilegedCommandRunner::replace(const PreparedFile& source,
                                            const std::filesystem::path& destination) {
-  ChildResult result;
-  try {
-    result = runChild(scriptArguments(commandPlan(source.string(), destination.string())));
-  } catch (const FileError& error) {
-    throw BlockingError::writeFailed(error.description());
-  }
-  requireSuccess(result);
+  requireSuccess(
+      runApprovalPrompt(scriptArguments(commandPlan(source.path.string(), destination.string()))));
 }
 
 std::string MacOSPrivilegedCommandRunner::commandPlan(std::string_view replacementPath,
@@ -70,9 +63,9 @@ std::vector<std::string> MacOSPrivilegedCommandRunner::scriptArguments(std::stri
 
 void MacOSPrivilegedCommandRunner::requireSuccess(const ChildResult& result) {
   if (result.exitStatus == 0) return;
-  const std::string_view errors = isValidUTF8(result.errors) ? result.errors : std::string_view();
+  const std::string_view errors = errorTextOf(result);
   if (mentionsCancelling(errors)) throw BlockingError::authorizationCancelled();
-  throw BlockingError::writeFailed(trimmed(errors));
+  throw BlockingError::writeFailed(errors);
 }
 
 }  // namespace tarnwell

@@ -1,5 +1,5 @@
 // Asks for the administrator's approval through the script runner of macOS. The prompt is the
-// system's own; no password passes through here.
+// system's own; no password passes through this process.
 #pragma once
 
 #include <filesystem>
@@ -12,23 +12,24 @@
 
 namespace tarnwell {
 
+// Its command reads the source by its path: unlike the polkit runner, it installs what that file
+// holds when the prompt is answered.
 class MacOSPrivilegedCommandRunner : public PrivilegedCommandRunning {
  public:
   static constexpr const char* scriptRunner = "/usr/bin/osascript";
 
   // Installs the file and flushes the caches with one command, and so with one prompt.
-  void replace(const std::filesystem::path& source,
-               const std::filesystem::path& destination) override;
+  void replace(const PreparedFile& source, const std::filesystem::path& destination) override;
 
-  // Nothing: `replace` has done it, and must not be followed by a second prompt.
+  // Does nothing: `replace` has flushed the caches, and a second prompt must not follow.
   void refreshDNS() override {}
 
-  // The shell command that installs a file. Copying into the existing destination keeps its
+  // Returns the shell command that installs a file. Copying into the existing destination keeps its
   // identity.
   static std::string commandPlan(std::string_view replacementPath,
                                  std::string_view destinationPath);
 
-  // The script runner and its arguments for running a shell command as administrator.
+  // Returns the script runner and its arguments for running a shell command as administrator.
   static std::vector<std::string> scriptArguments(std::string_view command);
 
   // Throws BlockingError unless the script runner succeeded.

@@ -1,61 +1,59 @@
 #include "tarnwell/blocking/polkit_privileged_command_runner.h"
 
-#include <cerrno>
+#include <string_view>
 
-#include "tarnwell/base/text.h"
+#include "tarnwell/blocking/approval_prompt.h"
 #include "tarnwell/blocking/blocking_engine.h"
-#include "tarnwell/json/utf8.h"
 #include "tarnwell/platform/file.h"
+#include "tarnwell/platform/sealed_memory_file.h"
 
 namespace tarnwell {
 namespace {
 
-// Copying into the existing file keeps its identity, mounts and labels. Root opens no file by the
-// source's path: it stands in a folder of the user's, where another of his programs can put a link,
-// or mount something, to have root's own files published. The source is the standard input, opened
-// by this process, and its path says which file that must be. The script never exits with 126 or
-// 127, which are pkexec's own; caches that are missing or fail do not fail the block.
+// Writing into the existing file keeps its identity, mounts and labels. The input is opened again
+// by its name, because another holder of the descriptor could have moved its position. The script
+// never exits with 126 or 127, which are pkexec's own. Name caches are flushed best effort.
 constexpr const char* installScript =
-    R"({
-  if [ ! /dev/stdin -ef "$1" ]; then echo "another file is in the place of $1" >&2; false; fi &&
-    dd of="$2" conv=fsync status=none && chown 0:0 "$2" && chmod 0644 "$2"
+    R"({ dd if=/dev/stdin of="$1" conv=fsync status=none && chown 0:0 "$1" && chmod 0644 "$1"
 } || exit 1
 for flush in 'resolvectl flush-caches' 'nscd -i hosts'; do
   command -v "${flush%% *}" >/dev/null && $flush >/dev/null 2>&1
 done
 exit 0)";
 
+// pkexec refuses to run with odd values of SHELL, LANG, TERM and others.
+constexpr const char* minimalEnvironment = "PATH=/usr/sbin:/usr/bin:/sbin:/bin";
+
 }  // namespace
 
-void PolkitPrivilegedCommandRunner::replace(const std::filesystem::path& source,
+void PolkitPrivilegedCommandRunner::replace(const PreparedFile& source,
                                             const std::filesystem::path& destination) {
-  ChildResult result;
   try {
-    const auto content = openForReading(source);
-    if (!content) throw FileError("open", source, ENOENT);
-    result = runChild(commandArguments(source, destination), {.standardInput = content->number()});
+    const FileDescriptor content = sealedMemoryFile(source.content);
+    requireSuccess(runApprovalPrompt(
+        commandArguments(destination),
+        {.standardInput = content.number(), .environment = {{minimalEnvironment}}}));
   } catch (const FileError& error) {
     throw BlockingError::writeFailed(error.description());
   }
-  requireSuccess(result);
 }
 
 std::vector<std::string> PolkitPrivilegedCommandRunner::commandArguments(
-    const std::filesystem::path& source, const std::filesystem::path& destination) {
+    const std::filesystem::path& destination) {
   // Without --disable-internal-agent, pkexec would ask on the terminal, where an agent hangs.
-  return {"/usr/bin/pkexec", "--disable-internal-agent", "/bin/sh", "-c", installScript, "sh",
-          source.string(),   destination.string()};
+  return {"/usr/bin/pkexec",   "--disable-internal-agent", "/bin/sh", "-c", installScript, "sh",
+          destination.string()};
 }
 
 void PolkitPrivilegedCommandRunner::requireSuccess(const ChildResult& result) {
   constexpr int dismissed = 126;
   constexpr std::string_view ownMessage = "Error executing command as another user";
   if (result.exitStatus == 0) return;
-  const std::string_view errors = isValidUTF8(result.errors) ? result.errors : std::string_view();
+  const std::string_view errors = errorTextOf(result);
   if (result.exitStatus == dismissed && errors.find(ownMessage) != std::string_view::npos) {
     throw BlockingError::authorizationCancelled();
   }
-  throw BlockingError::writeFailed(trimmed(errors));
+  throw BlockingError::writeFailed(errors);
 }
 
 }  // namespace tarnwell

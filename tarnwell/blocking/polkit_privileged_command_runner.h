@@ -1,4 +1,4 @@
-// Asks for the administrator's approval through polkit, where there is no script runner.
+// Asks for the administrator's approval through polkit, on systems without a script runner.
 #pragma once
 
 #include <filesystem>
@@ -10,18 +10,19 @@
 
 namespace tarnwell {
 
+// Hands the text to root as a sealed memory file on standard input. Root opens no path of the
+// user's, so the user's folders may be closed to root, and no program of the user's can change the
+// text while the prompt is open.
 class PolkitPrivilegedCommandRunner : public PrivilegedCommandRunning {
  public:
-  // Installs the file and, as far as the system has them, flushes the caches of name look-ups.
-  void replace(const std::filesystem::path& source,
-               const std::filesystem::path& destination) override;
+  void replace(const PreparedFile& source, const std::filesystem::path& destination) override;
 
-  // Nothing: `replace` has done it, and must not be followed by a second prompt.
+  // Does nothing: `replace` has flushed the caches, and a second prompt must not follow.
   void refreshDNS() override {}
 
-  // The whole command line. The paths are arguments of a fixed script, so nothing is quoted.
-  static std::vector<std::string> commandArguments(const std::filesystem::path& source,
-                                                   const std::filesystem::path& destination);
+  // Returns the whole command line. The destination is an argument of a fixed script, so nothing is
+  // quoted.
+  static std::vector<std::string> commandArguments(const std::filesystem::path& destination);
 
   // Throws BlockingError unless the command succeeded.
   static void requireSuccess(const ChildResult& result);

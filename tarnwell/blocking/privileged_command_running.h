@@ -1,11 +1,20 @@
-// The interface to what only the administrator may do, after having been asked.
+// The interface to the one thing that needs the administrator's approval: installing the hosts
+// file.
 #pragma once
 
 #include <filesystem>
+#include <string_view>
 
 namespace tarnwell {
 
-// Blocks while the approval prompt is open: not to be called on a thread that must stay responsive.
+// A file written for installation, and the text that its writer put into it. The text is what to
+// install: other programs of the user may have changed the file since.
+struct PreparedFile {
+  std::filesystem::path path{};
+  std::string_view content{};
+};
+
+// Blocks its thread while the approval prompt is open.
 class PrivilegedCommandRunning {
  public:
   PrivilegedCommandRunning() = default;
@@ -13,12 +22,11 @@ class PrivilegedCommandRunning {
   PrivilegedCommandRunning& operator=(const PrivilegedCommandRunning&) = delete;
   virtual ~PrivilegedCommandRunning() = default;
 
-  // Puts the content of one file in place of another's, owned by root and readable by everybody,
-  // and makes the system forget cached name look-ups. Throws BlockingError.
-  virtual void replace(const std::filesystem::path& source,
-                       const std::filesystem::path& destination) = 0;
+  // Writes the source's text into the destination, makes root its owner and everyone a reader, and
+  // flushes cached name look-ups. Throws BlockingError.
+  virtual void replace(const PreparedFile& source, const std::filesystem::path& destination) = 0;
 
-  // Makes the system forget cached name look-ups. Throws BlockingError.
+  // Flushes cached name look-ups. Throws BlockingError.
   virtual void refreshDNS() = 0;
 };
 

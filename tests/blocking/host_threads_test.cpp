@@ -1,4 +1,5 @@
 // A host with a thread for what may wait for the administrator, beside the one of its windows.
+#include <atomic>
 #include <mutex>
 #include <set>
 #include <thread>
@@ -105,6 +106,34 @@ TEST(HostThreads, useTheTaskStoreAndTheHostsEngineAtOnce) {
   EXPECT_EQ(store.snapshot().state().tasks.size(), 2 * rounds);
   EXPECT_EQ(document.load().activeSession, std::nullopt);
   EXPECT_EQ(contentOf(hostsFile), plainHosts);
+}
+
+// The file is half written while the other thread asks; the question has to wait for the rest.
+TEST(HostThreads, askForTheStatusOfAWholeHostsFileOnly) {
+  const test::ScratchFolder folder;
+  const auto hostsFile = folder / "hosts";
+  test::writeFile(hostsFile, plainHosts);
+  std::atomic<bool> isHalfWritten = false;
+  std::atomic<bool> isAnswered = false;
+  test::FakeRunner administrator;
+  administrator.answers = {[&](const PreparedFile& source, const std::filesystem::path& file) {
+    test::writeFile(file, "half a fi");
+    isHalfWritten = true;
+    constexpr int turns = 5'000;  // enough for an answer that does not wait
+    for (int turn = 0; turn < turns && !isAnswered; ++turn) std::this_thread::yield();
+    test::FakeRunner::install(source, file);
+  }};
+  HostsBlockingEngine blocker(folder / "Backups", administrator, hostsFile);
+
+  BlockingStatus status{};
+  std::thread window([&] {
+    while (!isHalfWritten) std::this_thread::yield();
+    status = blocker.status({"example.com"});
+    isAnswered = true;
+  });
+  blocker.apply({"example.com"});
+  window.join();
+  EXPECT_EQ(status, BlockingStatus::active);
 }
 
 // Whoever applies a block checks it afterwards, and throws when somebody came between.

@@ -30,7 +30,7 @@ const std::string plain = "127.0.0.1 localhost\r\n# no final newline";
 const std::string blocked = HostsDocument(plain).applying(hosts);
 
 FakeRunner::Replace failWith(const BlockingError& error) {
-  return [error](const fs::path&, const fs::path&) { throw error; };
+  return [error](const PreparedFile&, const fs::path&) { throw error; };
 }
 
 class HostsBlockingEngineTest : public testing::Test {
@@ -72,8 +72,9 @@ TEST_F(HostsBlockingEngineTest, appliesTheBlockAndKeepsTheTextFromBefore) {
 
 TEST_F(HostsBlockingEngineTest, namesItsFilesAfterAnIdentifierOfTheirOwn) {
   std::string source;
-  runner.answers = {[&](const fs::path& from, const fs::path& to) {
-    source = from.filename().string();
+  runner.answers = {[&](const PreparedFile& from, const fs::path& to) {
+    source = from.path.filename().string();
+    EXPECT_EQ(contentOf(from.path), from.content);
     FakeRunner::install(from, to);
   }};
   engine.apply(hosts);
@@ -147,7 +148,7 @@ TEST_F(HostsBlockingEngineTest, aCancelledPromptIsOnePromptAndChangesNothing) {
 }
 
 TEST_F(HostsBlockingEngineTest, putsTheOldTextBackWhenInstallingFails) {
-  runner.answers = {[](const fs::path&, const fs::path& destination) {
+  runner.answers = {[](const PreparedFile&, const fs::path& destination) {
                       writeFile(destination, "half a fi");
                       throw BlockingError::writeFailed("disk full");
                     },
@@ -160,7 +161,7 @@ TEST_F(HostsBlockingEngineTest, putsTheOldTextBackWhenInstallingFails) {
 }
 
 TEST_F(HostsBlockingEngineTest, takesAFailureOfAnotherKindForAFailedInstallation) {
-  runner.answers = {[](const fs::path&, const fs::path& destination) {
+  runner.answers = {[](const PreparedFile&, const fs::path& destination) {
                       throw FileError("run", destination, EIO);
                     },
                     FakeRunner::install};
@@ -170,13 +171,41 @@ TEST_F(HostsBlockingEngineTest, takesAFailureOfAnotherKindForAFailedInstallation
 }
 
 TEST_F(HostsBlockingEngineTest, putsTheOldTextBackWhateverIsThrown) {
-  runner.answers = {[](const fs::path&, const fs::path& destination) {
+  const auto expectRollback = [&](auto thrown, const char* description) {
+    runner.requests.clear();
+    runner.answers = {[thrown](const PreparedFile&, const fs::path& destination) {
+                        writeFile(destination, "half a fi");
+                        throw thrown;
+                      },
+                      FakeRunner::install};
+    expectError(BlockingError::writeFailed(description), [&] { engine.apply(hosts); });
+    EXPECT_EQ(contentOf(file), plain);
+  };
+  expectRollback(std::length_error("too much of it"), "too much of it");
+  expectRollback(42, "An unexpected error occurred.");
+}
+
+TEST_F(HostsBlockingEngineTest, putsBackTheTextThatItReadWhateverItsCopyHoldsByThen) {
+  runner.answers = {[](const PreparedFile& source, const fs::path& destination) {
                       writeFile(destination, "half a fi");
-                      throw std::length_error("too much of it");
+                      fs::path backup = source.path;
+                      writeFile(backup.replace_extension(".backup"), "another program's text");
+                      throw BlockingError::writeFailed("disk full");
                     },
                     FakeRunner::install};
-  expectError(BlockingError::writeFailed("too much of it"), [&] { engine.apply(hosts); });
+  EXPECT_THROW(engine.apply(hosts), BlockingError);
   EXPECT_EQ(contentOf(file), plain);
+}
+
+TEST_F(HostsBlockingEngineTest, reportsWhateverTheRollbackOrTheRefreshThrows) {
+  const auto throwUnknown = [](const PreparedFile&, const fs::path&) { throw 42; };
+  runner.answers = {throwUnknown};
+  expectError(BlockingError::rollbackFailed("An unexpected error occurred."),
+              [&] { engine.apply(hosts); });
+  runner.answers = {FakeRunner::install};
+  runner.onRefresh = [] { throw 42; };
+  expectError(BlockingError::dnsRefreshFailed("An unexpected error occurred."),
+              [&] { engine.apply(hosts); });
 }
 
 TEST_F(HostsBlockingEngineTest, saysThatTheRollbackNeedsAttentionWhenThatFailsToo) {
@@ -189,7 +218,7 @@ TEST_F(HostsBlockingEngineTest, saysThatTheRollbackNeedsAttentionWhenThatFailsTo
 }
 
 TEST_F(HostsBlockingEngineTest, cannotVerifyAnInstallationThatDidNothing) {
-  runner.answers = {[](const fs::path&, const fs::path&) {}};
+  runner.answers = {[](const PreparedFile&, const fs::path&) {}};
   expectError(BlockingError::verificationFailed(), [&] { engine.apply(hosts); });
 }
 

@@ -21,7 +21,6 @@ using test::managedBlock;
 using test::othersEntries;
 using test::Prompt;
 using testing::ElementsAre;
-using testing::EndsWith;
 using Service = AgentCommandService;
 
 const std::string blockedHosts = std::string(othersEntries) + "\n" + std::string(managedBlock);
@@ -240,6 +239,29 @@ TEST_P(BlockingEndToEnd, aSessionThatNeedsAttentionEndsWithAnotherTask) {
   EXPECT_EQ(system.promptCount(), 3U);
 }
 
+TEST_P(BlockingEndToEnd, aTaskPausedWhileItsPromptIsOpenLeavesNoBlockBehind) {
+  plan.system.willAnswer({Answer::meddle, Answer::approve});
+  plan.system.willMeddle(BlockedPlan::request("tasks.pause", 1, "{}"));
+  EXPECT_EQ(plan.start(),
+            Service::failure(failures::revisionConflict, 2, "Expected 1, current 2."));
+  EXPECT_EQ(plan.hosts(), othersEntries);
+  EXPECT_EQ(plan.status(), TaskStatus::paused);
+  EXPECT_EQ(plan.state().activeSession, std::nullopt);
+  EXPECT_EQ(system.promptCount(), 2U);
+}
+
+TEST_P(BlockingEndToEnd, aBlockLeftBehindGoesWithTheNextSession) {
+  plan.system.willAnswer({Answer::meddle, Answer::dismiss, Answer::approve});
+  plan.system.willMeddle(BlockedPlan::request("tasks.pause", 1, "{}"));
+  plan.start();
+  EXPECT_EQ(plan.hosts(), blockedHosts);
+  EXPECT_EQ(plan.state().activeSession, std::nullopt);
+  EXPECT_EQ(plan.start(2), done(3));
+  EXPECT_EQ(plan.ask("tasks.pause", 3), done(4));
+  EXPECT_EQ(plan.hosts(), othersEntries);
+  EXPECT_EQ(system.promptCount(), 3U);
+}
+
 TEST_P(BlockingEndToEnd, aReminderIsRefusedBeforeAnyPromptOrConflict) {
   plan.system.willAnswer({Answer::approve});
   plan.task.reminder = TaskReminder{.isEnabled = true};
@@ -264,15 +286,39 @@ TEST_P(BlockingEndToEnd, thePromptIsForOneFixedCommandOnTheHostsFile) {
   plan.start();
   const auto request = system.lastRequest();
   if (GetParam() == Prompt::polkit) {
-    ASSERT_EQ(request.size(), 7U);
+    ASSERT_EQ(request.size(), 6U);
     EXPECT_EQ(request[0], "--disable-internal-agent");
-    EXPECT_THAT(request[5], EndsWith(".replacement"));
-    EXPECT_EQ(request[6], "/etc/hosts");
+    EXPECT_EQ(request[5], "/etc/hosts");
   } else {
     ASSERT_EQ(request.size(), 2U);
     EXPECT_EQ(request[0], "-e");
     EXPECT_THAT(request[1], testing::HasSubstr(".replacement' '/etc/hosts' && "));
   }
+}
+
+using PolkitBlockingEndToEnd = BlockingEndToEnd;
+
+INSTANTIATE_TEST_SUITE_P(Prompts, PolkitBlockingEndToEnd, testing::Values(Prompt::polkit),
+                         [](const auto& /*prompt*/) { return "polkit"; });
+
+TEST_P(PolkitBlockingEndToEnd, noOtherProgramChangesWhatIsInstalledWhileThePromptIsOpen) {
+  plan.system.willAnswer({Answer::tamper});
+  EXPECT_EQ(plan.start(), done(1));
+  EXPECT_EQ(plan.hosts(), blockedHosts);
+}
+
+TEST_P(PolkitBlockingEndToEnd, noOtherProgramChangesWhatIsRestoredWhileThePromptIsOpen) {
+  plan.system.willAnswer({Answer::damage, Answer::tamper});
+  EXPECT_EQ(plan.start(), refused);
+  EXPECT_EQ(plan.hosts(), othersEntries);
+}
+
+TEST_P(PolkitBlockingEndToEnd, thePromptStartsWithAMinimalEnvironment) {
+  plan.system.willAnswer({Answer::approve});
+  EXPECT_EQ(test::replyIn(system.run(plan.startRequest(),
+                                     {"/usr/bin/env", "SHELL=/odd", "LANG=/odd", TARNWELLCTL})),
+            done(1));
+  EXPECT_THAT(system.lastEnvironment(), ElementsAre("PATH=/usr/sbin:/usr/bin:/sbin:/bin"));
 }
 
 }  // namespace

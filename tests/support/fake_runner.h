@@ -9,22 +9,21 @@
 
 #include "tarnwell/blocking/privileged_command_running.h"
 
+#include "tests/support/scratch_folder.h"
+
 namespace tarnwell::test {
 
 class FakeRunner : public PrivilegedCommandRunning {
  public:
-  using Replace = std::function<void(const std::filesystem::path&, const std::filesystem::path&)>;
+  using Replace = std::function<void(const PreparedFile&, const std::filesystem::path&)>;
 
   // What an administrator's approval does.
-  static void install(const std::filesystem::path& source,
-                      const std::filesystem::path& destination) {
-    std::filesystem::copy_file(source, destination,
-                               std::filesystem::copy_options::overwrite_existing);
+  static void install(const PreparedFile& source, const std::filesystem::path& destination) {
+    writeFile(destination, source.content);
   }
 
-  void replace(const std::filesystem::path& source,
-               const std::filesystem::path& destination) override {
-    requests.push_back(source.extension().string());
+  void replace(const PreparedFile& source, const std::filesystem::path& destination) override {
+    requests.push_back(source.path.extension().string());
     const std::size_t index = requests.size() - 1;
     const Replace& answer = index < answers.size() ? answers[index] : answers.back();
     answer(source, destination);

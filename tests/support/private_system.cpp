@@ -19,6 +19,13 @@ pretend() { exit 0; }
 damage() { echo damaged >/etc/hosts; fail; }
 chatter() { head -c 1048576 /dev/zero | tr '\0' x >&2; echo 'a line of output'; approve "$@"; }
 
+tamper() {
+  for file in "${plan%/*}"/Backups/* /proc/$$/fd/0; do echo tampered >"$file"; done 2>/dev/null
+  approve "$@"
+}
+meddle() { env HOME="$home" "$tool" <"$folder/meddling" >/dev/null; approve "$@"; }
+
+cat /proc/$$/environ >"$folder/environment"
 printf x >>"$folder/prompts"
 printf '%s\0' "$@" >"$folder/request"
 cp "$plan" "$folder/plan"
@@ -65,6 +72,14 @@ exec "$@")sh";
   arguments.insert(arguments.end(), {"/bin/sh", "-c", mountAndRun, folder.string()});
   arguments.insert(arguments.end(), command.begin(), command.end());
   return arguments;
+}
+
+// The texts of a list in which a zero byte ends each.
+std::vector<std::string> textsIn(const std::string& list) {
+  std::vector<std::string> texts;
+  std::istringstream stream(list);
+  for (std::string text; std::getline(stream, text, '\0');) texts.push_back(text);
+  return texts;
 }
 
 void createMountedFolders(const fs::path& folder) {
@@ -116,16 +131,18 @@ AgentResponseEnvelope PrivateSystem::ask(std::string_view command) const {
 }
 
 std::vector<std::string> PrivateSystem::lastRequest() const {
-  std::vector<std::string> arguments;
-  std::istringstream stream(contentOf(folder_ / "request"));
-  for (std::string argument; std::getline(stream, argument, '\0');) arguments.push_back(argument);
-  return arguments;
+  return textsIn(contentOf(folder_ / "request"));
+}
+
+std::vector<std::string> PrivateSystem::lastEnvironment() const {
+  return textsIn(contentOf(folder_ / "environment"));
 }
 
 void PrivateSystem::addProgram(const std::string& path, std::string_view script) const {
   const fs::path file = folder_ / path;
-  writeFile(file, "#!/bin/sh\nfolder='" + folder_.path().string() + "'\nplan='" +
-                      tool_.dataFile().string() + "'\n" + std::string(script));
+  writeFile(file, "#!/bin/sh\nfolder='" + folder_.path().string() + "'\nhome='" +
+                      tool_.home().string() + "'\nplan='" + tool_.dataFile().string() +
+                      "'\ntool='" TARNWELLCTL "'\n" + std::string(script));
   fs::permissions(file, fs::perms::owner_all);
 }
 

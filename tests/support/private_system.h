@@ -24,11 +24,13 @@ enum class Answer {
   fail,
   pretend,  // succeeds without having done anything
   damage,   // spoils the hosts file and fails
-  chatter   // approves, after a megabyte of errors and a line of output
+  chatter,  // approves, after a megabyte of errors and a line of output
+  tamper,   // approves, after another program has tried to change what is installed
+  meddle    // approves, after another process has run the command given to `willMeddle`
 };
 
-constexpr std::array<std::string_view, 6> texts(Answer) {
-  return {"approve", "dismiss", "fail", "pretend", "damage", "chatter"};
+constexpr std::array<std::string_view, 8> texts(Answer) {
+  return {"approve", "dismiss", "fail", "pretend", "damage", "chatter", "tamper", "meddle"};
 }
 
 class PrivateSystem {
@@ -41,6 +43,9 @@ class PrivateSystem {
   // One answer for each time that the administrator is asked. Any further prompt fails.
   void willAnswer(const std::vector<Answer>& answers);
 
+  // The command that another process gives to the tool while a prompt is open.
+  void willMeddle(std::string_view command) const { writeFile(folder_ / "meddling", command); }
+
   // The tool, or a command that starts it.
   ProcessResult run(std::string_view input,
                     const std::vector<std::string>& command = {TARNWELLCTL}) const;
@@ -49,6 +54,9 @@ class PrivateSystem {
   // How often the administrator was asked, and what for: the arguments of the last prompt.
   std::size_t promptCount() const { return contentOf(folder_ / "prompts").size(); }
   std::vector<std::string> lastRequest() const;
+
+  // The environment of the program that asked last: NAME=VALUE, in any order.
+  std::vector<std::string> lastEnvironment() const;
 
   // While the last prompt was open.
   PersistedState planAtPrompt() const { return LocalStore(folder_ / "plan").load(); }
