@@ -82,25 +82,45 @@ LocalDay Calendar::day(Instant instant) const {
 }
 
 std::optional<Instant> Calendar::date(LocalDay day) const {
+  return instant(day, std::chrono::seconds(0));
+}
+
+std::optional<Instant> Calendar::instant(LocalDay day, std::chrono::seconds timeOfDay) const {
   const auto midnight = wallClockMidnight(day);
   if (!midnight) return std::nullopt;
+  const time_t wallClock = *midnight + timeOfDay.count();
   // No zone is further than two days from UTC, so the offsets in force around the day are those of
   // two instants that safely precede and follow it.
-  const time_t before = *midnight - 2 * secondsPerDay;
-  const time_t after = *midnight + 2 * secondsPerDay;
+  const time_t before = wallClock - 2 * secondsPerDay;
+  const time_t after = wallClock + 2 * secondsPerDay;
   const auto localBefore = localTime(before);
   const auto localAfter = localTime(after);
   if (!localBefore || !localAfter) return std::nullopt;
 
-  // Each offset proposes one instant; it is a midnight if that offset is in force then. The larger
-  // offset proposes the earlier one.
+  // Each offset proposes one instant; it is one that shows the time if that offset is in force
+  // then. The larger offset proposes the earlier one.
   const auto [low, high] = std::minmax({localBefore->tm_gmtoff, localAfter->tm_gmtoff});
   for (const auto offset : {high, low}) {
-    const time_t candidate = *midnight - offset;
+    const time_t candidate = wallClock - offset;
     const auto local = localTime(candidate);
     if (local && local->tm_gmtoff == offset) return instantFromUnix(candidate);
   }
-  return instantFromUnix(firstSecondAtOrAfter(*midnight, before, after));
+  return instantFromUnix(firstSecondAtOrAfter(wallClock, before, after));
+}
+
+std::chrono::seconds Calendar::timeOfDay(Instant instant) const {
+  const tm local = requireLocalTime(instant);
+  return std::chrono::hours(local.tm_hour) + std::chrono::minutes(local.tm_min) +
+         std::chrono::seconds(local.tm_sec);
+}
+
+std::optional<Weekday> Calendar::weekday(LocalDay day) {
+  constexpr int daysPerWeek = 7;
+  const auto midnight = wallClockMidnight(day);
+  if (!midnight) return std::nullopt;
+  // The Unix epoch was a Thursday.
+  const auto days = (*midnight / secondsPerDay + static_cast<int>(Weekday::thursday)) % daysPerWeek;
+  return static_cast<Weekday>((days + daysPerWeek) % daysPerWeek);
 }
 
 WeekInterval Calendar::week(Instant instant) const {

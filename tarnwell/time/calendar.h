@@ -1,6 +1,7 @@
 // The user's Gregorian calendar: which day an instant falls on, when a day and a week begin.
 #pragma once
 
+#include <chrono>
 #include <optional>
 
 #include "tarnwell/time/instant.h"
@@ -35,6 +36,17 @@ struct Calendar {
   // midnight does not exist the day starts at its first existing instant; where it happens twice,
   // at the first. Absent beyond the years that the system can represent.
   std::optional<Instant> date(LocalDay day) const;
+
+  // The instant at which a wall clock on that day shows the time since midnight, by the same rules:
+  // where clocks pass over the time, the first instant after it; where they show it twice, the
+  // first.
+  std::optional<Instant> instant(LocalDay day, std::chrono::seconds timeOfDay) const;
+
+  // The time since midnight that a wall clock shows.
+  std::chrono::seconds timeOfDay(Instant instant) const;
+
+  // Absent beyond the years that the system can represent.
+  static std::optional<Weekday> weekday(LocalDay day);
 
   // The week that contains an instant. Fatal beyond the years that the system can represent.
   WeekInterval week(Instant instant) const;

@@ -1,5 +1,6 @@
 #include "tarnwell/time/calendar.h"
 
+#include <chrono>
 #include <ctime>
 #include <string>
 
@@ -55,6 +56,43 @@ TEST(CalendarDate, ofADayThatDoesNotExistIsTheFirstInstantAfterIt) {
   EXPECT_EQ(startOf({2011, 12, 30}), "2011-12-30T10:00:00Z");
   EXPECT_EQ(startOf({2011, 12, 31}), "2011-12-30T10:00:00Z");
   EXPECT_EQ(startOf({2011, 12, 29}), "2011-12-29T10:00:00Z");
+}
+
+// What a wall clock shows at the instant of a wall-clock time, as UTC text.
+std::string instantAt(LocalDay day, std::chrono::seconds timeOfDay) {
+  const auto instant = calendar.instant(day, timeOfDay);
+  return instant ? isoText(*instant) : "none";
+}
+
+TEST(CalendarInstant, showsTheTimeOfDayAlsoOnDaysWhenClocksChange) {
+  using namespace std::chrono_literals;
+  const ScopedTimeZone zone("Europe/Vienna");
+  EXPECT_EQ(instantAt({2025, 3, 4}, 14h + 30min), "2025-03-04T13:30:00Z");
+  EXPECT_EQ(instantAt({2025, 3, 30}, 14h + 30min), "2025-03-30T12:30:00Z");
+  EXPECT_EQ(instantAt({2025, 10, 26}, 14h + 30min), "2025-10-26T13:30:00Z");
+}
+
+TEST(CalendarInstant, isTheFirstOneWhereClocksPassOverTheTimeOrShowItTwice) {
+  using namespace std::chrono_literals;
+  const ScopedTimeZone zone("Europe/Vienna");
+  EXPECT_EQ(instantAt({2025, 3, 30}, 2h + 30min), "2025-03-30T01:00:00Z");
+  EXPECT_EQ(instantAt({2025, 10, 26}, 2h + 30min), "2025-10-26T00:30:00Z");
+}
+
+TEST(CalendarTimeOfDay, isWhatAWallClockShows) {
+  using namespace std::chrono_literals;
+  const ScopedTimeZone zone("Europe/Vienna");
+  for (const LocalDay day : {LocalDay{2025, 3, 4}, LocalDay{2025, 3, 30}, LocalDay{2025, 10, 26}}) {
+    EXPECT_EQ(calendar.timeOfDay(*calendar.instant(day, 14h + 30min + 5s)), 14h + 30min + 5s);
+  }
+}
+
+TEST(CalendarWeekday, isTheDayOfTheWeek) {
+  EXPECT_EQ(Calendar::weekday({2025, 3, 4}), Weekday::tuesday);
+  EXPECT_EQ(Calendar::weekday({1970, 1, 1}), Weekday::thursday);
+  EXPECT_EQ(Calendar::weekday({1969, 12, 28}), Weekday::sunday);
+  EXPECT_EQ(Calendar::weekday({2024, 14, 1}), Weekday::saturday);  // 2025-02-01
+  EXPECT_EQ(Calendar::weekday({9'000'000'000'000, 1, 1}), std::nullopt);
 }
 
 TEST(CalendarDate, rollsFieldsOutOfRangeOver) {
