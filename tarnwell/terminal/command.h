@@ -1,0 +1,78 @@
+// A command: what it is called with, and the function that carries it out.
+//
+// To add a command:
+//   1. write its function in the file of its family, such as group_commands.cpp: it reads what was
+//      given, decides, and returns what to show, but neither asks nor prints;
+//   2. describe it beside the function with a `Command`, and declare that in commands.h;
+//   3. give it a row in the table in commands.cpp;
+//   4. add it to docs/terminal.md and packaging/tarnwell.1. Help and completion follow by
+//   themselves.
+#pragma once
+
+#include <array>
+#include <functional>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "tarnwell/base/error.h"
+#include "tarnwell/json/json_convert.h"
+#include "tarnwell/json/json_value.h"
+#include "tarnwell/terminal/arguments.h"
+#include "tarnwell/terminal/page.h"
+
+namespace tarnwell::terminal {
+
+class Host;
+
+// What a command has to say.
+struct Answer {
+  Page page{};                       // to standard output
+  std::optional<JSONValue> json{};   // there instead, where the user asked for it
+  std::vector<std::string> notes{};  // what else the user should know, to standard error
+  int status = 0;
+};
+
+// Something to ask before a change.
+struct Question {
+  Page shown{};                   // to standard output, before the question
+  std::string text{};             // without "?"
+  bool isOnlyForTheUser = false;  // then no option answers it
+  std::function<Answer()> whenYes{};
+};
+
+using Outcome = std::variant<Answer, Question>;
+
+// The command is refused: exit status 1. What is shown says why and what to do next.
+class Refusal : public Error {
+ public:
+  explicit Refusal(std::string_view reason, Page details = {})
+      : Error(reason), details_(std::move(details)) {}
+
+  const Page& details() const noexcept { return details_; }
+
+ private:
+  Page details_;
+};
+
+using Run = Outcome(Host& host, const Arguments& arguments);
+
+struct Command {
+  std::string_view name;  // several words for one of a group: "group add"
+  std::string_view summary;
+  std::string_view example;
+  std::span<const Parameter> parameters{};
+  Run* run = nullptr;
+  std::string_view program{};  // the program that the command is, instead of a function
+};
+
+// Answers with a record as JSON, instants as texts, in the manner of the agents' replies.
+template <class View>
+Answer inJSON(const View& view) {
+  return {.json = jsonValue(view)};
+}
+
+}  // namespace tarnwell::terminal

@@ -1,0 +1,49 @@
+// The commands of the program. command.h says how to add one.
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tarnwell/terminal/command.h"
+
+namespace tarnwell::terminal {
+
+namespace commands {
+
+extern const Command day;
+extern const Command add;
+extern const Command done;
+
+}  // namespace commands
+
+// Commands that belong together, in the order in which help lists them.
+struct Family {
+  std::string_view title;
+  std::span<const Command* const> commands;
+};
+
+std::span<const Family> families();
+
+// Returns the command of the name; null when there is none.
+const Command* findCommand(std::string_view name);
+
+// The command at the beginning of the words and how many of them name it: "group add" is two. The
+// command is null when the words begin with none.
+struct NamedCommand {
+  const Command* command = nullptr;
+  std::size_t wordCount = 0;
+};
+NamedCommand commandAtFront(const std::vector<std::string>& words);
+
+// Returns the name of a command that a mistyped one may stand for; empty when none is close.
+std::string_view suggestionFor(std::string_view mistyped);
+
+// Returns the list of all commands.
+Page overview();
+
+// Returns the commands of a group such as "group"; none when it is no group.
+Page overviewOf(std::string_view group);
+
+}  // namespace tarnwell::terminal

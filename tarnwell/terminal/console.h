@@ -1,0 +1,43 @@
+// The three standard streams: what is a terminal, how wide it is, and asking the user.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "tarnwell/terminal/page.h"
+#include "tarnwell/terminal/page_printer.h"
+
+namespace tarnwell::terminal {
+
+// A reply could not be written, other than because its reader has gone.
+enum class WriteResult { written, failed };
+
+class Console {
+ public:
+  // Looks at the streams and at NO_COLOR and TERM.
+  Console();
+
+  WriteResult print(const Page& page) const { return write(1, printedPage(page, output_)); }
+  WriteResult printText(std::string_view text) const { return write(1, text); }
+
+  // To standard error.
+  void report(const Page& page) const { write(2, printedPage(page, errors_)); }
+
+  // Whether there is a terminal to ask at.
+  bool canAsk() const { return isInputTerminal_ && (isErrorTerminal_ || isOutputTerminal_); }
+  bool isTerminalOnBothEnds() const { return isInputTerminal_ && isOutputTerminal_; }
+
+  // Returns true for "y" and "yes". The end of the input means no; Ctrl-C ends the process.
+  bool ask(std::string_view question) const;
+
+ private:
+  static WriteResult write(int descriptor, std::string_view text);
+
+  bool isInputTerminal_;
+  bool isOutputTerminal_;
+  bool isErrorTerminal_;
+  PageLayout output_;
+  PageLayout errors_;
+};
+
+}  // namespace tarnwell::terminal

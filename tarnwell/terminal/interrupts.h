@@ -1,0 +1,32 @@
+// Ctrl-C while an engine waits for an administrator or an editor.
+#pragma once
+
+#include <csignal>
+
+namespace tarnwell::terminal {
+
+// While it lives, Ctrl-C and Ctrl-\ end the child process that has the terminal, not this one, so
+// that the engine that waits for the child can take its half-done change back.
+class SurvivedInterrupts {
+ public:
+  SurvivedInterrupts() {
+    // A handler, as an ignored signal would be ignored by the child too.
+    struct sigaction survive {};
+    survive.sa_handler = [](int) {};
+    survive.sa_flags = SA_RESTART;
+    sigaction(SIGINT, &survive, &interrupt_);
+    sigaction(SIGQUIT, &survive, &quit_);
+  }
+  SurvivedInterrupts(const SurvivedInterrupts&) = delete;
+  SurvivedInterrupts& operator=(const SurvivedInterrupts&) = delete;
+  ~SurvivedInterrupts() {
+    sigaction(SIGINT, &interrupt_, nullptr);
+    sigaction(SIGQUIT, &quit_, nullptr);
+  }
+
+ private:
+  struct sigaction interrupt_ {};
+  struct sigaction quit_ {};
+};
+
+}  // namespace tarnwell::terminal

@@ -1,0 +1,36 @@
+// From what the user calls a task or a group to the one that is meant.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tarnwell/base/uuid.h"
+#include "tarnwell/model/domain_group.h"
+#include "tarnwell/model/task.h"
+#include "tarnwell/store/persisted_state.h"
+#include "tarnwell/time/local_day.h"
+
+namespace tarnwell::terminal {
+
+enum class WordsMean { openTasks, closedTasks };
+
+// Returns the task that is named by its number in today's list, by four or more of the first
+// letters of its identifier, or by words that only one task's title has. Throws Refusal, with the
+// candidates, unless there is exactly one.
+const FocusTask& namedTask(const PersistedState& state, LocalDay today, std::string_view name,
+                           WordsMean words = WordsMean::openTasks);
+
+// Returns the group with the name, in any case. Throws Refusal unless there is exactly one.
+const DomainGroup& namedGroup(const std::vector<DomainGroup>& groups, std::string_view name);
+
+// Whether each word of the text is part of the title, in any case.
+bool hasWords(const FocusTask& task, std::string_view text);
+
+// The first letters of an identifier, as lists show them.
+std::string shortID(const UUID& id);
+
+// A title between quotation marks.
+std::string inQuotes(std::string_view title);
+
+}  // namespace tarnwell::terminal
