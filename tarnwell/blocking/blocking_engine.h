@@ -1,4 +1,5 @@
-// The interface through which sessions and diagnostics reach the block in the hosts file.
+// Website blocking, from the user's groups to the system's hosts file and back. This is the
+// interface through which sessions and diagnostics reach the block in that file.
 #pragma once
 
 #include <array>
@@ -10,14 +11,14 @@
 
 namespace tarnwell {
 
-// How the block compares with what is expected. A block that lists nothing counts as none.
+// How the block compares with the expected hosts. A block that lists nothing counts as none.
 enum class BlockingStatus { inactive, active, mismatch, unreadable };
 
 constexpr std::array<std::string_view, 4> texts(BlockingStatus) {
   return {"inactive", "active", "mismatch", "unreadable"};
 }
 
-// `text` is always the description of the error that was the cause.
+// `text` is always the description of the causing error.
 class BlockingError : public Error {
  public:
   enum class Case {
@@ -63,7 +64,7 @@ class BlockingError : public Error {
   Case which_;
 };
 
-// The hosts are those of `DomainRules::expandedHosts`; they are taken as they come.
+// The hosts come from `DomainRules::expandedHosts` and are not normalised again.
 class BlockingEngine {
  public:
   BlockingEngine() = default;
@@ -74,10 +75,10 @@ class BlockingEngine {
   // Makes the block list exactly these hosts. Throws BlockingError or HostsDocumentError.
   virtual void apply(const std::vector<std::string>& hosts) = 0;
 
-  // Takes the block out. Throws BlockingError or HostsDocumentError.
+  // Removes the block. Throws BlockingError or HostsDocumentError.
   virtual void remove() = 0;
 
-  // Changes nothing, never fails.
+  // Compares the block with the hosts that it should list. Changes nothing. Never throws.
   virtual BlockingStatus status(const std::vector<std::string>& expectedHosts) = 0;
 };
 

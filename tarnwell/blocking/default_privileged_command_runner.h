@@ -1,4 +1,4 @@
-// The runner that suits this machine.
+// The privileged command runner of this machine.
 #pragma once
 
 #include <memory>
@@ -7,7 +7,7 @@
 
 namespace tarnwell {
 
-// Asks through the script runner of macOS where there is one, otherwise through polkit.
+// Returns the script runner's of macOS where that is installed, otherwise polkit's.
 std::unique_ptr<PrivilegedCommandRunning> defaultPrivilegedCommandRunner();
 
 }  // namespace tarnwell

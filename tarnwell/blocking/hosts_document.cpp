@@ -44,8 +44,7 @@ std::string HostsDocument::removingManagedBlock() const {
 
 std::string HostsDocument::applying(const std::vector<std::string>& hosts) const {
   std::string text = removingManagedBlock();
-  // What stood on both sides of the old block may have become a marker, which would then be one too
-  // many: this throws.
+  // Throws where the removal has joined the two halves of a marker.
   HostsDocument(text).managedRange();
   if (!text.empty()) text += '\n';
   text += beginMarker;

@@ -1,5 +1,5 @@
-// The text of the hosts file: the block that this system manages in it is found, read, taken out or
-// put in. Everything outside the block is other people's and comes back byte for byte.
+// The text of the hosts file with the managed block in it: finds, reads, removes and writes the
+// block. Everything outside it is the user's and stays as it is, byte for byte.
 //
 //   # BEGIN TARNWELL MANAGED BLOCK
 //   127.0.0.1 example.com
@@ -31,9 +31,9 @@ class HostsDocumentError : public CaseError<HostsDocumentCase> {
   using enum HostsDocumentCase;
 };
 
-// A value; touches no file. The markers count wherever they stand, also within a longer line. All
-// operations throw HostsDocumentError when there is not exactly one of each, the begin before the
-// end, or none of either: such a text is never repaired.
+// A value; touches no file. A marker counts anywhere, also within a longer line. All operations
+// throw HostsDocumentError unless the text has no marker, or one of each with the begin first: a
+// malformed text is never repaired.
 class HostsDocument {
  public:
   static constexpr std::string_view beginMarker = "# BEGIN TARNWELL MANAGED BLOCK";
@@ -41,14 +41,14 @@ class HostsDocument {
 
   explicit HostsDocument(std::string source) : source_(std::move(source)) {}
 
-  // The hosts that the block blocks; none where there is no block.
+  // Returns the hosts that the block lists; none without a block.
   std::set<std::string> managedHosts() const;
 
-  // The text without the block and the line feed that `applying` put before it.
+  // Returns the text without the block and the line feed that `applying` put before it.
   std::string removingManagedBlock() const;
 
-  // The text with one block, at its end, for exactly these hosts. Throws HostsDocumentError also
-  // where taking an old block out would leave a marker behind.
+  // Returns the text with one block, at its end, that lists exactly these hosts. Also throws
+  // HostsDocumentError where the removal of the old block would leave a marker behind.
   std::string applying(const std::vector<std::string>& hosts) const;
 
  private:

@@ -1,4 +1,4 @@
-// A host with a thread for what may wait for the administrator, beside the one of its windows.
+// A host that changes the hosts file on a worker thread, beside the thread of its windows.
 #include <atomic>
 #include <mutex>
 #include <set>
@@ -28,7 +28,7 @@ constexpr std::size_t rounds = 12;
 constexpr double hour = 3600;
 const std::string plainHosts = "127.0.0.1 localhost\n";
 
-// What one thread leaves for another, which takes it when it has time.
+// Messages from one thread to another.
 template <class Message>
 class Inbox {
  public:
@@ -47,7 +47,7 @@ class Inbox {
   std::vector<Message> messages_;
 };
 
-// Adds a task, however often the other thread is faster.
+// Adds a task; tries again for as long as the other thread is faster.
 void addTask(TaskStore& store) {
   const FocusTask task = makeTask("One of many");
   while (true) {
@@ -136,7 +136,7 @@ TEST(HostThreads, askForTheStatusOfAWholeHostsFileOnly) {
   EXPECT_EQ(status, BlockingStatus::active);
 }
 
-// Whoever applies a block checks it afterwards, and throws when somebody came between.
+// `apply` checks its block afterwards, and would throw if the other thread had come between.
 TEST(HostThreads, changeTheHostsFileOneAfterTheOther) {
   const test::ScratchFolder folder;
   const auto hostsFile = folder / "hosts";

@@ -1,10 +1,11 @@
-// Website blocking through the real polkit: its daemon on a bus of its own, with rules of a test's
-// own, in private namespaces where the hosts file is a scratch one. The tool runs as a user whom
-// nobody trusts, and nobody can be asked.
+// Website blocking through the real polkit: its daemon on a private bus, with the rules of the
+// test, in private namespaces with a scratch hosts file. The tool runs as a user without
+// privileges, and no prompt can be shown.
 #include <filesystem>
 #include <string>
 #include <string_view>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -30,7 +31,8 @@ constexpr std::string_view hostsWithBlock =
     "# END TARNWELL MANAGED BLOCK\n";
 
 // The bus starts the daemon when pkexec calls it. pkexec refuses to work for children of process 1,
-// which is the shell here, so the tool is started by another shell. Everything ends with the shell.
+// which is this shell, so another shell starts the tool. Every process ends with this shell. Root
+// is left without the privilege to enter the user's home, as it is on a network file system.
 constexpr const char* runOnPrivateBus = R"sh(
 mount --bind "$0/hosts" /etc/hosts &&
 mount --bind "$0/rules" /etc/polkit-1/rules.d &&
@@ -38,7 +40,9 @@ mount -t tmpfs tmpfs /run &&
 mkdir /run/dbus &&
 dbus-daemon --system --fork --nopidfile &&
 chown -R 65534:65534 "$0/home" &&
-HOME="$0/home" setpriv --reuid=65534 --regid=65534 --clear-groups /bin/sh -c '"$@"; exit' sh "$@"
+chmod 0700 "$0/home" &&
+HOME="$0/home" setpriv --reuid=65534 --regid=65534 --clear-groups \
+  --bounding-set=-dac_override,-dac_read_search /bin/sh -c '"$@"; exit' sh "$@"
 )sh";
 
 class PolkitEndToEnd : public testing::Test {
@@ -63,7 +67,7 @@ class PolkitEndToEnd : public testing::Test {
     plan.save(state);
   }
 
-  // What polkit answers whoever wants to run a command as administrator.
+  // Sets polkit's answer to a request to run a command as administrator.
   void setRule(std::string_view result) const {
     test::writeFile(folder / "rules/10-test.rules",
                     "polkit.addRule(function(action, subject) {\n"
@@ -87,12 +91,11 @@ class PolkitEndToEnd : public testing::Test {
     EXPECT_EQ(plan.load().revision, 2);
   }
 
- private:
   test::ProcessResult run(const std::string& program, std::string_view input) const {
     return test::Process{
         .arguments = {"/usr/bin/unshare", "--mount", "--pid", "--fork", "--kill-child",
                       "--mount-proc", "/bin/sh", "-c", runOnPrivateBus, folder.path(), program},
-        .environment = {"PATH=/usr/sbin:/usr/bin:/sbin:/bin"},
+        .environment = environment,
         .input = input}
         .run();
   }
@@ -105,7 +108,7 @@ class PolkitEndToEnd : public testing::Test {
     }
   }
 
- protected:
+  std::vector<std::string> environment{"PATH=/usr/sbin:/usr/bin:/sbin:/bin"};
   test::ScratchFolder folder;
   LocalStore plan{folder / "home/.local/share/Tarnwell/state.json"};
   FocusTask task = test::makeTask("Blocked");
@@ -126,12 +129,30 @@ TEST_F(PolkitEndToEnd, aRuleThatSaysYesBlocksAndUnblocks) {
   EXPECT_EQ(plan.load().activeSession, std::nullopt);
 }
 
+TEST_F(PolkitEndToEnd, aHomeThatRootMayNotEnterIsNoObstacle) {
+  setRule("YES");
+  test::writeFile(folder / "look",
+                  "#!/bin/sh\nexec pkexec --disable-internal-agent ls \"$HOME\"\n");
+  openToEverybody();
+  ASSERT_THAT(run(folder / "look", "").errors, testing::HasSubstr("Permission denied"));
+  EXPECT_EQ(ask("tasks.start", 0), Service::success(1, {}));
+  EXPECT_EQ(test::contentOf(folder / "hosts"), hostsWithBlock);
+}
+
+TEST_F(PolkitEndToEnd, variablesThatPkexecRefusesAreKeptFromIt) {
+  setRule("YES");
+  for (const auto* variable : {"SHELL=/odd", "LANG=/odd", "LC_ALL=/odd", "TERM=/odd"}) {
+    environment.emplace_back(variable);
+  }
+  EXPECT_EQ(ask("tasks.start", 0), Service::success(1, {}));
+}
+
 TEST_F(PolkitEndToEnd, aRuleThatSaysNoUndoesTheStart) {
   setRule("NO");
   expectUndoneStart();
 }
 
-TEST_F(PolkitEndToEnd, withoutAnybodyToAskTheStartIsUndone) {
+TEST_F(PolkitEndToEnd, aRuleThatAsksWhereNoPromptCanBeShownUndoesTheStart) {
   setRule("AUTH_ADMIN");
   expectUndoneStart();
 }

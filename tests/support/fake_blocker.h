@@ -1,4 +1,4 @@
-// A blocking engine without a hosts file: it remembers what it was asked, and fails when told to.
+// A blocking engine without a hosts file. Records its calls and fails where the test says so.
 #pragma once
 
 #include <functional>

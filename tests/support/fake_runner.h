@@ -1,4 +1,4 @@
-// A privileged runner that does what a test tells it to, and remembers what it was asked.
+// A privileged runner that answers as the test says, and records its requests.
 #pragma once
 
 #include <filesystem>
