@@ -58,7 +58,10 @@ void transact(benchmark::State& run) {
   std::int64_t revision = store.snapshot().revision();
   while (run.KeepRunning()) {
     revision = store
-                   .transact({.expectedRevision = revision, .action = "task.update", .now = now},
+                   .transact({.expectedRevision = revision,
+                              .source = MutationSource::user,
+                              .action = "task.update",
+                              .now = now},
                              [](PersistedState& state) { state.tasks.front().notes += "x"; })
                    .revision();
   }

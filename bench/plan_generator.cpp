@@ -11,7 +11,7 @@
 namespace tarnwell::bench {
 namespace {
 
-constexpr double secondsPerDay = 86'400;
+constexpr Duration day = std::chrono::hours(24);
 
 // The engine's numbers are the same everywhere; those of the standard distributions are not.
 class Random {
@@ -20,16 +20,16 @@ class Random {
   bool oneIn(std::uint64_t count) { return below(count) == 0; }
 
   UUID uuid() {
-    UUID uuid;
-    for (auto& byte : uuid.bytes) byte = static_cast<std::uint8_t>(below(256));
-    return uuid;
+    std::array<std::uint8_t, 16> bytes{};
+    for (auto& byte : bytes) byte = static_cast<std::uint8_t>(below(256));
+    return UUID(bytes);
   }
 
   // With a fraction, as clocks have it.
   Instant around(Instant now, double days) {
     constexpr std::uint64_t steps = 1'000'000'000;
     const double part = static_cast<double>(below(steps)) / static_cast<double>(steps);
-    return now + (2 * part - 1) * days * secondsPerDay;
+    return now + (2 * part - 1) * days * day;
   }
 
   std::string words(std::size_t count) {
@@ -50,17 +50,18 @@ class Random {
 
 FocusTask makeTask(Random& random, Instant now, std::int64_t position) {
   const Calendar calendar;
-  FocusTask task{.id = random.uuid(), .title = random.words(3 + random.below(4))};
-  if (random.oneIn(3)) task.notes = random.words(5 + random.below(20));
-  task.createdAt = random.around(now, 90);
-  task.updatedAt = task.createdAt + secondsPerDay;
+  FocusTask task{.id = random.uuid(),
+                 .title = random.words(3 + random.below(4)),
+                 .notes = random.oneIn(3) ? random.words(5 + random.below(20)) : "",
+                 .createdAt = random.around(now, 90)};
+  task.updatedAt = task.createdAt + day;
   if (!random.oneIn(4)) task.plannedDay = calendar.day(random.around(now, 30));
   if (!random.oneIn(3)) task.estimatedMinutes = static_cast<std::int64_t>(5 * random.below(24));
   task.priority = static_cast<TaskPriority>(random.below(4));
   task.manualPosition = position;
   if (random.oneIn(5)) task.reminder = TaskReminder{.remindTenMinutesBefore = true};
   if (random.oneIn(3)) return task;
-  task.startedAt = task.createdAt + secondsPerDay / 2;
+  task.startedAt = task.createdAt + day / 2;
   task.accumulatedFocusSeconds = static_cast<double>(random.below(7200));
   if (random.oneIn(4)) {
     task.status = random.oneIn(2) ? TaskStatus::paused : TaskStatus::archived;
@@ -85,7 +86,7 @@ PersistedState makePlan(PlanSize size, Instant now) {
   }
   if (size.tasks > 0) {
     FocusTask& first = state.tasks.front();
-    first = {.id = first.id, .title = "First", .createdAt = now, .updatedAt = now};
+    first = {.id = first.id, .title = "First", .createdAt = now};
   }
   for (std::size_t i = 0; i < size.events; ++i) {
     state.auditEvents.push_back(

@@ -88,7 +88,7 @@ class Conversation {
     const bool isStart = command->command == "tasks.start" || command->command == "tasks.resume";
     require(reply.ok || isStart || bytes() == before, "a refused command writes nothing");
     require(revision != revisionBefore || bytes() == before, "every change raises the revision");
-    now_ = now_ + 60;
+    now_ = now_ + std::chrono::minutes(1);
   }
 
  private:

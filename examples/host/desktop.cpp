@@ -25,7 +25,7 @@ std::string dayText(LocalDay day) {
 
 std::string timeOfDay(Instant instant, const Calendar& calendar) {
   const Instant midnight = *calendar.date(calendar.day(instant));
-  const std::int64_t minutes = std::lround((instant - midnight) / 60);
+  const std::int64_t minutes = std::chrono::round<std::chrono::minutes>(instant - midnight).count();
   return twoDigits(minutes / 60) + ":" + twoDigits(minutes % 60);
 }
 
@@ -117,8 +117,6 @@ void Desktop::setCapacity(std::int64_t minutes) {
 
 void Desktop::add(FocusTask task) {
   attempt([&] {
-    task.id = UUID::random();
-    task.createdAt = now_();
     task.manualPosition =
         PlannerEngine::nextManualPosition(shown_.state().tasks, task.plannedDay, task.priority);
     task = FocusTask::make(task);
@@ -170,23 +168,22 @@ void Desktop::start(std::string_view title) {
     const FocusTask task = taskNamed(title);
     std::optional<DomainGroup> group;
     if (task.blockingGroupID) group = engines_.blocking.group(*task.blockingGroupID);
-    constexpr double anHour = 3600;
     shown_ = engines_.focus.start({.taskID = task.id,
                                    .blockingGroup = group,
-                                   .duration = anHour,
+                                   .duration = std::chrono::hours(1),
                                    .mode = SessionMode::flexible,
-                                   .now = now_(),
-                                   .revision = shown_.revision()});
+                                   .revision = shown_.revision(),
+                                   .now = now_()});
   });
 }
 
 void Desktop::skip() {
-  attempt([&] { shown_ = engines_.focus.skip(now_(), shown_.revision()); });
+  attempt([&] { shown_ = engines_.focus.skip(shown_.revision(), now_()); });
 }
 
 void Desktop::complete() {
   attempt([&] {
-    shown_ = engines_.focus.complete(now_(), shown_.revision());
+    shown_ = engines_.focus.complete(shown_.revision(), now_());
     for (const FocusTask& task : shown_.state().tasks) syncReminders(task);
   });
 }
@@ -195,8 +192,11 @@ void Desktop::complete() {
 void Desktop::tick() {
   engines_.blocking.tick(now_());
   if (const auto& problem = engines_.blocking.lastError.value()) say(*problem);
-  const double remaining = engines_.blocking.remainingTime(now_());
-  if (remaining > 0) say(std::to_string(std::lround(remaining / 60)) + " minutes of blocking left");
+  const Duration remaining = engines_.blocking.remainingTime(now_());
+  if (remaining.count() > 0) {
+    const auto minutes = std::chrono::round<std::chrono::minutes>(remaining).count();
+    say(std::to_string(minutes) + " minutes of blocking left");
+  }
 }
 
 // What is typed is normalised before it is stored, so that a mistake shows at once.
@@ -205,7 +205,7 @@ void Desktop::addGroup(const DomainGroup& group, const std::string& typedAddress
     const std::string domain = DomainRules::normalize(typedAddress);
     auto groups = engines_.blocking.groups.value();
     groups.push_back(group);
-    groups.back().rules.push_back({.id = UUID::random(), .domain = domain});
+    groups.back().rules.push_back({.domain = domain});
     engines_.blocking.replaceGroups(groups);
     say("group " + group.name + ": " + domain);
   });

@@ -17,7 +17,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr double minute = 60;
+constexpr Duration minute = std::chrono::minutes(1);
 
 void printFile(const fs::path& file) {
   std::cout << "--- " << file.filename().string() << "\n" << readFile(file).value_or("") << "---\n";
@@ -51,7 +51,7 @@ void run(const fs::path& folder) {
     Desktop desktop(machine, calendar, clock);
     desktop.launch();
 
-    const DomainGroup news{.id = UUID::random(), .name = "News"};
+    const DomainGroup news{.name = "News"};
     desktop.addGroup(news, "127.0.0.1");
     desktop.addGroup(news, "https://www.News.example/today");
 
@@ -62,8 +62,12 @@ void run(const fs::path& folder) {
                  .estimatedMinutes = 120,
                  .priority = TaskPriority::high,
                  .reminder = TaskReminder{.remindTenMinutesBefore = true},
-                 .blockingGroupID = news.id});
-    desktop.add({.title = "Prepare the talk", .plannedDay = monday, .estimatedMinutes = 180});
+                 .blockingGroupID = news.id,
+                 .createdAt = now});
+    desktop.add({.title = "Prepare the talk",
+                 .plannedDay = monday,
+                 .estimatedMinutes = 180,
+                 .createdAt = now});
     printPending(notifications, calendar);
 
     // The plan changes while the person still looks at the old one.

@@ -6,7 +6,10 @@
 namespace tarnwell {
 
 AgentCommandEnvelope decodeCommand(std::string text) {
-  return decodeJSON<AgentCommandEnvelope>(std::move(text));
+  const JSONDocument document(std::move(text));
+  AgentCommandEnvelope envelope;
+  decodeFields(ObjectReader(document.root(), "document"), AgentCommandEnvelope::fields(), envelope);
+  return envelope;
 }
 
 std::string encodeCommand(const AgentCommandEnvelope& command) {

@@ -9,18 +9,6 @@ namespace {
 
 constexpr std::string_view modeKey = "mode";
 
-// Returns the first task that matches; null when there is none. Owned by the snapshot.
-template <class Matches>
-const FocusTask* firstTask(const TaskStoreSnapshot& snapshot, Matches matches) {
-  const auto& tasks = snapshot.state().tasks;
-  const auto task = std::find_if(tasks.begin(), tasks.end(), matches);
-  return task == tasks.end() ? nullptr : &*task;
-}
-
-const FocusTask* firstTaskWithStatus(const TaskStoreSnapshot& snapshot, TaskStatus status) {
-  return firstTask(snapshot, [&](const FocusTask& task) { return task.status == status; });
-}
-
 // Starts the task and blocks its websites for as long as the task is estimated to take. Throws the
 // refusal when the service cannot block them.
 CommandResult startBlockedTask(const AgentCommandService::Parts& parts, const FocusTask& task,
@@ -28,7 +16,6 @@ CommandResult startBlockedTask(const AgentCommandService::Parts& parts, const Fo
                                const Failure& refusal) {
   constexpr std::int64_t minutesWithoutEstimate = 25;
   constexpr std::int64_t fewestMinutes = 1;
-  constexpr double secondsPerMinute = 60;
   if (parts.focusCoordinator == nullptr || parts.blocking == nullptr) {
     throw AgentServiceError(refusal);
   }
@@ -39,10 +26,10 @@ CommandResult startBlockedTask(const AgentCommandService::Parts& parts, const Fo
   const FocusStart start{
       .taskID = task.id,
       .blockingGroup = group,
-      .duration = static_cast<double>(minutes) * secondsPerMinute,
+      .duration = std::chrono::minutes(minutes),
       .mode = optionalMode(envelope.payload, modeKey).value_or(SessionMode::flexible),
-      .now = now,
-      .revision = requireRevision(envelope)};
+      .revision = requireRevision(envelope),
+      .now = now};
   return {parts.focusCoordinator->start(start)};
 }
 
@@ -53,54 +40,53 @@ CommandResult commands::startTask(const AgentCommandService::Parts& parts,
   const UUID taskID = requireUUID(envelope.payload, taskIDKey);
   const std::int64_t revision = requireRevision(envelope);
   const auto snapshot = parts.store.snapshot();
-  const FocusTask* const task =
-      firstTask(snapshot, [&](const FocusTask& each) { return each.id == taskID; });
+  const FocusTask* const task = findTask(snapshot.state().tasks, taskID);
   if (task == nullptr) throw AgentServiceError(failures::taskNotFound());
   if (task->blockingGroupID) {
     return startBlockedTask(parts, *task, envelope, now, failures::blockedStartRequiresApp());
   }
-  return {parts.sessions.start(taskID, now, revision)};
+  return {parts.sessions.start(taskID, revision, now)};
 }
 
 CommandResult commands::pauseTask(const AgentCommandService::Parts& parts,
                                   const AgentCommandEnvelope& envelope, Instant now) {
   const std::int64_t revision = requireRevision(envelope);
-  if (parts.focusCoordinator != nullptr) return {parts.focusCoordinator->pause(now, revision)};
-  return {parts.sessions.pause(now, revision)};
+  if (parts.focusCoordinator != nullptr) return {parts.focusCoordinator->pause(revision, now)};
+  return {parts.sessions.pause(revision, now)};
 }
 
 CommandResult commands::resumeTask(const AgentCommandService::Parts& parts,
                                    const AgentCommandEnvelope& envelope, Instant now) {
   const std::int64_t revision = requireRevision(envelope);
   const auto snapshot = parts.store.snapshot();
-  const FocusTask* const task = firstTaskWithStatus(snapshot, TaskStatus::paused);
+  const FocusTask* const task = findTask(snapshot.state().tasks, TaskStatus::paused);
   if (task == nullptr) throw TaskSessionError(TaskSessionError::noActiveTask);
   if (task->blockingGroupID) {
     return startBlockedTask(parts, *task, envelope, now, failures::blockedResumeRequiresApp());
   }
-  return {parts.sessions.resume(now, revision)};
+  return {parts.sessions.resume(revision, now)};
 }
 
 CommandResult commands::skipTask(const AgentCommandService::Parts& parts,
                                  const AgentCommandEnvelope& envelope, Instant now) {
   const std::int64_t revision = requireRevision(envelope);
-  if (parts.focusCoordinator != nullptr) return {parts.focusCoordinator->skip(now, revision)};
-  return {parts.sessions.skip(now, revision)};
+  if (parts.focusCoordinator != nullptr) return {parts.focusCoordinator->skip(revision, now)};
+  return {parts.sessions.skip(revision, now)};
 }
 
 CommandResult commands::completeTask(const AgentCommandService::Parts& parts,
                                      const AgentCommandEnvelope& envelope, Instant now) {
   const std::int64_t revision = requireRevision(envelope);
   const auto snapshot = parts.store.snapshot();
-  const FocusTask* const task = firstTaskWithStatus(snapshot, TaskStatus::active);
+  const FocusTask* const task = findTask(snapshot.state().tasks, TaskStatus::active);
   const bool hasReminder = task != nullptr && task->reminder && task->reminder->isEnabled;
   // Completing would leave a notification pending that only the application can cancel.
   if (hasReminder && parts.reminders == nullptr) {
     throw AgentServiceError(failures::reminderRequiresApp(snapshot.revision()));
   }
   const auto after = parts.focusCoordinator != nullptr
-                         ? parts.focusCoordinator->complete(now, revision)
-                         : parts.sessions.complete(now, revision);
+                         ? parts.focusCoordinator->complete(revision, now)
+                         : parts.sessions.complete(revision, now);
   if (parts.reminders != nullptr && task != nullptr) parts.reminders->cancel(task->id);
   return {after};
 }

@@ -45,13 +45,12 @@ CommandResult commands::createTask(const AgentCommandService::Parts& parts,
                                    const AgentCommandEnvelope& envelope, Instant now) {
   const auto& payload = envelope.payload;
   const std::int64_t revision = requireRevision(envelope);
-  FocusTask fields{.id = UUID::random(), .title = requireString(payload, titleKey)};
+  FocusTask fields{.title = requireString(payload, titleKey), .createdAt = now};
   fields.estimatedMinutes = optionalInt(payload, estimatedMinutesKey);
   fields.priority = optionalPriority(payload, priorityKey).value_or(TaskPriority::normal);
   fields.plannedDay = optionalDay(payload, plannedDayKey);
   fields.manualPosition = PlannerEngine::nextManualPosition(parts.store.snapshot().state().tasks,
                                                             fields.plannedDay, fields.priority);
-  fields.createdAt = now;
   const FocusTask task = FocusTask::make(std::move(fields));
 
   const TaskTransaction creation{.expectedRevision = revision,
@@ -74,15 +73,13 @@ CommandResult commands::updateTask(const AgentCommandService::Parts& parts,
                                .action = "task.update",
                                .taskID = taskID,
                                .now = now};
-  FocusTask updated;
   const auto after = parts.store.transact(update, [&](PersistedState& state) {
     FocusTask* const task = findTask(state.tasks, taskID);
     if (task == nullptr) throw AgentServiceError(failures::taskNotFound());
     applyChanges(envelope.payload, *task);
     task->updatedAt = now;
-    updated = *task;
   });
-  return {.plan = after, .value = jsonValue(updated)};
+  return {.plan = after, .value = jsonValue(*findTask(after.state().tasks, taskID))};
 }
 
 }  // namespace tarnwell

@@ -32,4 +32,12 @@ constexpr std::optional<E> enumFromText(std::string_view text) {
   return std::nullopt;
 }
 
+// Lists the cases in declaration order.
+template <TextEnum E>
+constexpr auto allCases() {
+  std::array<E, texts(E{}).size()> cases{};
+  for (std::size_t i = 0; i < cases.size(); ++i) cases[i] = static_cast<E>(i);
+  return cases;
+}
+
 }  // namespace tarnwell

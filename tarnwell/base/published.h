@@ -6,14 +6,19 @@
 
 namespace tarnwell {
 
-// Only the owner sets it; anybody may read it, and one observer may watch it. Used on the owner's
-// thread.
+// Only the owner sets it, on its thread; anyone may read it, and one observer may watch it.
 template <class Value, class Owner>
 class Published {
  public:
+  Published() = default;
+  Published(const Published&) = delete;
+  Published& operator=(const Published&) = delete;
+  ~Published() = default;
+
   const Value& value() const { return value_; }
 
-  // Called with each new value, after it has changed. Replaces the observer that there was.
+  // Calls the observer with each new value, after the change. Replaces the previous observer. The
+  // change stands whatever the observer does: what it throws ends here. It may replace itself.
   void observe(std::function<void(const Value&)> observer) { observer_ = std::move(observer); }
 
  private:
@@ -22,7 +27,13 @@ class Published {
   void set(Value value) {
     if (value == value_) return;
     value_ = std::move(value);
-    if (observer_) observer_(value_);
+    const auto observer = observer_;  // lives on when it replaces itself
+    if (!observer) return;
+    try {
+      observer(value_);
+    } catch (...) {
+      // The owner's operation is no concern of a display's.
+    }
   }
 
   Value value_{};

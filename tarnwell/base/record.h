@@ -47,11 +47,16 @@ concept Record = requires {
   T::fields();
 };
 
+// The record's keys, in the order of its fields.
+template <Record T>
+constexpr auto keysOf() {
+  return std::apply([](const auto&... fields) { return std::array{fields.key...}; }, T::fields());
+}
+
 // The record's fields as an array of indexes into `T::fields()`, in ascending order of their keys.
 template <Record T>
 constexpr auto keyOrder() {
-  constexpr auto keys =
-      std::apply([](const auto&... fields) { return std::array{fields.key...}; }, T::fields());
+  constexpr auto keys = keysOf<T>();
   std::array<std::size_t, keys.size()> order{};
   std::iota(order.begin(), order.end(), std::size_t{0});
   std::sort(order.begin(), order.end(),

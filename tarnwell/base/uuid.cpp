@@ -33,27 +33,27 @@ std::uint8_t digitValue(char c) { return digitValues[static_cast<unsigned char>(
 }  // namespace
 
 UUID UUID::random() {
-  UUID uuid;
-  if (::getentropy(uuid.bytes.data(), uuid.bytes.size()) != 0) {
+  std::array<std::uint8_t, 16> bytes{};
+  if (::getentropy(bytes.data(), bytes.size()) != 0) {
     throw std::system_error(errno, std::generic_category(), "random identifier");
   }
-  uuid.bytes[6] = static_cast<std::uint8_t>((uuid.bytes[6] & 0x0FU) | 0x40U);  // version 4
-  uuid.bytes[8] = static_cast<std::uint8_t>((uuid.bytes[8] & 0x3FU) | 0x80U);  // its variant
-  return uuid;
+  bytes[6] = static_cast<std::uint8_t>((bytes[6] & 0x0FU) | 0x40U);  // version 4
+  bytes[8] = static_cast<std::uint8_t>((bytes[8] & 0x3FU) | 0x80U);  // its variant
+  return UUID(bytes);
 }
 
 std::optional<UUID> UUID::parse(std::string_view text) {
   if (text.size() != textLength) return std::nullopt;
-  UUID uuid;
+  std::array<std::uint8_t, 16> bytes{};
   std::size_t position = 0;
-  for (auto& byte : uuid.bytes) {
+  for (auto& byte : bytes) {
     if (isDashPosition(position) && text[position++] != '-') return std::nullopt;
     const std::uint8_t high = digitValue(text[position++]);
     const std::uint8_t low = digitValue(text[position++]);
     if (high == noDigit || low == noDigit) return std::nullopt;
     byte = static_cast<std::uint8_t>(high << 4U | low);
   }
-  return uuid;
+  return UUID(bytes);
 }
 
 std::array<char, 36> UUID::characters() const {

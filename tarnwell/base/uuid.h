@@ -2,16 +2,22 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <compare>
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
 
 namespace tarnwell {
 
+// A value without a default: every identifier is read, drawn or copied.
 struct UUID {
-  std::array<std::uint8_t, 16> bytes{};
+  std::array<std::uint8_t, 16> bytes;
+
+  explicit constexpr UUID(const std::array<std::uint8_t, 16>& allBytes) : bytes(allBytes) {}
 
   static UUID random();
 
@@ -26,3 +32,11 @@ struct UUID {
 };
 
 }  // namespace tarnwell
+
+template <>
+struct std::hash<tarnwell::UUID> {
+  std::size_t operator()(const tarnwell::UUID& uuid) const noexcept {
+    const auto halves = std::bit_cast<std::array<std::uint64_t, 2>>(uuid.bytes);
+    return std::hash<std::uint64_t>()(halves[0] ^ halves[1]);
+  }
+};

@@ -1,6 +1,5 @@
 #include "tarnwell/blocking/focus_coordinator.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace tarnwell {
@@ -17,7 +16,7 @@ auto FocusCoordinator::recordingFailure(Operation operation) {
 
 TaskStoreSnapshot FocusCoordinator::start(FocusStart request) {
   return recordingFailure([&] {
-    auto started = taskSessions_.start(request.taskID, request.now, request.revision);
+    auto started = taskSessions_.start(request.taskID, *request.revision, request.now);
     if (request.blockingGroup) {
       try {
         blockSessions_.start({.group = std::move(*request.blockingGroup),
@@ -25,7 +24,7 @@ TaskStoreSnapshot FocusCoordinator::start(FocusStart request) {
                               .mode = request.mode,
                               .now = request.now});
       } catch (...) {
-        taskSessions_.cancelStart(request.taskID, request.now, started.revision());
+        taskSessions_.cancelStart(request.taskID, started.revision(), request.now);
         throw;
       }
     }
@@ -34,27 +33,27 @@ TaskStoreSnapshot FocusCoordinator::start(FocusStart request) {
   });
 }
 
-TaskStoreSnapshot FocusCoordinator::pause(Instant now, std::int64_t revision) {
+TaskStoreSnapshot FocusCoordinator::pause(std::int64_t revision, Instant now) {
   return recordingFailure([&] {
     refuseDuringStrictSession(now);
-    taskSessions_.pause(now, revision);
+    taskSessions_.pause(revision, now);
     blockSessions_.endIfFlexible(now);
     return taskSessions_.snapshot();
   });
 }
 
-TaskStoreSnapshot FocusCoordinator::skip(Instant now, std::int64_t revision) {
+TaskStoreSnapshot FocusCoordinator::skip(std::int64_t revision, Instant now) {
   return recordingFailure([&] {
     refuseDuringStrictSession(now);
-    taskSessions_.skip(now, revision);
+    taskSessions_.skip(revision, now);
     blockSessions_.endIfFlexible(now);
     return taskSessions_.snapshot();
   });
 }
 
-TaskStoreSnapshot FocusCoordinator::complete(Instant now, std::int64_t revision) {
+TaskStoreSnapshot FocusCoordinator::complete(std::int64_t revision, Instant now) {
   return recordingFailure([&] {
-    taskSessions_.complete(now, revision);
+    taskSessions_.complete(revision, now);
     blockSessions_.endIfFlexible(now);
     return taskSessions_.snapshot();
   });
@@ -76,10 +75,8 @@ void FocusCoordinator::recover(Instant now) {
 bool FocusCoordinator::isUnprotected() const {
   const auto current = taskSessions_.snapshot();
   const auto& tasks = current.state().tasks;
-  const auto active = std::find_if(tasks.begin(), tasks.end(), [](const FocusTask& task) {
-    return task.status == TaskStatus::active;
-  });
-  return active != tasks.end() && active->blockingGroupID && !blockSessions_.activeSession.value();
+  const FocusTask* const active = findTask(tasks, TaskStatus::active);
+  return active != nullptr && active->blockingGroupID && !blockSessions_.activeSession.value();
 }
 
 void FocusCoordinator::refuseDuringStrictSession(Instant now) const {

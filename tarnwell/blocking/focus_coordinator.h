@@ -6,6 +6,7 @@
 #include <string>
 
 #include "tarnwell/base/published.h"
+#include "tarnwell/base/required.h"
 #include "tarnwell/base/uuid.h"
 #include "tarnwell/blocking/session_engine.h"
 #include "tarnwell/model/block_session.h"
@@ -17,12 +18,12 @@
 namespace tarnwell {
 
 struct FocusStart {
-  UUID taskID{};
+  UUID taskID;
   std::optional<DomainGroup> blockingGroup{};  // nothing is blocked without one
-  double duration{};                           // of the blocking, in seconds
-  SessionMode mode{};
-  Instant now{};
-  std::int64_t revision{};  // that the caller last saw
+  Required<Duration> duration;                 // of the blocking
+  Required<SessionMode> mode;
+  Required<std::int64_t> revision;  // that the caller last saw
+  Instant now;
 };
 
 // Belongs to the thread of its two engines, which it holds by reference; the owner outlives it.
@@ -40,9 +41,9 @@ class FocusCoordinator {
   ~FocusCoordinator() = default;
 
   TaskStoreSnapshot start(FocusStart request);
-  TaskStoreSnapshot pause(Instant now, std::int64_t revision);
-  TaskStoreSnapshot skip(Instant now, std::int64_t revision);
-  TaskStoreSnapshot complete(Instant now, std::int64_t revision);
+  TaskStoreSnapshot pause(std::int64_t revision, Instant now);
+  TaskStoreSnapshot skip(std::int64_t revision, Instant now);
+  TaskStoreSnapshot complete(std::int64_t revision, Instant now);
 
   // Takes up the stored task and blocking session. Call at launch. Never throws.
   void recover(Instant now);

@@ -20,16 +20,15 @@ SessionEngine::SessionEngine(LocalStore store, BlockingEngine& blocker)
 }
 
 void SessionEngine::start(SessionStart request) {
-  constexpr double shortestDuration = 60;
-  const bool isLongEnough = request.duration >= shortestDuration;  // false for NaN
+  constexpr Duration shortestDuration = std::chrono::minutes(1);
+  const bool isLongEnough = *request.duration >= shortestDuration;  // false for NaN
   if (!isLongEnough) throw SessionError(SessionError::invalidDuration);
   const auto hosts = DomainRules::blockedHosts(request.group);
   if (hosts.empty()) throw SessionError(SessionError::noEnabledDomains);
-  const BlockSession session{.id = UUID::random(),
-                             .group = std::move(request.group),
+  const BlockSession session{.group = std::move(request.group),
                              .mode = request.mode,
                              .startedAt = request.now,
-                             .endsAt = request.now + request.duration};
+                             .endsAt = request.now + *request.duration};
 
   localStore_.updateAtomically([&](PersistedState& state) {
     if (state.activeSession) throw SessionError(SessionError::alreadyActive);
@@ -97,9 +96,9 @@ std::vector<std::string> SessionEngine::expectedHosts() const {
   return session ? DomainRules::blockedHosts(session->group) : std::vector<std::string>{};
 }
 
-double SessionEngine::remainingTime(Instant now) const {
+Duration SessionEngine::remainingTime(Instant now) const {
   const auto& session = activeSession.value();
-  return session ? std::max(0.0, session->endsAt - now) : 0;
+  return session ? std::max(Duration::zero(), session->endsAt - now) : Duration::zero();
 }
 
 void SessionEngine::replaceGroups(std::vector<DomainGroup> newGroups) {

@@ -12,6 +12,7 @@
 
 #include "tarnwell/base/error.h"
 #include "tarnwell/base/published.h"
+#include "tarnwell/base/required.h"
 #include "tarnwell/base/uuid.h"
 #include "tarnwell/blocking/blocking_engine.h"
 #include "tarnwell/model/block_session.h"
@@ -47,9 +48,9 @@ class SessionError : public CaseError<SessionCase> {
 
 struct SessionStart {
   DomainGroup group{};
-  double duration{};  // in seconds
-  SessionMode mode{};
-  Instant now{};
+  Required<Duration> duration;
+  Required<SessionMode> mode;
+  Instant now;
 };
 
 // Belongs to one thread, which waits while an approval prompt is open. Holds the blocker by
@@ -94,8 +95,8 @@ class SessionEngine {
   // DomainRuleError.
   std::vector<std::string> expectedHosts() const;
 
-  // Returns seconds, never below 0.
-  double remainingTime(Instant now) const;
+  // Returns the time left; never below zero.
+  Duration remainingTime(Instant now) const;
 
   // Stores edited groups. Refused during a strict session.
   void replaceGroups(std::vector<DomainGroup> newGroups);

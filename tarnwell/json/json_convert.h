@@ -1,6 +1,7 @@
 // Turning records into the values of a reply by their field lists.
 #pragma once
 
+#include <cmath>
 #include <cstdint>
 #include <string>
 #include <type_traits>
@@ -9,25 +10,36 @@
 #include "tarnwell/base/enum_texts.h"
 #include "tarnwell/base/record.h"
 #include "tarnwell/base/uuid.h"
+#include "tarnwell/json/json_error.h"
 #include "tarnwell/json/json_types.h"
 #include "tarnwell/json/json_value.h"
+#include "tarnwell/json/utf8.h"
 #include "tarnwell/time/instant.h"
 
 namespace tarnwell {
 
 // Instants become ISO 8601 texts, numbers of every kind become doubles. A map becomes an array that
-// alternates keys, which need not be texts, and values.
+// alternates keys, which need not be texts, and values. Throws JSONError for what no reply can
+// hold: a number or an instant that is not finite, a text that is not valid UTF-8.
 template <class T>
 JSONValue jsonValue(const T& value) {
-  if constexpr (std::is_same_v<T, bool> || std::is_same_v<T, double> ||
-                std::is_same_v<T, std::string>) {
+  if constexpr (std::is_same_v<T, bool>) {
+    return value;
+  } else if constexpr (std::is_same_v<T, double>) {
+    if (!std::isfinite(value)) throw JSONError::notEncodable();
+    return value;
+  } else if constexpr (std::is_same_v<T, std::string>) {
+    if (!isValidUTF8(value)) throw JSONError::notEncodable();
     return value;
   } else if constexpr (std::is_same_v<T, std::int64_t>) {
     return static_cast<double>(value);
   } else if constexpr (std::is_same_v<T, UUID>) {
     return value.text();
   } else if constexpr (std::is_same_v<T, Instant>) {
+    if (!std::isfinite(value.seconds)) throw JSONError::notEncodable();
     return isoText(value);
+  } else if constexpr (isRequired<T>) {
+    return jsonValue(*value);
   } else if constexpr (TextEnum<T>) {
     return std::string(textOf(value));
   } else if constexpr (isVector<T>) {

@@ -1,6 +1,8 @@
 // Reading records from JSON by their field lists.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -20,29 +22,48 @@ namespace tarnwell {
 template <class T>
 T decode(JSONElement element, std::string_view key);
 
-// Reads one member of a record.
+// Reads a member from its element, which is absent where the key is.
 template <class Owner, class Member>
-void decodeField(ObjectReader& members, const Field<Owner, Member>& field, Owner& record) {
-  const auto element = members.find(field.key);
-  Member& member = record.*field.member;
+Member decodeMember(const Field<Owner, Member>& field, const std::optional<JSONElement>& element) {
   if constexpr (isOptional<Member>) {
-    if (element && !element->isNull()) {
-      member = decode<typename Member::value_type>(*element, field.key);
-    } else {
-      member.reset();
-    }
-  } else if (element && !(field.isDefaulted && element->isNull())) {
-    member = decode<Member>(*element, field.key);
-  } else if (!field.isDefaulted) {
-    throw JSONError::missingKey(field.key);
+    if (!element || element->isNull()) return std::nullopt;
+    return decode<typename Member::value_type>(*element, field.key);
+  } else {
+    if (!element) throw JSONError::missingKey(field.key);
+    return decode<Member>(*element, field.key);
   }
 }
 
-// Reads the listed members and leaves the others as they are.
+// Reads a member into a record. A defaulted one keeps its value where the key is absent or null.
+template <class Owner, class Member>
+void decodeField(ObjectReader& members, const Field<Owner, Member>& field, Owner& record) {
+  const auto element = members.find(field.key);
+  if (field.isDefaulted && (!element || element->isNull())) return;
+  record.*field.member = decodeMember(field, element);
+}
+
+// Reads the listed members into a record and leaves the others as they are.
 template <class Owner, class... Members>
 void decodeFields(ObjectReader members, const std::tuple<Field<Owner, Members>...>& fields,
                   Owner& record) {
   std::apply([&](const auto&... field) { (decodeField(members, field, record), ...); }, fields);
+}
+
+// Makes a record of the members. Its own defaults, which may cost a random number or the time, are
+// not made: it is initialised with what is read, in the order of its fields. Finding the members
+// in the order of their keys is fast.
+template <Record T>
+T decodeRecord(ObjectReader members) {
+  constexpr auto fields = T::fields();
+  constexpr auto keys = keysOf<T>();
+  static_assert(
+      std::apply([](const auto&... field) { return !(field.isDefaulted || ...); }, fields));
+  std::array<std::optional<JSONElement>, keys.size()> elements;
+  for (const std::size_t i : keyOrder<T>()) elements[i] = members.find(keys[i]);
+  return [&]<std::size_t... I>(std::index_sequence<I...>) {
+    return T{decodeMember(std::get<I>(fields), elements[I])...};
+  }
+  (std::make_index_sequence<keys.size()>{});
 }
 
 // Reads a value. Throws JSONError.
@@ -59,12 +80,14 @@ T decode(JSONElement element, std::string_view key) {
   } else if constexpr (std::is_same_v<T, UUID>) {
     return uuidFrom(element, key);
   } else if constexpr (std::is_same_v<T, Instant>) {
-    return {doubleFrom(element, key)};
+    return Instant(doubleFrom(element, key));
   } else if constexpr (std::is_same_v<T, JSONValue>) {
     return jsonValueFrom(element);
   } else if constexpr (std::is_same_v<T, JSONValue::Object>) {
     ObjectReader(element, key);
     return std::get<JSONValue::Object>(jsonValueFrom(element).variant());
+  } else if constexpr (isRequired<T>) {
+    return decode<typename T::value_type>(element, key);
   } else if constexpr (TextEnum<T>) {
     const auto value = enumFromText<T>(textFrom(element, key));
     if (!value) throw JSONError::invalidValue(key);
@@ -79,10 +102,7 @@ T decode(JSONElement element, std::string_view key) {
     return values;
   } else {
     static_assert(Record<T>);
-    T record{};
-    ObjectReader members(element, key);
-    forEachFieldByKey<T>([&](const auto& field) { decodeField(members, field, record); });
-    return record;
+    return decodeRecord<T>(ObjectReader(element, key));
   }
 }
 

@@ -48,6 +48,8 @@ void encode(JSONWriter& writer, const T& value) {
       encode(writer, member);
     }
     writer.endObject();
+  } else if constexpr (isRequired<T>) {
+    encode(writer, *value);
   } else if constexpr (TextEnum<T>) {
     writer.plainString(textOf(value));
   } else if constexpr (isVector<T>) {

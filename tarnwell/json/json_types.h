@@ -1,9 +1,11 @@
-// Which containers the JSON mapping knows.
+// The wrappers and containers that the JSON mapping knows.
 #pragma once
 
 #include <map>
 #include <optional>
 #include <vector>
+
+#include "tarnwell/base/required.h"
 
 namespace tarnwell {
 
@@ -11,6 +13,11 @@ template <class T>
 inline constexpr bool isOptional = false;
 template <class T>
 inline constexpr bool isOptional<std::optional<T>> = true;
+
+template <class T>
+inline constexpr bool isRequired = false;
+template <class T>
+inline constexpr bool isRequired<Required<T>> = true;
 
 template <class T>
 inline constexpr bool isVector = false;

@@ -8,6 +8,7 @@
 #include <tuple>
 
 #include "tarnwell/base/record.h"
+#include "tarnwell/base/required.h"
 #include "tarnwell/base/uuid.h"
 #include "tarnwell/time/instant.h"
 
@@ -22,10 +23,10 @@ enum class MutationSource {
 constexpr std::array<std::string_view, 3> texts(MutationSource) { return {"user", "app", "agent"}; }
 
 struct TaskAuditEvent {
-  UUID id{};
-  Instant timestamp{};
-  MutationSource source{};
-  std::string action{};
+  UUID id = UUID::random();
+  Instant timestamp = Instant::now();
+  Required<MutationSource> source;
+  Required<std::string> action;
   std::optional<UUID> taskID{};  // absent when no single task is concerned
 
   static constexpr auto fields() {

@@ -6,6 +6,7 @@
 #include <tuple>
 
 #include "tarnwell/base/record.h"
+#include "tarnwell/base/required.h"
 #include "tarnwell/base/uuid.h"
 #include "tarnwell/model/domain_group.h"
 #include "tarnwell/time/instant.h"
@@ -26,11 +27,11 @@ constexpr std::array<std::string_view, 3> texts(SessionState) {
 }
 
 struct BlockSession {
-  UUID id{};
-  DomainGroup group{};  // a copy from the start: later edits of the group do not change the session
-  SessionMode mode{};
-  Instant startedAt{};
-  Instant endsAt{};
+  UUID id = UUID::random();
+  DomainGroup group;  // a copy from the start: later edits of the group do not change the session
+  Required<SessionMode> mode;
+  Instant startedAt;
+  Instant endsAt;
   SessionState state = SessionState::active;
 
   static constexpr auto fields() {

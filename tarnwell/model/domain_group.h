@@ -11,7 +11,7 @@
 namespace tarnwell {
 
 struct DomainRule {
-  UUID id{};
+  UUID id = UUID::random();
   std::string domain{};  // as stored; not to be trusted before it is normalised
   bool isEnabled = true;
 
@@ -23,7 +23,7 @@ struct DomainRule {
 };
 
 struct DomainGroup {
-  UUID id{};
+  UUID id = UUID::random();
   std::string name{};
   std::vector<DomainRule> rules{};  // in the user's order
   bool isEnabled = true;

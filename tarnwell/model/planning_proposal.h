@@ -8,6 +8,7 @@
 #include <tuple>
 
 #include "tarnwell/base/record.h"
+#include "tarnwell/base/required.h"
 #include "tarnwell/base/uuid.h"
 #include "tarnwell/time/instant.h"
 #include "tarnwell/time/local_day.h"
@@ -27,14 +28,14 @@ constexpr std::array<std::string_view, 3> texts(ProposalStatus) {
 }
 
 struct PlanningProposal {
-  UUID id{};
-  ProposalKind kind{};
-  UUID taskID{};
+  UUID id = UUID::random();
+  Required<ProposalKind> kind;
+  UUID taskID;
   std::string reason{};                          // shown to the user
   std::optional<LocalDay> originalPlannedDay{};  // the task's day when the proposal was made
   std::optional<LocalDay> suggestedPlannedDay{};
   ProposalStatus status = ProposalStatus::pending;
-  Instant createdAt{};
+  Instant createdAt = Instant::now();
 
   static constexpr auto fields() {
     return std::tuple{field("id", &PlanningProposal::id),

@@ -1,14 +1,11 @@
 #include "tarnwell/model/task.h"
 
-#include <algorithm>
-
 #include "tarnwell/base/text.h"
 
 namespace tarnwell {
 
-FocusTask FocusTask::make(FocusTask fields, std::optional<Instant> updatedAt) {
+FocusTask FocusTask::make(FocusTask fields) {
   fields.title = std::string(trimmed(fields.title));
-  fields.updatedAt = updatedAt.value_or(fields.createdAt);
   fields.validate();
   return fields;
 }
@@ -21,12 +18,6 @@ void FocusTask::validate() const {
   if (estimatedMinutes && (*estimatedMinutes < 0 || *estimatedMinutes > minutesPerDay)) {
     throw ProductivityValidationError(ProductivityValidationError::invalidEstimate);
   }
-}
-
-FocusTask* findTask(std::vector<FocusTask>& tasks, const UUID& id) {
-  const auto task = std::find_if(tasks.begin(), tasks.end(),
-                                 [&](const FocusTask& each) { return each.id == id; });
-  return task == tasks.end() ? nullptr : &*task;
 }
 
 }  // namespace tarnwell

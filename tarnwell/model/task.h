@@ -1,6 +1,7 @@
 // The task record and the small values that it is made of.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <optional>
@@ -59,9 +60,9 @@ class ProductivityValidationError : public CaseError<ProductivityValidationCase>
   using enum ProductivityValidationCase;
 };
 
-// Whoever edits a task in place relies on the stores, which validate on every load and write.
+// Fields may be edited freely: the stores validate every task on load and on save.
 struct FocusTask {
-  UUID id{};
+  UUID id = UUID::random();
   std::string title{};
   std::string notes{};
   std::optional<LocalDay> plannedDay{};
@@ -72,8 +73,8 @@ struct FocusTask {
   TaskStatus status = TaskStatus::pending;
   std::optional<TaskReminder> reminder{};
   std::optional<UUID> blockingGroupID{};  // the websites to block while working on the task
-  Instant createdAt{};
-  Instant updatedAt{};
+  Instant createdAt = Instant::now();
+  Instant updatedAt = createdAt;
   std::optional<Instant> startedAt{};  // the first start
   std::optional<Instant> completedAt{};
   std::optional<Instant> lastSkippedAt{};
@@ -81,9 +82,9 @@ struct FocusTask {
   double accumulatedFocusSeconds = 0;  // of finished segments
   std::optional<Instant> activeSegmentStartedAt{};
 
-  // A new task from the given fields: the title trimmed, `updatedAt` equal to `createdAt` unless
-  // it is given here, everything else as it is. Throws ProductivityValidationError.
-  static FocusTask make(FocusTask fields, std::optional<Instant> updatedAt = std::nullopt);
+  // Makes a task of the given fields, with the title trimmed and everything else as it is. Throws
+  // ProductivityValidationError.
+  static FocusTask make(FocusTask fields);
 
   // Neither completed nor archived.
   bool isOpen() const { return status != TaskStatus::completed && status != TaskStatus::archived; }
@@ -115,7 +116,22 @@ struct FocusTask {
   friend bool operator==(const FocusTask&, const FocusTask&) = default;
 };
 
-// The first task with the identifier; null when there is none. Owned by the list.
-FocusTask* findTask(std::vector<FocusTask>& tasks, const UUID& id);
+// Returns the first task that matches; null when there is none. Owned by the list, which may be
+// constant.
+template <class Tasks, class Matches>
+auto* findTaskIf(Tasks& tasks, Matches matches) {
+  const auto task = std::find_if(tasks.begin(), tasks.end(), matches);
+  return task == tasks.end() ? nullptr : &*task;
+}
+
+template <class Tasks>
+auto* findTask(Tasks& tasks, const UUID& id) {
+  return findTaskIf(tasks, [&](const FocusTask& task) { return task.id == id; });
+}
+
+template <class Tasks>
+auto* findTask(Tasks& tasks, TaskStatus status) {
+  return findTaskIf(tasks, [&](const FocusTask& task) { return task.status == status; });
+}
 
 }  // namespace tarnwell

@@ -53,7 +53,7 @@ std::optional<FocusTask> nextTask(const std::vector<FocusTask>& tasks, LocalDay 
 }
 
 std::vector<FocusTask> reorder(const std::vector<FocusTask>& tasks, const QueueMove& move) {
-  auto movable = queue(tasks, move.day, [](const FocusTask& task) { return task.isOpen(); });
+  auto movable = queue(tasks, *move.day, [](const FocusTask& task) { return task.isOpen(); });
   FocusTask* const moved = findTask(movable, move.taskID);
   FocusTask* const target = findTask(movable, move.targetID);
   if (moved == nullptr || target == nullptr || moved == target) return tasks;

@@ -10,6 +10,7 @@
 #include <optional>
 #include <vector>
 
+#include "tarnwell/base/required.h"
 #include "tarnwell/base/uuid.h"
 #include "tarnwell/model/task.h"
 #include "tarnwell/time/calendar.h"
@@ -29,7 +30,7 @@ struct WorkloadSummary {
 struct QueueMove {
   UUID taskID;
   UUID targetID;
-  LocalDay day;
+  Required<LocalDay> day;
 };
 
 // The queue order: the active task, then the others by manual position, priority and age, then the

@@ -34,12 +34,10 @@ LocalDay nextDay(LocalDay day) {
 
 // To move the task to the day after the one it is planned for, or to plan it anew if there is none.
 PlanningProposal makeProposal(ProposalKind kind, const FocusTask& task, std::string reason) {
-  PlanningProposal proposal{.id = UUID::random(),
-                            .kind = kind,
+  PlanningProposal proposal{.kind = kind,
                             .taskID = task.id,
                             .reason = std::move(reason),
-                            .originalPlannedDay = task.plannedDay,
-                            .createdAt = Instant::now()};
+                            .originalPlannedDay = task.plannedDay};
   if (task.plannedDay) proposal.suggestedPlannedDay = nextDay(*task.plannedDay);
   return proposal;
 }

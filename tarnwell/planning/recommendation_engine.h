@@ -51,12 +51,14 @@ class RecommendationEngine {
 
   // Replaces the pending proposals; those already handled stay as history.
   TaskStoreSnapshot save(const std::vector<PlanningProposal>& proposals,
-                         std::int64_t expectedRevision, Instant now);
+                         std::int64_t expectedRevision, Instant now = Instant::now());
 
   // Moves the task to the suggested day, provided that nobody has planned it anew since.
-  TaskStoreSnapshot approve(const UUID& proposalID, std::int64_t expectedRevision, Instant now);
+  TaskStoreSnapshot approve(const UUID& proposalID, std::int64_t expectedRevision,
+                            Instant now = Instant::now());
 
-  TaskStoreSnapshot dismiss(const UUID& proposalID, std::int64_t expectedRevision, Instant now);
+  TaskStoreSnapshot dismiss(const UUID& proposalID, std::int64_t expectedRevision,
+                            Instant now = Instant::now());
 
  private:
   TaskStore* store_;

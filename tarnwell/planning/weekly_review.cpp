@@ -56,12 +56,10 @@ void addPlannedTask(WeeklyReview& review, const FocusTask& task) {
   workload = checkedAdd(workload, minutes);
 }
 
+// The day of the last second before the next week, which is right even where the zone skipped the
+// date in between.
 LocalDay lastDayOf(const WeekInterval& week, const Calendar& calendar) {
-  LocalDay last = calendar.day(week.end);
-  last.day -= 1;
-  const auto start = calendar.date(last);
-  if (!start) fatalError("a week beyond the calendar's years");
-  return calendar.day(*start);
+  return calendar.day(week.end - std::chrono::seconds(1));
 }
 
 }  // namespace

@@ -30,7 +30,7 @@ std::string identifier(const UUID& taskID, ReminderKind kind) {
 }
 
 std::vector<ReminderRequest> requests(const FocusTask& task) {
-  constexpr double headsUpSeconds = 600;
+  constexpr auto headsUp = std::chrono::minutes(10);
   constexpr std::int64_t minutesWithoutEstimate = 60;
   constexpr std::int64_t secondsPerMinute = 60;
   if (!task.isOpen() || !task.reminder || !task.reminder->isEnabled || !task.scheduledStart) {
@@ -39,14 +39,14 @@ std::vector<ReminderRequest> requests(const FocusTask& task) {
   const Instant start = *task.scheduledStart;
   std::vector<ReminderRequest> result;
   if (task.reminder->remindTenMinutesBefore) {
-    result.push_back(makeRequest(task, ReminderKind::preStart, start + -headsUpSeconds));
+    result.push_back(makeRequest(task, ReminderKind::preStart, start - headsUp));
   }
   result.push_back(makeRequest(task, ReminderKind::start, start));
   if (task.reminder->remindWhenOverdue) {
     const std::int64_t seconds =
         checkedMultiply(task.estimatedMinutes.value_or(minutesWithoutEstimate), secondsPerMinute);
     result.push_back(
-        makeRequest(task, ReminderKind::overdue, start + static_cast<double>(seconds)));
+        makeRequest(task, ReminderKind::overdue, start + std::chrono::seconds(seconds)));
   }
   std::stable_sort(result.begin(), result.end(),
                    [](const auto& a, const auto& b) { return a.fireDate < b.fireDate; });

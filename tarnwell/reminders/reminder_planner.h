@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "tarnwell/base/record.h"
+#include "tarnwell/base/required.h"
 #include "tarnwell/base/uuid.h"
 #include "tarnwell/model/task.h"
 #include "tarnwell/time/instant.h"
@@ -22,9 +23,9 @@ constexpr std::array<std::string_view, 3> texts(ReminderKind) {
 
 struct ReminderRequest {
   std::string id{};  // of the notification
-  UUID taskID{};
-  ReminderKind kind{};
-  Instant fireDate{};
+  UUID taskID;
+  Required<ReminderKind> kind;
+  Instant fireDate;
   std::string title{};
   std::string body{};
 

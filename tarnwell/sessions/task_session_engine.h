@@ -40,33 +40,35 @@ class TaskSessionError : public CaseError<TaskSessionCase> {
 // revision that the caller last saw.
 class TaskSessionEngine {
  public:
-  TaskSessionEngine(TaskStore& store, const Calendar& calendar)
+  explicit TaskSessionEngine(TaskStore& store, const Calendar& calendar = Calendar::current())
       : store_(store), calendar_(calendar) {}
   TaskSessionEngine(const TaskSessionEngine&) = delete;
   TaskSessionEngine& operator=(const TaskSessionEngine&) = delete;
   ~TaskSessionEngine() = default;
 
   // Makes a pending or paused task the active one.
-  TaskStoreSnapshot start(const UUID& taskID, Instant now, std::int64_t expectedRevision);
+  TaskStoreSnapshot start(const UUID& taskID, std::int64_t expectedRevision,
+                          Instant now = Instant::now());
 
   // Starts the first paused task.
-  TaskStoreSnapshot resume(Instant now, std::int64_t expectedRevision);
+  TaskStoreSnapshot resume(std::int64_t expectedRevision, Instant now = Instant::now());
 
   // Pauses the active task and banks its time.
-  TaskStoreSnapshot pause(Instant now, std::int64_t expectedRevision);
+  TaskStoreSnapshot pause(std::int64_t expectedRevision, Instant now = Instant::now());
 
   // Puts the active task back, at the end of its day's open queue.
-  TaskStoreSnapshot skip(Instant now, std::int64_t expectedRevision);
+  TaskStoreSnapshot skip(std::int64_t expectedRevision, Instant now = Instant::now());
 
   // Completes the active task and proposes the next one of today.
-  TaskStoreSnapshot complete(Instant now, std::int64_t expectedRevision);
+  TaskStoreSnapshot complete(std::int64_t expectedRevision, Instant now = Instant::now());
 
   // Undoes a start whose companion action failed, also the first one of a task that was paused
   // before: the time banked until then stays.
-  TaskStoreSnapshot cancelStart(const UUID& taskID, Instant now, std::int64_t expectedRevision);
+  TaskStoreSnapshot cancelStart(const UUID& taskID, std::int64_t expectedRevision,
+                                Instant now = Instant::now());
 
   // Takes up the running task from what is stored. Writes nothing, never fails.
-  void recover(Instant now);
+  void recover(Instant now = Instant::now());
 
   // Never fails.
   TaskStoreSnapshot snapshot() { return store_.snapshot(); }
@@ -79,10 +81,10 @@ class TaskSessionEngine {
   using Change = std::function<void(PersistedState&)>;
   using TaskChange = std::function<void(PersistedState&, FocusTask&)>;
 
-  TaskStoreSnapshot transact(std::string_view action, const UUID& taskID, Instant now,
-                             std::int64_t expectedRevision, const Change& change);
-  TaskStoreSnapshot changeActiveTask(std::string_view action, Instant now,
-                                     std::int64_t expectedRevision, const TaskChange& change);
+  TaskStoreSnapshot transact(std::string_view action, const UUID& taskID,
+                             std::int64_t expectedRevision, Instant now, const Change& change);
+  TaskStoreSnapshot changeActiveTask(std::string_view action, std::int64_t expectedRevision,
+                                     Instant now, const TaskChange& change);
 
   TaskStore& store_;
   const Calendar calendar_;

@@ -31,15 +31,14 @@ TaskStoreSnapshot TaskStore::transact(const TaskTransaction& transaction,
   const std::scoped_lock guard(mutex_);
   return store_.withExclusiveLock([&] {
     state_ = store_.loadShared();
-    if (transaction.expectedRevision != state_->revision) {
-      throw TaskStoreError::revisionConflict(transaction.expectedRevision, state_->revision);
+    if (*transaction.expectedRevision != state_->revision) {
+      throw TaskStoreError::revisionConflict(*transaction.expectedRevision, state_->revision);
     }
     auto changed = std::make_shared<PersistedState>(*state_);
     change(*changed);
     changed->validateTasks();
     changed->revision = checkedAdd(changed->revision, 1);
-    changed->auditEvents.push_back({.id = UUID::random(),
-                                    .timestamp = transaction.now,
+    changed->auditEvents.push_back({.timestamp = transaction.now,
                                     .source = transaction.source,
                                     .action = transaction.action,
                                     .taskID = transaction.taskID});

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "tarnwell/base/error.h"
+#include "tarnwell/base/required.h"
 #include "tarnwell/base/uuid.h"
 #include "tarnwell/model/audit_event.h"
 #include "tarnwell/store/local_store.h"
@@ -57,11 +58,11 @@ class TaskStoreSnapshot {
 
 // What a transaction is and what its audit event says.
 struct TaskTransaction {
-  std::int64_t expectedRevision{};  // of the snapshot that the change was computed from
-  MutationSource source{};
-  std::string action{};
+  Required<std::int64_t> expectedRevision;  // of the snapshot that the change was computed from
+  Required<MutationSource> source;
+  Required<std::string> action;
   std::optional<UUID> taskID{};
-  Instant now{};
+  Instant now = Instant::now();
 };
 
 // Operations run one at a time; any thread may call. One per process.

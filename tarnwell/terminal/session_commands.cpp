@@ -42,7 +42,7 @@ TaskStoreSnapshot changeActive(Host& host, const FocusTask& task, Operation oper
 
 Answer completeActive(Host& host, const FocusTask& task) {
   changeActive(host, task, [&](FocusCoordinator& coordinator, std::int64_t revision) {
-    return coordinator.complete(host.now, revision);
+    return coordinator.complete(revision, host.now);
   });
   return saying("Done: " + inQuotes(task.title) + ".");
 }

@@ -28,7 +28,7 @@ std::optional<time_t> unixSeconds(Instant instant) {
 }
 
 Instant instantFromUnix(time_t time) {
-  return {static_cast<double>(time) - referenceDateUnixSeconds};
+  return Instant(static_cast<double>(time) - referenceDateUnixSeconds);
 }
 
 tm requireLocalTime(Instant instant) {

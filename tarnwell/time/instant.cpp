@@ -3,9 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <chrono>
 #include <cmath>
 #include <ctime>
+
+#include "tarnwell/base/fatal_error.h"
 
 namespace tarnwell {
 namespace {
@@ -28,17 +29,25 @@ void appendPadded(std::string& text, long long number, std::size_t width) {
 }  // namespace
 
 Instant Instant::now() {
-  const std::chrono::duration<double> sinceUnixEpoch =
-      std::chrono::system_clock::now().time_since_epoch();
-  return {sinceUnixEpoch.count() - referenceDateUnixSeconds};
+  std::timespec time{};
+  if (clock_gettime(CLOCK_REALTIME, &time) != 0) fatalError("no wall clock");
+  return fromUnix(time);
+}
+
+Instant Instant::fromUnix(const std::timespec& time) {
+  constexpr double secondsPerNanosecond = 1e-9;
+  // Whole seconds first: their difference is exact, so the fraction keeps all the digits there are.
+  const double wholeSeconds = static_cast<double>(time.tv_sec) - referenceDateUnixSeconds;
+  return Instant(wholeSeconds + static_cast<double>(time.tv_nsec) * secondsPerNanosecond);
 }
 
 std::string isoText(Instant instant) {
   // `tm_year` is an int: about two thousand million years in seconds either way.
   constexpr double limit = 6.7e16;
-  const double unixSeconds =
-      std::clamp(std::floor(instant.seconds) + referenceDateUnixSeconds, -limit, limit);
-  const auto time = static_cast<time_t>(unixSeconds);
+  const double unixSeconds = std::floor(instant.seconds) + referenceDateUnixSeconds;
+  // Not std::clamp, which hands on what is not a number.
+  const auto time =
+      static_cast<time_t>(unixSeconds > -limit ? std::min(unixSeconds, limit) : -limit);
   tm utc{};
   gmtime_r(&time, &utc);
   std::string text;

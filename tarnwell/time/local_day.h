@@ -2,7 +2,9 @@
 #pragma once
 
 #include <compare>
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <tuple>
 
 #include "tarnwell/base/record.h"
@@ -24,3 +26,14 @@ struct LocalDay {
 };
 
 }  // namespace tarnwell
+
+template <>
+struct std::hash<tarnwell::LocalDay> {
+  std::size_t operator()(const tarnwell::LocalDay& day) const noexcept {
+    constexpr std::uint64_t monthsPerYear = 12;
+    constexpr std::uint64_t daysPerMonth = 31;
+    const auto months = static_cast<std::uint64_t>(day.year) * monthsPerYear +
+                        static_cast<std::uint64_t>(day.month);
+    return std::hash<std::uint64_t>()(months * daysPerMonth + static_cast<std::uint64_t>(day.day));
+  }
+};

@@ -8,6 +8,8 @@
 namespace tarnwell {
 namespace {
 
+using namespace std::chrono_literals;
+
 using test::someInstant;
 using Service = AgentCommandService;
 
@@ -63,14 +65,14 @@ TEST_F(BlockedTaskCommandsTest, startBlocksFor25MinutesFlexiblyUnlessSaidOtherwi
   EXPECT_EQ(start(), Service::success(1, {}));
   EXPECT_EQ(status(), TaskStatus::active);
   EXPECT_EQ(session()->mode, SessionMode::flexible);
-  EXPECT_EQ(session()->endsAt - session()->startedAt, 1500);
+  EXPECT_EQ(session()->endsAt - session()->startedAt, 25min);
   EXPECT_EQ(session()->group, DomainGroup::socialDistractions());
 }
 
 TEST_F(BlockedTaskCommandsTest, startTakesAStrictMode) {
   start({{"mode", "strict"}});
   EXPECT_EQ(session()->mode, SessionMode::strict);
-  EXPECT_EQ(session()->endsAt - session()->startedAt, 1500);
+  EXPECT_EQ(session()->endsAt - session()->startedAt, 25min);
 }
 
 TEST_F(BlockedTaskCommandsTest, startTakesAnyOtherModeForFlexible) {
@@ -83,12 +85,12 @@ TEST_F(BlockedTaskCommandsTest, startTakesAnyOtherModeForFlexible) {
 }
 
 TEST_F(BlockedTaskCommandsTest, startBlocksForTheEstimateAndAMinuteAtLeast) {
-  for (const auto& [minutes, seconds] :
-       {std::pair<std::int64_t, double>{90, 5400}, {1, 60}, {0, 60}}) {
+  for (const auto& [minutes, duration] :
+       {std::pair<std::int64_t, Duration>{90, 90min}, {1, 1min}, {0, 1min}}) {
     task.estimatedMinutes = minutes;
     save(task);
     ASSERT_EQ(start(), Service::success(1, {})) << minutes;
-    EXPECT_EQ(session()->endsAt - session()->startedAt, seconds);
+    EXPECT_EQ(session()->endsAt - session()->startedAt, duration);
   }
 }
 
@@ -124,7 +126,7 @@ TEST_F(BlockedTaskCommandsTest, resumeStartsAFreshSession) {
   start();
   EXPECT_EQ(execute("tasks.pause", 1), Service::success(2, {}));
   EXPECT_EQ(session(), std::nullopt);
-  now = someInstant + 600;
+  now = someInstant + 600s;
   EXPECT_EQ(execute("tasks.resume", 2, {{"mode", "strict"}}), Service::success(3, {}));
   EXPECT_EQ(session()->startedAt, now);
   EXPECT_EQ(session()->mode, SessionMode::strict);
@@ -139,7 +141,7 @@ TEST_F(BlockedTaskCommandsTest, resumeRefusesATaskWhoseGroupIsGone) {
 
 TEST_F(BlockedTaskCommandsTest, resumeDuringAStrictSessionLeavesThePausedTaskPending) {
   start({{"mode", "strict"}});
-  tasks.pause(now, 1);  // as the desktop application may
+  tasks.pause(1, now);  // as the desktop application may
   EXPECT_EQ(execute("tasks.resume", 2), Service::failure(failures::operationFailed()));
   EXPECT_EQ(status(), TaskStatus::pending);
   EXPECT_EQ(local.load().revision, 4);

@@ -41,7 +41,11 @@ TEST(Engines, areAllOverTheSamePlan) {
 
   Engines engines(directory);
   EXPECT_EQ(engines.blockSessions.groups.value().front().name, "Stored");
-  engines.focusCoordinator.start({.taskID = task.id, .now = test::someInstant, .revision = 0});
+  engines.focusCoordinator.start({.taskID = task.id,
+                                  .duration = std::chrono::minutes(25),
+                                  .mode = SessionMode::flexible,
+                                  .revision = 0,
+                                  .now = test::someInstant});
   EXPECT_EQ(engines.taskStore.snapshot().state().tasks.front().status, TaskStatus::active);
   EXPECT_EQ(engines.localStore.load().revision, 1);
 }

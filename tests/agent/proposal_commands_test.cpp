@@ -103,7 +103,9 @@ TEST_F(ProposalCommandsTest, generateNeedsTheCurrentRevision) {
 }
 
 TEST_F(ProposalCommandsTest, listGivesEveryStoredProposalInStoredOrder) {
-  std::vector<PlanningProposal> proposals(3);
+  std::vector<PlanningProposal> proposals(
+      3,
+      {.kind = ProposalKind::reschedule, .taskID = UUID::random(), .createdAt = test::someInstant});
   proposals[0].status = ProposalStatus::dismissed;
   proposals[1].kind = ProposalKind::splitTask;
   proposals[2].status = ProposalStatus::approved;

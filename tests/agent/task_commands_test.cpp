@@ -9,6 +9,8 @@
 namespace tarnwell {
 namespace {
 
+using namespace std::chrono_literals;
+
 using test::entryCount;
 using test::makeTask;
 using test::someInstant;
@@ -85,7 +87,7 @@ TEST_F(TaskCommandsTest, listIgnoresItsPayload) {
 }
 
 TEST_F(TaskCommandsTest, createStoresTheTaskAndItsAuditEvent) {
-  now = {someInstant.seconds + 0.625};
+  now = someInstant + 0.625s;
   const auto reply = execute("tasks.create", 0,
                              {{"title", "  Plan the week \n"},
                               {"estimated_minutes", 25.0},
@@ -217,7 +219,7 @@ TEST_F(TaskCommandsTest, updateChangesWhatIsGivenAndItsTimeAndNothingElse) {
   task.notes = "kept";
   task.skipCount = 2;
   storeTask(task);
-  now = {someInstant.seconds + 60.5};
+  now = someInstant + 60.5s;
   FocusTask expected = task;
   expected.title = "New";
   expected.estimatedMinutes = 45;
@@ -243,7 +245,7 @@ TEST_F(TaskCommandsTest, updateLeavesAnAuditEventOfTheAgent) {
 
 TEST_F(TaskCommandsTest, updateWithoutChangesSetsTheTimeAlone) {
   const FocusTask task = storeTask();
-  now = {someInstant.seconds + 1};
+  now = someInstant + 1s;
   FocusTask expected = task;
   expected.updatedAt = now;
   EXPECT_EQ(update(task, {}), expected);

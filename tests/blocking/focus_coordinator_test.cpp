@@ -9,11 +9,13 @@
 namespace tarnwell {
 namespace {
 
+using namespace std::chrono_literals;
+
 using test::expectError;
 using test::makeTask;
 using test::someInstant;
 
-constexpr double hour = 3600;
+constexpr Duration hour = 1h;
 const BlockingError cancelled = BlockingError::authorizationCancelled();
 
 class FocusCoordinatorTest : public testing::Test, protected test::StoredPlan {
@@ -30,8 +32,8 @@ class FocusCoordinatorTest : public testing::Test, protected test::StoredPlan {
             .blockingGroup = DomainGroup::socialDistractions(),
             .duration = hour,
             .mode = mode,
-            .now = someInstant,
-            .revision = 0};
+            .revision = 0,
+            .now = someInstant};
   }
 
   TaskStatus status() const { return task(task_.id).status; }
@@ -39,7 +41,7 @@ class FocusCoordinatorTest : public testing::Test, protected test::StoredPlan {
 
   std::vector<std::string> trail() const {
     std::vector<std::string> actions;
-    for (const auto& event : local.load().auditEvents) actions.push_back(event.action);
+    for (const auto& event : local.load().auditEvents) actions.push_back(*event.action);
     return actions;
   }
 
@@ -113,7 +115,8 @@ TEST_F(FocusCoordinatorTest, undoesTheStartOfATaskWhoseGroupHasNoEnabledRule) {
 TEST_F(FocusCoordinatorTest, reportsTheUndoThatFailedInsteadOfTheBlocking) {
   blocker.onApply = [&] {
     TaskStore other(local);  // another process changes the plan while the prompt is open
-    other.transact({.expectedRevision = 1, .action = "x"}, [](PersistedState&) {});
+    other.transact({.expectedRevision = 1, .source = MutationSource::user, .action = "x"},
+                   [](PersistedState&) {});
     throw cancelled;
   };
   const auto conflict = TaskStoreError::revisionConflict(1, 2);
@@ -134,20 +137,20 @@ TEST_F(FocusCoordinatorTest, clearsTheLastErrorWithASuccessfulStart) {
 
 TEST_F(FocusCoordinatorTest, endsAFlexibleSessionWithItsTask) {
   coordinator.start(request());
-  EXPECT_EQ(coordinator.pause(someInstant, 1).revision(), 2);
+  EXPECT_EQ(coordinator.pause(1, someInstant).revision(), 2);
   EXPECT_EQ(status(), TaskStatus::paused);
   EXPECT_EQ(storedSession(), std::nullopt);
 
   FocusStart again = request();
   again.revision = 2;
   coordinator.start(again);
-  coordinator.skip(someInstant, 3);
+  coordinator.skip(3, someInstant);
   EXPECT_EQ(status(), TaskStatus::pending);
   EXPECT_EQ(storedSession(), std::nullopt);
 
   again.revision = 4;
   coordinator.start(again);
-  const auto after = coordinator.complete(someInstant, 5);
+  const auto after = coordinator.complete(5, someInstant);
   EXPECT_EQ(status(), TaskStatus::completed);
   EXPECT_EQ(storedSession(), std::nullopt);
   EXPECT_EQ(after.state(), local.load());
@@ -157,7 +160,7 @@ TEST_F(FocusCoordinatorTest, worksOnTasksAloneWhereThereIsNoSession) {
   FocusStart plain = request();
   plain.blockingGroup.reset();
   coordinator.start(plain);
-  coordinator.pause(someInstant, 1);
+  coordinator.pause(1, someInstant);
   EXPECT_EQ(status(), TaskStatus::paused);
   EXPECT_TRUE(blocker.calls.empty());
 }
@@ -165,18 +168,18 @@ TEST_F(FocusCoordinatorTest, worksOnTasksAloneWhereThereIsNoSession) {
 TEST_F(FocusCoordinatorTest, aStrictSessionVetoesPausingAndSkippingBeforeAnythingChanges) {
   coordinator.start(request(SessionMode::strict));
   const SessionError locked(SessionError::strictSessionLocked);
-  const Instant before = someInstant + (hour - 1);
-  expectRefused(locked, [&] { coordinator.pause(before, 1); });
-  expectRefused(locked, [&] { coordinator.skip(before, 1); });
-  expectRefused(locked, [&] { coordinator.pause(before, 99); });  // before the conflict
+  const Instant before = someInstant + (hour - 1s);
+  expectRefused(locked, [&] { coordinator.pause(1, before); });
+  expectRefused(locked, [&] { coordinator.skip(1, before); });
+  expectRefused(locked, [&] { coordinator.pause(99, before); });  // before the conflict
   EXPECT_EQ(coordinator.lastError.value(), locked.description());
-  coordinator.pause(someInstant + hour, 1);
+  coordinator.pause(1, someInstant + hour);
   EXPECT_EQ(storedSession(), std::nullopt);
 }
 
 TEST_F(FocusCoordinatorTest, completingIsNeverVetoedAndAStrictSessionGoesOn) {
   coordinator.start(request(SessionMode::strict));
-  coordinator.complete(someInstant + 1, 1);
+  coordinator.complete(1, someInstant + 1s);
   EXPECT_EQ(status(), TaskStatus::completed);
   EXPECT_EQ(storedSession()->mode, SessionMode::strict);
 }
@@ -184,7 +187,7 @@ TEST_F(FocusCoordinatorTest, completingIsNeverVetoedAndAStrictSessionGoesOn) {
 TEST_F(FocusCoordinatorTest, aBlockThatCannotBeRemovedFailsThoughTheTaskHasChanged) {
   coordinator.start(request());
   blocker.onRemove = [] { throw cancelled; };
-  expectError(cancelled, [&] { coordinator.pause(someInstant, 1); });
+  expectError(cancelled, [&] { coordinator.pause(1, someInstant); });
   EXPECT_EQ(status(), TaskStatus::paused);
   EXPECT_EQ(revision(), 2);
   EXPECT_EQ(storedSession()->state, SessionState::attentionRequired);
@@ -193,7 +196,7 @@ TEST_F(FocusCoordinatorTest, aBlockThatCannotBeRemovedFailsThoughTheTaskHasChang
 
 TEST_F(FocusCoordinatorTest, leavesTheBlockingAloneWhenTheTaskCannotChange) {
   coordinator.start(request());
-  EXPECT_THROW(coordinator.pause(someInstant, 9), TaskStoreError);
+  EXPECT_THROW(coordinator.pause(9, someInstant), TaskStoreError);
   EXPECT_TRUE(storedSession());
 }
 

@@ -20,12 +20,14 @@
 namespace tarnwell {
 namespace {
 
+using namespace std::chrono_literals;
+
 using test::contentOf;
 using test::makeTask;
 using test::someInstant;
 
 constexpr std::size_t rounds = 12;
-constexpr double hour = 3600;
+constexpr Duration hour = 1h;
 const std::string plainHosts = "127.0.0.1 localhost\n";
 
 // Messages from one thread to another.
@@ -81,7 +83,8 @@ TEST(HostThreads, useTheTaskStoreAndTheHostsEngineAtOnce) {
     SessionEngine blocking(document, blocker);
     blocking.protectionStatus.observe([&](ProtectionStatus status) { inbox.post(status); });
     for (std::size_t i = 0; i < rounds; ++i) {
-      blocking.start({.group = group, .duration = hour, .now = someInstant});
+      blocking.start(
+          {.group = group, .duration = hour, .mode = SessionMode::flexible, .now = someInstant});
       addTask(store);
       blocking.tick(someInstant + hour);
     }

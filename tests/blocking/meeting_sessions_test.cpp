@@ -17,14 +17,11 @@ using test::expectError;
 using test::someInstant;
 using testing::ElementsAre;
 
-constexpr double hour = 3600;
+constexpr Duration hour = std::chrono::hours(1);
 const BlockingError cancelled = BlockingError::authorizationCancelled();
 
 BlockSession sessionOn(const std::string& domain, SessionMode mode) {
-  return {.id = UUID::random(),
-          .group = {.id = UUID::random(),
-                    .name = domain,
-                    .rules = {{.id = UUID::random(), .domain = domain}}},
+  return {.group = {.name = domain, .rules = {{.domain = domain}}},
           .mode = mode,
           .startedAt = someInstant,
           .endsAt = someInstant + hour};

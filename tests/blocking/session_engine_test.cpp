@@ -18,12 +18,14 @@
 namespace tarnwell {
 namespace {
 
+using namespace std::chrono_literals;
+
 using test::expectError;
 using test::someInstant;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr double hour = 3600;
+constexpr Duration hour = 1h;
 const BlockingError cancelled = BlockingError::authorizationCancelled();
 
 DomainGroup groupOf(std::vector<std::string> domains) {
@@ -40,7 +42,7 @@ class SessionEngineTest : public testing::Test {
     engine.onSessionChanged = [&](const auto& session) { changes.push_back(session); };
   }
 
-  static SessionStart request(SessionMode mode = SessionMode::flexible, double duration = hour) {
+  static SessionStart request(SessionMode mode = SessionMode::flexible, Duration duration = hour) {
     return {
         .group = groupOf({"Example.com"}), .duration = duration, .mode = mode, .now = someInstant};
   }
@@ -116,8 +118,8 @@ TEST_F(SessionEngineTest, startStoresTheEnginesGroups) {
 
 TEST_F(SessionEngineTest, aJustBuiltSessionEqualsItsCopyOnDiskBitForBit) {
   SessionStart start = request();
-  start.now = {816908129.1164603};
-  start.duration = 1500.1;
+  start.now = Instant(816908129.1164603);
+  start.duration = 1500.1s;
   engine.start(start);
   EXPECT_EQ(stored(), engine.activeSession.value());
 }
@@ -133,12 +135,13 @@ TEST_F(SessionEngineTest, theSessionIsOnDiskAndTheLockFreeWhileTheBlockIsInstall
 }
 
 TEST_F(SessionEngineTest, startNeedsAMinute) {
-  for (const double duration : {59.9, 0.0, -60.0, std::nan("")}) {
+  for (const Duration duration :
+       {Duration(59.9s), Duration(0), Duration(-60), Duration(std::nan(""))}) {
     expectError(SessionError(SessionError::invalidDuration),
                 [&] { engine.start(request(SessionMode::flexible, duration)); });
   }
   EXPECT_EQ(test::entryCount(folder.path()), 0U);
-  EXPECT_NO_THROW(engine.start(request(SessionMode::flexible, 60)));
+  EXPECT_NO_THROW(engine.start(request(SessionMode::flexible, 1min)));
 }
 
 TEST_F(SessionEngineTest, startNeedsAnEnabledDomainThatIsOne) {
@@ -210,8 +213,8 @@ TEST_F(SessionEngineTest, aFlexibleSessionEndsAtAnyTime) {
 TEST_F(SessionEngineTest, aStrictSessionEndsWhenItsTimeHasComeAndNotBefore) {
   engine.start(request(SessionMode::strict));
   expectError(SessionError(SessionError::strictSessionLocked),
-              [&] { engine.endFlexible(someInstant + (hour - 1)); });
-  EXPECT_FALSE(engine.endIfFlexible(someInstant + (hour - 1)));
+              [&] { engine.endFlexible(someInstant + (hour - 1s)); });
+  EXPECT_FALSE(engine.endIfFlexible(someInstant + (hour - 1s)));
   EXPECT_TRUE(stored());
   engine.endFlexible(someInstant + hour);
   expectNoSession();
@@ -251,7 +254,7 @@ TEST_F(SessionEngineTest, aBlockThatCannotBeRemovedLeavesTheSessionInNeedOfAtten
 
 TEST_F(SessionEngineTest, tickEndsTheSessionWhenItsTimeHasComeAndRecordsAFailure) {
   engine.start(request(SessionMode::strict));
-  engine.tick(someInstant + (hour - 0.5));
+  engine.tick(someInstant + (hour - 0.5s));
   EXPECT_TRUE(stored());
   blocker.onRemove = [] { throw cancelled; };
   engine.tick(someInstant + hour);
@@ -399,10 +402,10 @@ TEST_F(SessionEngineTest, expectsTheHostsOfTheActiveSessionAndNoneWithoutOne) {
 }
 
 TEST_F(SessionEngineTest, remainingTimeCountsDownToZero) {
-  EXPECT_EQ(engine.remainingTime(someInstant), 0);
+  EXPECT_EQ(engine.remainingTime(someInstant), 0s);
   engine.start(request());
-  EXPECT_EQ(engine.remainingTime(someInstant + 0.5), hour - 0.5);
-  EXPECT_EQ(engine.remainingTime(someInstant + 2 * hour), 0);
+  EXPECT_EQ(engine.remainingTime(someInstant + 0.5s), hour - 0.5s);
+  EXPECT_EQ(engine.remainingTime(someInstant + 2 * hour), 0s);
 }
 
 TEST_F(SessionEngineTest, replaceGroupsStoresAndPublishesThem) {

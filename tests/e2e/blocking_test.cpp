@@ -211,11 +211,10 @@ TEST_P(BlockingEndToEnd, aStrictSessionOutlastsItsTask) {
 
 TEST_P(BlockingEndToEnd, anySessionThatIsStoredStandsInTheWayOfANewOne) {
   PersistedState state = plan.state();
-  state.activeSession = {.id = UUID::random(),
-                         .group = plan.group,
+  state.activeSession = {.group = plan.group,
                          .mode = SessionMode::flexible,
                          .startedAt = test::someInstant,
-                         .endsAt = test::someInstant + 60};
+                         .endsAt = test::someInstant + std::chrono::minutes(1)};
   system.plan().save(state);
   EXPECT_EQ(plan.start(), refused);
   EXPECT_EQ(plan.status(), TaskStatus::pending);
@@ -242,8 +241,7 @@ TEST_P(BlockingEndToEnd, aSessionThatNeedsAttentionEndsWithAnotherTask) {
 TEST_P(BlockingEndToEnd, aTaskPausedWhileItsPromptIsOpenLeavesNoBlockBehind) {
   plan.system.willAnswer({Answer::meddle, Answer::approve});
   plan.system.willMeddle(BlockedPlan::request("tasks.pause", 1, "{}"));
-  EXPECT_EQ(plan.start(),
-            Service::failure(failures::revisionConflict, 2, "Expected 1, current 2."));
+  EXPECT_EQ(plan.start(), Service::failure(failures::revisionConflict(1, 2)));
   EXPECT_EQ(plan.hosts(), othersEntries);
   EXPECT_EQ(plan.status(), TaskStatus::paused);
   EXPECT_EQ(plan.state().activeSession, std::nullopt);

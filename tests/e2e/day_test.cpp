@@ -91,7 +91,7 @@ TEST_F(DayEndToEnd, leavesExactlyTheTrailOfWhatWasDone) {
   };
   std::vector<Event> trail;
   for (const auto& event : LocalStore(tool.dataFile()).load().auditEvents) {
-    trail.push_back({event.action, std::string(textOf(event.source)),
+    trail.push_back({*event.action, std::string(textOf(*event.source)),
                      event.taskID ? event.taskID->text() : ""});
   }
   const std::vector<Event> expected = {

@@ -12,6 +12,8 @@
 namespace tarnwell {
 namespace {
 
+using namespace std::chrono_literals;
+
 using test::expectError;
 using test::makeTask;
 using test::someInstant;
@@ -40,10 +42,11 @@ TEST(FocusTask, isMadeWithEverythingElseAsGiven) {
   EXPECT_EQ(FocusTask::make(fields), fields);
 }
 
-TEST(FocusTask, isMadeUpdatedWhenItWasCreatedUnlessSaidOtherwise) {
-  FocusTask fields{.title = "T", .createdAt = someInstant};
-  EXPECT_EQ(FocusTask::make(fields).updatedAt, someInstant);
-  EXPECT_EQ(FocusTask::make(fields, someInstant + 5).updatedAt, someInstant + 5);
+TEST(FocusTask, wasUpdatedWhenItWasCreatedUnlessGivenOtherwise) {
+  EXPECT_EQ(FocusTask::make({.title = "T", .createdAt = someInstant}).updatedAt, someInstant);
+  const Instant later = someInstant + 5s;
+  EXPECT_EQ(FocusTask::make({.title = "T", .createdAt = someInstant, .updatedAt = later}).updatedAt,
+            later);
 }
 
 TEST(FocusTask, beginsPendingNormalAndUntouched) {
@@ -127,7 +130,10 @@ TEST(DomainGroup, socialDistractionsAreTheSameOnEveryMachine) {
 
 TEST(BlockSession, keepsItsOwnCopyOfTheGroup) {
   DomainGroup group = DomainGroup::socialDistractions();
-  const BlockSession session{.id = UUID::random(), .group = group};
+  const BlockSession session{.group = group,
+                             .mode = SessionMode::strict,
+                             .startedAt = someInstant,
+                             .endsAt = someInstant + 1h};
   group.rules.clear();
   EXPECT_EQ(session.group, DomainGroup::socialDistractions());
   EXPECT_EQ(session.state, SessionState::active);

@@ -12,6 +12,8 @@
 namespace tarnwell {
 namespace {
 
+using namespace std::chrono_literals;
+
 using test::makeTask;
 using test::someInstant;
 using testing::ElementsAre;
@@ -107,7 +109,7 @@ TEST(PlannerEngine, ordersByPositionThenPriorityThenAge) {
   FocusTask high = planned("High", 1);
   high.priority = TaskPriority::high;
   FocusTask older = planned("Older", 1);
-  older.createdAt = someInstant + -0.25;
+  older.createdAt = someInstant - 0.25s;
   const Tasks tasks{planned("Last", 2), planned("Younger", 1), older, high,
                     critical,           planned("First", 0)};
   EXPECT_THAT(ordered(tasks), ElementsAre("First", "Critical", "High", "Older", "Younger", "Last"));
@@ -120,7 +122,7 @@ TEST(PlannerEngine, sortsNegativePositionsBeforeZero) {
 
 TEST(PlannerEngine, waitsForAScheduledStart) {
   FocusTask later = planned("Later");
-  later.scheduledStart = someInstant + 1;
+  later.scheduledStart = someInstant + 1s;
   later.estimatedMinutes = 20;
   FocusTask now = planned("Now", 5);
   now.scheduledStart = someInstant;
@@ -249,7 +251,7 @@ TEST(PlannerEngineReorder, agreesWithItsDefinitionForRandomQueues) {
     for (std::size_t i = 0; i < 2 + below(8); ++i) {
       tasks.push_back(planned("T", static_cast<std::int64_t>(below(6)) - 3,
                               statuses.at(below(statuses.size()))));
-      tasks.back().createdAt = someInstant + static_cast<double>(i);
+      tasks.back().createdAt = someInstant + std::chrono::seconds(i);
     }
     Tasks queue = PlannerEngine::queueTasks(tasks, today);
     std::erase_if(queue, [](const auto& task) { return task.status == TaskStatus::completed; });

@@ -8,6 +8,8 @@
 namespace tarnwell {
 namespace {
 
+using namespace std::chrono_literals;
+
 using test::makeTask;
 using test::someInstant;
 using Proposals = std::vector<PlanningProposal>;
@@ -24,22 +26,25 @@ class RecommendationEngineTest : public testing::Test, protected test::StoredPla
     task_ = makeTask("T");
     task_.plannedDay = tuesday;
     task_.manualPosition = 3;
-    proposal_ = {.id = UUID::random(),
-                 .kind = ProposalKind::reschedule,
-                 .taskID = task_.id,
-                 .reason = "r",
-                 .originalPlannedDay = tuesday,
-                 .suggestedPlannedDay = wednesday,
-                 .createdAt = someInstant};
+    proposal_ = makeProposal(task_.id);
     save();
+  }
+
+  static PlanningProposal makeProposal(const UUID& taskID) {
+    return {.kind = ProposalKind::reschedule,
+            .taskID = taskID,
+            .reason = "r",
+            .originalPlannedDay = tuesday,
+            .suggestedPlannedDay = wednesday,
+            .createdAt = someInstant};
   }
 
   void save() { local.save({.tasks = {task_}, .proposals = {proposal_}}); }
 
   PlanningProposal storedProposal() const { return local.load().proposals.front(); }
 
-  FocusTask task_;
-  PlanningProposal proposal_;
+  FocusTask task_ = makeTask("T");
+  PlanningProposal proposal_ = makeProposal(task_.id);
   RecommendationEngine engine{store};
 };
 
@@ -49,10 +54,10 @@ TEST_F(RecommendationEngineTest, approvalMovesTheTaskAndChangesNothingElse) {
     storeProposal();
     proposal_.kind = kind;
     save();
-    const auto after = engine.approve(proposal_.id, 0, someInstant + 60);
+    const auto after = engine.approve(proposal_.id, 0, someInstant + 60s);
     FocusTask expected = task_;
     expected.plannedDay = wednesday;
-    expected.updatedAt = someInstant + 60;
+    expected.updatedAt = someInstant + 60s;
     EXPECT_EQ(task(task_.id), expected);
     EXPECT_EQ(storedProposal().status, ProposalStatus::approved);
     EXPECT_EQ(after.state(), local.load());
@@ -121,13 +126,13 @@ TEST_F(RecommendationEngineTest, aHandledProposalIsReportedBeforeAChangedTask) {
 
 TEST_F(RecommendationEngineTest, dismissalLeavesTheTask) {
   storeProposal();
-  engine.dismiss(proposal_.id, 0, someInstant + 60);
+  engine.dismiss(proposal_.id, 0, someInstant + 60s);
   EXPECT_EQ(task(task_.id), task_);
   EXPECT_EQ(storedProposal().status, ProposalStatus::dismissed);
 }
 
 TEST_F(RecommendationEngineTest, savingReplacesThePendingProposalsAndKeepsTheHistory) {
-  Proposals stored(3);
+  Proposals stored(3, makeProposal(UUID::random()));
   const std::array statuses{ProposalStatus::approved, ProposalStatus::pending,
                             ProposalStatus::dismissed};
   for (std::size_t i = 0; i < stored.size(); ++i) {
@@ -135,7 +140,7 @@ TEST_F(RecommendationEngineTest, savingReplacesThePendingProposalsAndKeepsTheHis
     stored[i].status = statuses.at(i);
   }
   local.save({.proposals = stored});
-  Proposals fresh(2);
+  Proposals fresh(2, makeProposal(UUID::random()));
   for (auto& each : fresh) each.id = UUID::random();
   engine.save(fresh, 0, someInstant);
   EXPECT_THAT(local.load().proposals,

@@ -13,6 +13,8 @@
 namespace tarnwell {
 namespace {
 
+using namespace std::chrono_literals;
+
 using Tasks = std::vector<FocusTask>;
 
 constexpr LocalDay within{2025, 3, 4};
@@ -30,7 +32,8 @@ FocusTask anyTask() {
   task.skipCount = *rc::gen::inRange<std::int64_t>(0, 5);
   task.accumulatedFocusSeconds = *rc::gen::inRange(0, 4000);
   if (*rc::gen::arbitrary<bool>()) {
-    task.completedAt = test::someInstant + *rc::gen::inRange(-800'000, 800'000);
+    task.completedAt =
+        test::someInstant + std::chrono::seconds(*rc::gen::inRange(-800'000, 800'000));
   }
   return task;
 }
@@ -75,7 +78,7 @@ RC_GTEST_PROP(ReviewProperties, itsProposalsAreFewAndApprovingThemMovesTheirTask
       RecommendationEngine::proposals(review, tasks, *rc::gen::inRange<std::int64_t>(0, 500));
   RC_ASSERT(proposals.size() <= 3U);
   std::set<std::pair<ProposalKind, UUID>> kinds;
-  for (const auto& each : proposals) RC_ASSERT(kinds.emplace(each.kind, each.taskID).second);
+  for (const auto& each : proposals) RC_ASSERT(kinds.emplace(*each.kind, each.taskID).second);
 
   test::StoredPlan plan;
   plan.save(tasks);
@@ -84,7 +87,7 @@ RC_GTEST_PROP(ReviewProperties, itsProposalsAreFewAndApprovingThemMovesTheirTask
   for (const auto& each : proposals) {
     PersistedState expected = plan.local.load();
     try {
-      engine.approve(each.id, expected.revision, test::someInstant + 1);
+      engine.approve(each.id, expected.revision, test::someInstant + 1s);
     } catch (const RecommendationError& error) {
       // The other kind of proposal for the same task was approved before.
       RC_ASSERT(error == RecommendationError(RecommendationError::taskChanged));
@@ -93,7 +96,7 @@ RC_GTEST_PROP(ReviewProperties, itsProposalsAreFewAndApprovingThemMovesTheirTask
     }
     FocusTask& task = *findTask(expected.tasks, each.taskID);
     task.plannedDay = each.suggestedPlannedDay;
-    task.updatedAt = test::someInstant + 1;
+    task.updatedAt = test::someInstant + 1s;
     std::find_if(expected.proposals.begin(), expected.proposals.end(), [&](const auto& stored) {
       return stored.id == each.id;
     })->status = ProposalStatus::approved;

@@ -14,6 +14,8 @@
 namespace tarnwell {
 namespace {
 
+using namespace std::chrono_literals;
+
 using test::makeTask;
 using test::ScopedTimeZone;
 using testing::ElementsAre;
@@ -61,7 +63,7 @@ TEST_F(WeeklyReviewTest, ofNoTasksHasItsDatesAndNothingElse) {
 }
 
 TEST_F(WeeklyReviewTest, countsAWeekOfWork) {
-  FocusTask done = completedAt(plannedFor(monday, 30), startOf(tuesday) + 1, 1800);
+  FocusTask done = completedAt(plannedFor(monday, 30), startOf(tuesday) + 1s, 1800);
   done.priority = TaskPriority::high;
   FocusTask alsoDone = completedAt(plannedFor(tuesday, 60), startOf(tuesday), 90);
   alsoDone.priority = TaskPriority::low;
@@ -95,7 +97,7 @@ TEST_F(WeeklyReviewTest, anUndatedTaskCompletedThisWeekCountsAsWorkDoneAlone) {
 }
 
 TEST_F(WeeklyReviewTest, aTaskOfThisWeekCompletedLastWeekCountsAsPlannedAlone) {
-  const FocusTask early = completedAt(plannedFor(tuesday, 50), startOf(monday) + -1, 600);
+  const FocusTask early = completedAt(plannedFor(tuesday, 50), startOf(monday) - 1s, 600);
   const WeeklyReview expected{
       .weekStart = monday, .weekEnd = sunday, .plannedTaskCount = 1, .plannedMinutes = 50};
   EXPECT_EQ(reviewOf({early}), expected);
@@ -126,8 +128,8 @@ TEST_F(WeeklyReviewTest, theFirstInstantOfTheNextWeekCountsAsInside) {
 }
 
 TEST_F(WeeklyReviewTest, whatLiesBeyondEitherEndIsOutside) {
-  const FocusTask tooLate = completedAt(plannedFor({2025, 3, 11}), startOf(nextMonday) + 0.5);
-  const FocusTask tooEarly = completedAt(plannedFor({2025, 3, 2}), startOf(monday) + -0.5);
+  const FocusTask tooLate = completedAt(plannedFor({2025, 3, 11}), startOf(nextMonday) + 0.5s);
+  const FocusTask tooEarly = completedAt(plannedFor({2025, 3, 2}), startOf(monday) - 0.5s);
   EXPECT_EQ(reviewOf({tooLate, tooEarly}), reviewOf({}));
 }
 
@@ -145,8 +147,8 @@ TEST_F(WeeklyReviewTest, countsWholeMinutesOfFocusRoundedDown) {
 TEST_F(WeeklyReviewTest, addsUpFocusInTheOrderOfCompletion) {
   const Instant instant = startOf(tuesday);
   const FocusTask first = completedAt(makeTask("1"), instant, 3.3);
-  const FocusTask second = completedAt(makeTask("2"), instant + 1, 58.9);
-  const FocusTask third = completedAt(makeTask("3"), instant + 2, 57.8);
+  const FocusTask second = completedAt(makeTask("2"), instant + 1s, 58.9);
+  const FocusTask third = completedAt(makeTask("3"), instant + 2s, 57.8);
   ASSERT_EQ(3.3 + 58.9 + 57.8, 120.0);
   ASSERT_LT(57.8 + 58.9 + 3.3, 120.0);
   EXPECT_EQ(reviewOf({first, second, third}).actualMinutes, 2);

@@ -112,9 +112,7 @@ class PolkitEndToEnd : public testing::Test {
   test::ScratchFolder folder;
   LocalStore plan{folder / "home/.local/share/Tarnwell/state.json"};
   FocusTask task = test::makeTask("Blocked");
-  DomainGroup group{.id = UUID::random(),
-                    .name = "Reading",
-                    .rules = {{.id = UUID::random(), .domain = "example.com"}}};
+  DomainGroup group{.name = "Reading", .rules = {{.domain = "example.com"}}};
 };
 
 TEST_F(PolkitEndToEnd, aRuleThatSaysYesBlocksAndUnblocks) {

@@ -12,10 +12,11 @@
 namespace tarnwell {
 namespace {
 
+using namespace std::chrono_literals;
+
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr double minute = 60;
 constexpr Instant nineOClock{762'771'600};
 
 // Scheduled for 09:00 and estimated at 45 minutes, with every reminder on.
@@ -44,18 +45,18 @@ Instant overdueDate(const FocusTask& task) {
 }
 
 TEST(ReminderPlanner, asksForAHeadsUpTheStartAndTheOverdueNotice) {
-  EXPECT_THAT(ReminderPlanner::requests(scheduledTask()),
-              ElementsAre(request(ReminderKind::preStart, nineOClock + -10 * minute,
-                                  "Starts in 10 minutes"),
-                          request(ReminderKind::start, nineOClock, "Ready to begin"),
-                          request(ReminderKind::overdue, nineOClock + 45 * minute,
-                                  "Still unfinished\u2014reschedule or complete it")));
+  EXPECT_THAT(
+      ReminderPlanner::requests(scheduledTask()),
+      ElementsAre(request(ReminderKind::preStart, nineOClock - 10min, "Starts in 10 minutes"),
+                  request(ReminderKind::start, nineOClock, "Ready to begin"),
+                  request(ReminderKind::overdue, nineOClock + 45min,
+                          "Still unfinished\u2014reschedule or complete it")));
 }
 
 TEST(ReminderPlanner, takesAnHourWhereThereIsNoEstimate) {
   FocusTask task = scheduledTask();
   task.estimatedMinutes.reset();
-  EXPECT_EQ(overdueDate(task), nineOClock + 60 * minute);
+  EXPECT_EQ(overdueDate(task), nineOClock + 1h);
   task.estimatedMinutes = 0;
   EXPECT_EQ(overdueDate(task), nineOClock);
 }
@@ -90,7 +91,7 @@ TEST(ReminderPlanner, asksForNothingOnceATaskIsCompletedOrArchived) {
 
 TEST(ReminderPlanner, knowsNoPast) {
   FocusTask task = scheduledTask();
-  task.scheduledStart = Instant{-1e9};
+  task.scheduledStart = Instant(-1e9);
   EXPECT_EQ(ReminderPlanner::requests(task).size(), 3U);
 }
 
@@ -109,7 +110,7 @@ TEST(ReminderPlanner, anEstimateThatOverflowsEndsTheProcess) {
 TEST(ReminderPlanner, identifiersDependOnTheTaskAndTheKindAlone) {
   FocusTask moved = scheduledTask();
   moved.title = "Renamed";
-  moved.scheduledStart = nineOClock + 5;
+  moved.scheduledStart = nineOClock + 5s;
   const auto before = ReminderPlanner::requests(scheduledTask());
   const auto after = ReminderPlanner::requests(moved);
   for (std::size_t i = 0; i < before.size(); ++i) EXPECT_EQ(before[i].id, after[i].id);
@@ -117,7 +118,7 @@ TEST(ReminderPlanner, identifiersDependOnTheTaskAndTheKindAlone) {
 }
 
 TEST(ReminderRequest, isWrittenWithAllItsKeys) {
-  EXPECT_EQ(encodeJSON(request(ReminderKind::start, {1.5}, "b"), JSONLayout::compact),
+  EXPECT_EQ(encodeJSON(request(ReminderKind::start, Instant(1.5), "b"), JSONLayout::compact),
             R"({"body":"b","fireDate":1.5,)"
             R"("id":"tarnwell.task.11111111-1111-4111-8111-111111111111.start","kind":"start",)"
             R"("taskID":"11111111-1111-4111-8111-111111111111","title":"Report"})");

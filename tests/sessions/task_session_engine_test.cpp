@@ -10,18 +10,18 @@
 namespace tarnwell {
 namespace {
 
+using namespace std::chrono_literals;
+
 using test::makeTask;
 using test::tenOClock;
 using test::withStatus;
-
-constexpr double minute = 60;
 
 class TaskSessionEngineTest : public test::SessionTest {};
 
 TEST_F(TaskSessionEngineTest, startMakesATaskActive) {
   const FocusTask task = makeTask("A");
   save({task});
-  const auto after = engine.start(task.id, tenOClock, 0);
+  const auto after = engine.start(task.id, 0, tenOClock);
   FocusTask expected = task;
   expected.status = TaskStatus::active;
   expected.startedAt = tenOClock;
@@ -37,50 +37,50 @@ TEST_F(TaskSessionEngineTest, startFailsWhileAnotherTaskIsActiveAndSucceedsOnceT
   const FocusTask b = makeTask("B");
   save({a, b});
   expectRefused(error(TaskSessionError::anotherTaskActive),
-                [&] { engine.start(b.id, tenOClock, 0); });
-  engine.pause(tenOClock, 0);
-  engine.start(b.id, tenOClock, 1);
+                [&] { engine.start(b.id, 0, tenOClock); });
+  engine.pause(0, tenOClock);
+  engine.start(b.id, 1, tenOClock);
   EXPECT_EQ(task(b.id).status, TaskStatus::active);
 }
 
 TEST_F(TaskSessionEngineTest, startLooksForAnotherActiveTaskBeforeTheTaskItself) {
   save({makeTask("A")});
   expectRefused(error(TaskSessionError::taskNotFound),
-                [&] { engine.start(UUID::random(), tenOClock, 0); });
+                [&] { engine.start(UUID::random(), 0, tenOClock); });
   save({withStatus(TaskStatus::active)});
   expectRefused(error(TaskSessionError::anotherTaskActive),
-                [&] { engine.start(UUID::random(), tenOClock, 0); });
+                [&] { engine.start(UUID::random(), 0, tenOClock); });
 }
 
 TEST_F(TaskSessionEngineTest, startLooksForAnotherActiveTaskBeforeTheTasksState) {
   const FocusTask done = withStatus(TaskStatus::completed);
   save({withStatus(TaskStatus::active), done});
   expectRefused(error(TaskSessionError::anotherTaskActive),
-                [&] { engine.start(done.id, tenOClock, 0); });
+                [&] { engine.start(done.id, 0, tenOClock); });
 }
 
 TEST_F(TaskSessionEngineTest, startOfACompletedTaskIsNotAvailable) {
   const FocusTask done = withStatus(TaskStatus::completed);
   save({done});
   expectRefused(error(TaskSessionError::invalidState),
-                [&] { engine.start(done.id, tenOClock, 0); });
+                [&] { engine.start(done.id, 0, tenOClock); });
 }
 
 TEST_F(TaskSessionEngineTest, accountsForTheTimeOfEverySegment) {
   const FocusTask task = makeTask("A");
   save({task});
-  engine.start(task.id, tenOClock, 0);
-  engine.pause(tenOClock + 25.5 * minute, 1);
+  engine.start(task.id, 0, tenOClock);
+  engine.pause(1, tenOClock + 25.5min);
   EXPECT_EQ(this->task(task.id).accumulatedFocusSeconds, 1530.0);
   EXPECT_EQ(this->task(task.id).activeSegmentStartedAt, std::nullopt);
 
-  const Instant eleven = tenOClock + 60 * minute;
-  engine.resume(eleven, 2);
+  const Instant eleven = tenOClock + 1h;
+  engine.resume(2, eleven);
   EXPECT_EQ(this->task(task.id).startedAt, tenOClock);
   EXPECT_EQ(this->task(task.id).activeSegmentStartedAt, eleven);
 
-  const Instant tenPastEleven = eleven + 10 * minute;
-  engine.complete(tenPastEleven, 3);
+  const Instant tenPastEleven = eleven + 10min;
+  engine.complete(3, tenPastEleven);
   const FocusTask done = this->task(task.id);
   EXPECT_EQ(done.accumulatedFocusSeconds, 2130.0);
   EXPECT_EQ(done.completedAt, tenPastEleven);
@@ -92,17 +92,17 @@ TEST_F(TaskSessionEngineTest, accountsForTheTimeOfEverySegment) {
 TEST_F(TaskSessionEngineTest, keepsFractionsOfASecond) {
   const FocusTask task = makeTask("A");
   save({task});
-  engine.start(task.id, tenOClock, 0);
-  engine.pause(tenOClock + 0.625, 1);
+  engine.start(task.id, 0, tenOClock);
+  engine.pause(1, tenOClock + 0.625s);
   EXPECT_EQ(this->task(task.id).accumulatedFocusSeconds, 0.625);
 }
 
 TEST_F(TaskSessionEngineTest, aClockThatWentBackwardsAddsNothing) {
   FocusTask task = withStatus(TaskStatus::active);
-  task.activeSegmentStartedAt = tenOClock + 60;
+  task.activeSegmentStartedAt = tenOClock + 60s;
   task.accumulatedFocusSeconds = 5;
   save({task});
-  engine.pause(tenOClock, 0);
+  engine.pause(0, tenOClock);
   EXPECT_EQ(this->task(task.id).accumulatedFocusSeconds, 5.0);
 }
 
@@ -110,11 +110,11 @@ TEST_F(TaskSessionEngineTest, pauseNeedsARunningSegmentAndSkipAndCompleteDoNot) 
   FocusTask task = withStatus(TaskStatus::active);
   task.activeSegmentStartedAt.reset();
   save({task});
-  expectRefused(error(TaskSessionError::noActiveTask), [&] { engine.pause(tenOClock, 0); });
-  engine.skip(tenOClock, 0);
+  expectRefused(error(TaskSessionError::noActiveTask), [&] { engine.pause(0, tenOClock); });
+  engine.skip(0, tenOClock);
   EXPECT_EQ(this->task(task.id).status, TaskStatus::pending);
   save({task});
-  engine.complete(tenOClock, 0);
+  engine.complete(0, tenOClock);
   EXPECT_EQ(this->task(task.id).status, TaskStatus::completed);
 }
 
@@ -131,14 +131,14 @@ TEST_F(TaskSessionEngineTest, skipMovesTheTaskToTheEndOfItsOwnDay) {
   elsewhere.manualPosition = 70;
   tasks.push_back(elsewhere);
   save(tasks);
-  engine.skip(tenOClock + 30, 0);
+  engine.skip(0, tenOClock + 30s);
 
   FocusTask expected = tasks[0];
   expected.status = TaskStatus::pending;
   expected.manualPosition = 5;
   expected.skipCount = 1;
-  expected.lastSkippedAt = tenOClock + 30;
-  expected.updatedAt = tenOClock + 30;
+  expected.lastSkippedAt = tenOClock + 30s;
+  expected.updatedAt = tenOClock + 30s;
   expected.accumulatedFocusSeconds = 30;
   expected.activeSegmentStartedAt.reset();
   EXPECT_EQ(task(skipped.id), expected);
@@ -148,7 +148,7 @@ TEST_F(TaskSessionEngineTest, skipCountsTheSkippedTasksOwnPosition) {
   FocusTask only = withStatus(TaskStatus::active);
   only.manualPosition = 8;
   save({only});
-  engine.skip(tenOClock, 0);
+  engine.skip(0, tenOClock);
   EXPECT_EQ(task(only.id).manualPosition, 9);
 }
 
@@ -157,7 +157,7 @@ TEST_F(TaskSessionEngineTest, aSkipCountThatOverflowsEndsTheProcessAndLeavesTheF
   task.skipCount = std::numeric_limits<std::int64_t>::max();
   save({task});
   const std::string before = bytes();
-  EXPECT_DEATH(engine.skip(tenOClock, 0), "overflow");
+  EXPECT_DEATH(engine.skip(0, tenOClock), "overflow");
   EXPECT_EQ(bytes(), before);
 }
 
@@ -166,45 +166,45 @@ TEST_F(TaskSessionEngineTest, resumeStartsTheFirstPausedTaskInStoredOrder) {
   FocusTask second = withStatus(TaskStatus::paused);
   second.manualPosition = -5;
   save({makeTask("A"), first, second});
-  engine.resume(tenOClock, 0);
+  engine.resume(0, tenOClock);
   EXPECT_EQ(task(first.id).status, TaskStatus::active);
   EXPECT_EQ(task(second.id).status, TaskStatus::paused);
 }
 
 TEST_F(TaskSessionEngineTest, resumeFailsWhenNothingIsPausedOrAnotherTaskIsActive) {
   save({makeTask("A")});
-  expectRefused(error(TaskSessionError::noActiveTask), [&] { engine.resume(tenOClock, 0); });
+  expectRefused(error(TaskSessionError::noActiveTask), [&] { engine.resume(0, tenOClock); });
   save({withStatus(TaskStatus::active), withStatus(TaskStatus::paused)});
-  expectRefused(error(TaskSessionError::anotherTaskActive), [&] { engine.resume(tenOClock, 0); });
+  expectRefused(error(TaskSessionError::anotherTaskActive), [&] { engine.resume(0, tenOClock); });
 }
 
 TEST_F(TaskSessionEngineTest, cancelStartClearsTheFirstStartAndKeepsTheBankedTime) {
   FocusTask task = withStatus(TaskStatus::active);
-  task.startedAt = tenOClock + -600;
+  task.startedAt = tenOClock - 600s;
   task.accumulatedFocusSeconds = 300;
   task.skipCount = 2;
   task.manualPosition = 4;
   save({task});
-  engine.cancelStart(task.id, tenOClock + 5, 0);
+  engine.cancelStart(task.id, 0, tenOClock + 5s);
   FocusTask expected = task;
   expected.status = TaskStatus::pending;
   expected.startedAt.reset();
   expected.activeSegmentStartedAt.reset();
-  expected.updatedAt = tenOClock + 5;
+  expected.updatedAt = tenOClock + 5s;
   EXPECT_EQ(this->task(task.id), expected);
 }
 
 TEST_F(TaskSessionEngineTest, cancelStartOfAnUnknownTaskSaysThatItIsGone) {
   save({withStatus(TaskStatus::active)});
   expectRefused(error(TaskSessionError::taskNotFound),
-                [&] { engine.cancelStart(UUID::random(), tenOClock, 0); });
+                [&] { engine.cancelStart(UUID::random(), 0, tenOClock); });
 }
 
 TEST_F(TaskSessionEngineTest, ofSeveralActiveTasksTheFirstInStoredOrderIsWorkedOn) {
   const FocusTask first = withStatus(TaskStatus::active);
   const FocusTask second = withStatus(TaskStatus::active);
   save({first, second});
-  engine.pause(tenOClock, 0);
+  engine.pause(0, tenOClock);
   EXPECT_EQ(task(first.id).status, TaskStatus::paused);
   EXPECT_EQ(task(second.id).status, TaskStatus::active);
 }

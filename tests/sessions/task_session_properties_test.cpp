@@ -16,7 +16,7 @@ enum class Operation { start, resume, pause, skip, complete, cancelStart };
 struct Step {
   Operation operation;
   std::size_t task;
-  double seconds;  // that have passed since the step before; may be negative
+  Duration elapsed;  // since the step before; may be negative
 };
 
 rc::Gen<Step> anyStep(std::size_t taskCount) {
@@ -24,17 +24,18 @@ rc::Gen<Step> anyStep(std::size_t taskCount) {
       rc::gen::element(Operation::start, Operation::resume, Operation::pause, Operation::skip,
                        Operation::complete, Operation::cancelStart),
       rc::gen::inRange<std::size_t>(0, taskCount),
-      rc::gen::map(rc::gen::inRange(-40, 400), [](int quarters) { return quarters / 4.0; }));
+      rc::gen::map(rc::gen::inRange(-40, 400),
+                   [](int quarters) { return Duration(quarters / 4.0); }));
 }
 
 // The time that each operation should have banked, kept beside the engine in the plainest way.
 struct Model {
   std::optional<std::size_t> active;
-  Instant segmentStart;
+  Instant segmentStart = test::someInstant;
   std::vector<double> banked;
 
   void bank(Instant now) {
-    if (active) banked[*active] += std::max(0.0, now - segmentStart);
+    if (active) banked[*active] += std::max(0.0, (now - segmentStart).count());
     active.reset();
   }
 };
@@ -43,22 +44,22 @@ void apply(TaskSessionEngine& engine, const UUID& id, Operation operation, Insta
            std::int64_t revision) {
   switch (operation) {
     case Operation::start:
-      engine.start(id, now, revision);
+      engine.start(id, revision, now);
       return;
     case Operation::resume:
-      engine.resume(now, revision);
+      engine.resume(revision, now);
       return;
     case Operation::pause:
-      engine.pause(now, revision);
+      engine.pause(revision, now);
       return;
     case Operation::skip:
-      engine.skip(now, revision);
+      engine.skip(revision, now);
       return;
     case Operation::complete:
-      engine.complete(now, revision);
+      engine.complete(revision, now);
       return;
     case Operation::cancelStart:
-      engine.cancelStart(id, now, revision);
+      engine.cancelStart(id, revision, now);
       return;
   }
 }
@@ -72,11 +73,11 @@ RC_GTEST_PROP(TaskSessionProperties, bankTheSumOfTheSegmentsAndKeepAtMostOneTask
   for (std::size_t i = 0; i < taskCount; ++i) tasks.push_back(test::makeTask("T"));
   plan.save(tasks);
   TaskSessionEngine engine(plan.store, Calendar{});
-  Model model{.active = {}, .segmentStart = {}, .banked = std::vector<double>(taskCount)};
+  Model model{.active = {}, .banked = std::vector<double>(taskCount)};
   Instant now = test::someInstant;
 
-  for (const auto& [operation, index, seconds] : steps) {
-    now = now + seconds;
+  for (const auto& [operation, index, elapsed] : steps) {
+    now = now + elapsed;
     const std::string before = plan.bytes();
     const auto banked = model.banked;
     try {

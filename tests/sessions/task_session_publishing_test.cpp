@@ -8,6 +8,8 @@
 namespace tarnwell {
 namespace {
 
+using namespace std::chrono_literals;
+
 using test::makeTask;
 using test::tenOClock;
 using test::withStatus;
@@ -21,14 +23,14 @@ TEST_F(TaskSessionPublishingTest, publishesTheActiveTask) {
   save({task});
   std::vector<std::optional<UUID>> seen;
   engine.activeTaskID.observe([&](const auto& id) { seen.push_back(id); });
-  engine.start(task.id, tenOClock, 0);
-  engine.pause(tenOClock, 1);
-  engine.resume(tenOClock, 2);
-  engine.skip(tenOClock, 3);
-  engine.start(task.id, tenOClock, 4);
-  engine.cancelStart(task.id, tenOClock, 5);
-  engine.start(task.id, tenOClock, 6);
-  engine.complete(tenOClock, 7);
+  engine.start(task.id, 0, tenOClock);
+  engine.pause(1, tenOClock);
+  engine.resume(2, tenOClock);
+  engine.skip(3, tenOClock);
+  engine.start(task.id, 4, tenOClock);
+  engine.cancelStart(task.id, 5, tenOClock);
+  engine.start(task.id, 6, tenOClock);
+  engine.complete(7, tenOClock);
   const std::optional<UUID> none;
   EXPECT_THAT(seen,
               testing::ElementsAre(task.id, none, task.id, none, task.id, none, task.id, none));
@@ -36,25 +38,25 @@ TEST_F(TaskSessionPublishingTest, publishesTheActiveTask) {
 
 TEST_F(TaskSessionPublishingTest, proposesTodaysFirstReadyTaskAfterACompletion) {
   FocusTask scheduled = makeTask("Later today");
-  scheduled.scheduledStart = tenOClock + 1;
+  scheduled.scheduledStart = tenOClock + 1s;
   FocusTask next = makeTask("Next");
   next.manualPosition = 1;
   FocusTask last = makeTask("Last");
   last.manualPosition = 2;
   for (FocusTask* task : {&scheduled, &next, &last}) task->plannedDay = today;
   save({withStatus(TaskStatus::active), last, scheduled, next});
-  engine.complete(tenOClock, 0);
+  engine.complete(0, tenOClock);
   EXPECT_EQ(engine.nextTaskID.value(), next.id);
-  engine.start(last.id, tenOClock, 1);
+  engine.start(last.id, 1, tenOClock);
   EXPECT_EQ(engine.nextTaskID.value(), std::nullopt);
 }
 
 TEST_F(TaskSessionPublishingTest, proposesNothingWhenTodayHoldsNothingReady) {
   FocusTask scheduled = makeTask("Later today");
   scheduled.plannedDay = today;
-  scheduled.scheduledStart = tenOClock + 1;
+  scheduled.scheduledStart = tenOClock + 1s;
   save({withStatus(TaskStatus::active), scheduled, makeTask("Undated")});
-  engine.complete(tenOClock, 0);
+  engine.complete(0, tenOClock);
   EXPECT_EQ(engine.nextTaskID.value(), std::nullopt);
 }
 
@@ -62,10 +64,10 @@ TEST_F(TaskSessionPublishingTest, forgetsAnEarlierProposalWhenTodayHoldsNothingM
   FocusTask next = makeTask("Next");
   next.plannedDay = today;
   save({withStatus(TaskStatus::active), next});
-  engine.complete(tenOClock, 0);
+  engine.complete(0, tenOClock);
   ASSERT_EQ(engine.nextTaskID.value(), next.id);
   save({withStatus(TaskStatus::active)});
-  engine.complete(tenOClock, 0);
+  engine.complete(0, tenOClock);
   EXPECT_EQ(engine.nextTaskID.value(), std::nullopt);
 }
 
@@ -74,16 +76,16 @@ TEST_F(TaskSessionPublishingTest, todayIsTheDayInTheCalendarsZone) {
   FocusTask tomorrowInUTC = makeTask("Next");
   tomorrowInUTC.plannedDay = LocalDay{2025, 3, 5};
   save({withStatus(TaskStatus::active), tomorrowInUTC});
-  engine.complete(tenOClock + 3600, 0);  // midnight there
+  engine.complete(0, tenOClock + 3600s);  // midnight there
   EXPECT_EQ(engine.nextTaskID.value(), tomorrowInUTC.id);
 }
 
 TEST_F(TaskSessionPublishingTest, aFailureKeepsWhatWasPublishedButForTheActiveTaskThatWasFound) {
   const FocusTask active = withStatus(TaskStatus::active);
   save({active});
-  EXPECT_THROW(engine.start(UUID::random(), tenOClock, 0), TaskSessionError);
+  EXPECT_THROW(engine.start(UUID::random(), 0, tenOClock), TaskSessionError);
   EXPECT_EQ(engine.activeTaskID.value(), std::nullopt);
-  EXPECT_THROW(engine.pause(tenOClock, 9), TaskStoreError);
+  EXPECT_THROW(engine.pause(9, tenOClock), TaskStoreError);
   EXPECT_EQ(engine.activeTaskID.value(), active.id);
 }
 

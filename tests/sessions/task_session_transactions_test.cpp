@@ -13,6 +13,8 @@
 namespace tarnwell {
 namespace {
 
+using namespace std::chrono_literals;
+
 using test::makeTask;
 using test::tenOClock;
 using test::withStatus;
@@ -29,20 +31,20 @@ TEST_F(TaskSessionTransactionsTest, leavesOneEventOfTheApplicationForEachChange)
     EXPECT_EQ(event.taskID, task.id);
     EXPECT_EQ(event.timestamp, now);
   };
-  engine.start(task.id, tenOClock, 0);
+  engine.start(task.id, 0, tenOClock);
   expectEvent("task.start", tenOClock);
-  engine.pause(tenOClock + 1, 1);
-  expectEvent("task.pause", tenOClock + 1);
-  engine.resume(tenOClock + 2, 2);
-  expectEvent("task.start", tenOClock + 2);
-  engine.skip(tenOClock + 3, 3);
-  expectEvent("task.skip", tenOClock + 3);
-  engine.start(task.id, tenOClock + 4, 4);
-  engine.cancelStart(task.id, tenOClock + 5, 5);
-  expectEvent("task.start.cancel", tenOClock + 5);
-  engine.start(task.id, tenOClock + 6, 6);
-  engine.complete(tenOClock + 7, 7);
-  expectEvent("task.complete", tenOClock + 7);
+  engine.pause(1, tenOClock + 1s);
+  expectEvent("task.pause", tenOClock + 1s);
+  engine.resume(2, tenOClock + 2s);
+  expectEvent("task.start", tenOClock + 2s);
+  engine.skip(3, tenOClock + 3s);
+  expectEvent("task.skip", tenOClock + 3s);
+  engine.start(task.id, 4, tenOClock + 4s);
+  engine.cancelStart(task.id, 5, tenOClock + 5s);
+  expectEvent("task.start.cancel", tenOClock + 5s);
+  engine.start(task.id, 6, tenOClock + 6s);
+  engine.complete(7, tenOClock + 7s);
+  expectEvent("task.complete", tenOClock + 7s);
   EXPECT_EQ(local.load().auditEvents.size(), 8U);
 }
 
@@ -50,18 +52,18 @@ TEST_F(TaskSessionTransactionsTest, passesAConflictOnAndWritesNothing) {
   const FocusTask active = withStatus(TaskStatus::active);
   const auto conflict = TaskStoreError::revisionConflict(7, 0);
   save({active});
-  expectRefused(conflict, [&] { engine.start(active.id, tenOClock, 7); });
-  expectRefused(conflict, [&] { engine.pause(tenOClock, 7); });
-  expectRefused(conflict, [&] { engine.skip(tenOClock, 7); });
-  expectRefused(conflict, [&] { engine.complete(tenOClock, 7); });
-  expectRefused(conflict, [&] { engine.cancelStart(active.id, tenOClock, 7); });
+  expectRefused(conflict, [&] { engine.start(active.id, 7, tenOClock); });
+  expectRefused(conflict, [&] { engine.pause(7, tenOClock); });
+  expectRefused(conflict, [&] { engine.skip(7, tenOClock); });
+  expectRefused(conflict, [&] { engine.complete(7, tenOClock); });
+  expectRefused(conflict, [&] { engine.cancelStart(active.id, 7, tenOClock); });
   save({withStatus(TaskStatus::paused)});
-  expectRefused(conflict, [&] { engine.resume(tenOClock, 7); });
+  expectRefused(conflict, [&] { engine.resume(7, tenOClock); });
 }
 
 TEST_F(TaskSessionTransactionsTest, findsAMissingActiveTaskBeforeAConflict) {
   save({makeTask("A")});
-  expectRefused(error(TaskSessionError::noActiveTask), [&] { engine.pause(tenOClock, 7); });
+  expectRefused(error(TaskSessionError::noActiveTask), [&] { engine.pause(7, tenOClock); });
 }
 
 // What each operation makes of a task in each state: the state after, or the error.
@@ -93,12 +95,12 @@ TEST_F(TaskSessionTransactionsTest, movesTasksBetweenTheirStatesAsItShould) {
   for (const auto& [before, outcomes] : table) {
     const FocusTask task = withStatus(before);
     const std::array<std::function<void()>, 6> operations = {
-        [&] { engine.start(task.id, tenOClock, 0); },
-        [&] { engine.resume(tenOClock, 0); },
-        [&] { engine.pause(tenOClock, 0); },
-        [&] { engine.skip(tenOClock, 0); },
-        [&] { engine.complete(tenOClock, 0); },
-        [&] { engine.cancelStart(task.id, tenOClock, 0); },
+        [&] { engine.start(task.id, 0, tenOClock); },
+        [&] { engine.resume(0, tenOClock); },
+        [&] { engine.pause(0, tenOClock); },
+        [&] { engine.skip(0, tenOClock); },
+        [&] { engine.complete(0, tenOClock); },
+        [&] { engine.cancelStart(task.id, 0, tenOClock); },
     };
     for (std::size_t i = 0; i < operations.size(); ++i) {
       SCOPED_TRACE(std::string(textOf(before)) + ", operation " + std::to_string(i));
@@ -123,9 +125,9 @@ TEST_F(TaskSessionTransactionsTest, looksAgainForTheActiveTaskInsideTheTransacti
   paused.status = TaskStatus::paused;
   const std::vector<std::vector<FocusTask>> interventions = {
       {}, {paused}, {paused, withStatus(TaskStatus::active)}};
-  const std::array<std::function<void()>, 3> operations = {[&] { engine.pause(tenOClock, 0); },
-                                                           [&] { engine.skip(tenOClock, 0); },
-                                                           [&] { engine.complete(tenOClock, 0); }};
+  const std::array<std::function<void()>, 3> operations = {[&] { engine.pause(0, tenOClock); },
+                                                           [&] { engine.skip(0, tenOClock); },
+                                                           [&] { engine.complete(0, tenOClock); }};
   for (const auto& tasks : interventions) {
     for (const auto& operation : operations) {
       save({});
@@ -145,8 +147,8 @@ TEST_F(TaskSessionTransactionsTest, passesOnThatTheFileCannotBeRead) {
   save({active});
   engine.recover(tenOClock);
   std::ofstream(local.url(), std::ios::trunc) << "{";
-  EXPECT_THROW(engine.pause(tenOClock, 0), LocalStoreError);
-  EXPECT_THROW(engine.start(active.id, tenOClock, 0), LocalStoreError);
+  EXPECT_THROW(engine.pause(0, tenOClock), LocalStoreError);
+  EXPECT_THROW(engine.start(active.id, 0, tenOClock), LocalStoreError);
   EXPECT_EQ(bytes(), "{");
   EXPECT_EQ(engine.snapshot().state().tasks, std::vector{active});
 }

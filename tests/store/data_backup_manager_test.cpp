@@ -15,6 +15,8 @@
 namespace tarnwell {
 namespace {
 
+using namespace std::chrono_literals;
+
 namespace fs = std::filesystem;
 
 using test::contentOf;
@@ -68,7 +70,7 @@ TEST_F(DataBackupManagerTest, keepsTheFirstCopyOfADay) {
   const fs::path first = backUp();
   const std::string content = contentOf(first);
   save(2);
-  EXPECT_EQ(backUp(someInstant + 3600), first);
+  EXPECT_EQ(backUp(someInstant + 3600s), first);
   EXPECT_EQ(contentOf(first), content);
 }
 
@@ -76,7 +78,7 @@ TEST_F(DataBackupManagerTest, takesTheDayInTheCalendarsZone) {
   const test::ScopedTimeZone tokyo("Asia/Tokyo");
   save(1);
   const Instant midnight = *Calendar{}.date({2025, 3, 5});
-  EXPECT_EQ(backUp(midnight + -1).filename(), "Tarnwell-2025-03-04.json");
+  EXPECT_EQ(backUp(midnight - 1s).filename(), "Tarnwell-2025-03-04.json");
   EXPECT_EQ(backUp(midnight).filename(), "Tarnwell-2025-03-05.json");
 }
 

@@ -241,8 +241,8 @@ TEST(PersistedState, isWrittenIndentedWithSortedKeysAndNothingForWhatIsAbsent) {
                              .tasks = {{.id = *UUID::parse("11111111-1111-4111-8111-111111111111"),
                                         .title = "T",
                                         .plannedDay = LocalDay{2025, 3, 9},
-                                        .createdAt = {816908129.25},
-                                        .updatedAt = {816908130}}}};
+                                        .createdAt = Instant(816908129.25),
+                                        .updatedAt = Instant(816908130)}}};
   EXPECT_EQ(encodePersistedState(state), R"({
   "auditEvents": [],
   "groups": [],

@@ -58,15 +58,13 @@ class BlockedPlan {
   TaskStatus status() const { return state().tasks.at(0).status; }
   std::vector<std::string> trail() const {
     std::vector<std::string> actions;
-    for (const auto& event : state().auditEvents) actions.push_back(event.action);
+    for (const auto& event : state().auditEvents) actions.push_back(*event.action);
     return actions;
   }
 
   PrivateSystem system;
   FocusTask task = makeTask("Blocked");
-  DomainGroup group{.id = UUID::random(),
-                    .name = "Reading",
-                    .rules = {{.id = UUID::random(), .domain = "example.com"}}};
+  DomainGroup group{.name = "Reading", .rules = {{.domain = "example.com"}}};
 };
 
 }  // namespace tarnwell::test

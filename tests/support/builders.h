@@ -4,7 +4,6 @@
 #include <string>
 #include <utility>
 
-#include "tarnwell/base/uuid.h"
 #include "tarnwell/model/task.h"
 #include "tarnwell/time/instant.h"
 
@@ -14,10 +13,7 @@ namespace tarnwell::test {
 inline constexpr Instant someInstant{762'772'500};
 
 inline FocusTask makeTask(std::string title) {
-  return {.id = UUID::random(),
-          .title = std::move(title),
-          .createdAt = someInstant,
-          .updatedAt = someInstant};
+  return {.title = std::move(title), .createdAt = someInstant};
 }
 
 }  // namespace tarnwell::test

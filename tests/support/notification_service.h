@@ -28,12 +28,12 @@ class NotificationService : public ReminderScheduling {
   void schedule(const std::vector<ReminderRequest>& requests) override {
     calls.emplace_back("schedule");
     if (isSchedulingBroken) throw std::runtime_error("no room");
-    for (const auto& request : requests) pending[request.id] = request;
+    for (const auto& request : requests) pending.insert_or_assign(request.id, request);
   }
 
   void cancelReminders(const UUID& taskID) override {
     calls.emplace_back("cancel");
-    for (const auto kind : {ReminderKind::preStart, ReminderKind::start, ReminderKind::overdue}) {
+    for (const auto kind : allCases<ReminderKind>()) {
       pending.erase(ReminderPlanner::identifier(taskID, kind));
     }
   }

@@ -128,7 +128,7 @@ FocusTask UserTerminal::task(std::string_view title) const {
 std::vector<std::string> UserTerminal::trail() const {
   std::vector<std::string> trail;
   for (const auto& event : state().auditEvents) {
-    trail.push_back(std::string(textOf(event.source)) + " " + event.action);
+    trail.push_back(std::string(textOf(*event.source)) + " " + *event.action);
   }
   return trail;
 }

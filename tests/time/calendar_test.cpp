@@ -11,6 +11,8 @@
 namespace tarnwell {
 namespace {
 
+using namespace std::chrono_literals;
+
 using test::ScopedTimeZone;
 
 const Calendar calendar;
@@ -125,14 +127,14 @@ TEST(CalendarDay, changesAtTheLocalMidnight) {
   const ScopedTimeZone zone("Asia/Tokyo");
   const Instant midnight = *calendar.date({2025, 3, 4});
   EXPECT_EQ(calendar.day(midnight), (LocalDay{2025, 3, 4}));
-  EXPECT_EQ(calendar.day(midnight + -0.001), (LocalDay{2025, 3, 3}));
-  EXPECT_EQ(calendar.day(midnight + 86'399.999), (LocalDay{2025, 3, 4}));
+  EXPECT_EQ(calendar.day(midnight - 0.001s), (LocalDay{2025, 3, 3}));
+  EXPECT_EQ(calendar.day(midnight + 86'399.999s), (LocalDay{2025, 3, 4}));
 }
 
 TEST(CalendarDay, isKnownBeforeTheReferenceDate) {
   const ScopedTimeZone zone("UTC");
-  EXPECT_EQ(calendar.day({-0.5}), (LocalDay{2000, 12, 31}));
-  EXPECT_EQ(calendar.day({-978'307'200.5}), (LocalDay{1969, 12, 31}));
+  EXPECT_EQ(calendar.day(Instant(-0.5)), (LocalDay{2000, 12, 31}));
+  EXPECT_EQ(calendar.day(Instant(-978'307'200.5)), (LocalDay{1969, 12, 31}));
 }
 
 // Every day's start is on the day, and no instant shortly before it is.
@@ -147,15 +149,15 @@ TEST(CalendarDate, isTheFirstInstantOfEveryDayOfManyYearsInManyZones) {
       const Instant start = *calendar.date({1996, 1, number});
       const LocalDay day = calendar.day(start);
       ASSERT_EQ(calendar.date(day), start) << name << " " << isoText(start);
-      ASSERT_LT(calendar.day(start + -0.5), day) << name << " " << isoText(start);
-      ASSERT_EQ(calendar.day(start + -3601), calendar.day(start + -0.5)) << name;
+      ASSERT_LT(calendar.day(start - 0.5s), day) << name << " " << isoText(start);
+      ASSERT_EQ(calendar.day(start - 3601s), calendar.day(start - 0.5s)) << name;
     }
   }
 }
 
 TEST(CalendarWeek, beginsOnTheCalendarsFirstWeekday) {
   const ScopedTimeZone zone("UTC");
-  const Instant tuesday = *calendar.date({2025, 3, 4}) + 3600;
+  const Instant tuesday = *calendar.date({2025, 3, 4}) + 1h;
   const auto weekOf = [&](Weekday first) {
     const auto week = Calendar{.firstWeekday = first}.week(tuesday);
     return isoText(week.start) + " " + isoText(week.end);
@@ -177,7 +179,7 @@ TEST(CalendarWeek, withMondayFirstASundayBelongsToTheWeekThatBeganSixDaysEarlier
 
 TEST(CalendarWeek, isAnHourShorterOrLongerWhereTheClocksChange) {
   const ScopedTimeZone zone("Europe/Berlin");
-  constexpr double hour = 3600;
+  constexpr Duration hour = 1h;
   const auto lengthAround = [](LocalDay day) {
     const auto week = calendar.week(*calendar.date(day));
     return week.end - week.start;
@@ -202,15 +204,15 @@ TEST(CalendarWeek, crossesTheYear) {
 }
 
 TEST(CalendarWeek, containsBothItsEnds) {
-  const WeekInterval week{.start = {100}, .end = {200}};
-  EXPECT_TRUE(week.contains({100}));
-  EXPECT_TRUE(week.contains({200}));
-  EXPECT_FALSE(week.contains({99.999}));
-  EXPECT_FALSE(week.contains({200.001}));
+  const WeekInterval week{.start = Instant(100), .end = Instant(200)};
+  EXPECT_TRUE(week.contains(Instant(100)));
+  EXPECT_TRUE(week.contains(Instant(200)));
+  EXPECT_FALSE(week.contains(Instant(99.999)));
+  EXPECT_FALSE(week.contains(Instant(200.001)));
 }
 
 TEST(CalendarWeek, beyondTheYearsOfTheSystemEndsTheProcess) {
-  EXPECT_DEATH(calendar.week({1e300}), "beyond the calendar's years");
+  EXPECT_DEATH(calendar.week(Instant(1e300)), "beyond the calendar's years");
 }
 
 TEST(CalendarCurrent, takesUpAChangeOfTheZone) {

@@ -7,19 +7,15 @@
 #include "tarnwell/blocking/domain_rules.h"
 #include "tarnwell/store/local_store.h"
 #include "tarnwell/store/task_store.h"
-#include "tarnwell/time/instant.h"
 
 int main(int, char** arguments) {
   const tarnwell::LocalStore document(std::filesystem::path(arguments[1]) / "state.json");
   tarnwell::TaskStore store(document);
-  const auto now = tarnwell::Instant::now();
-  const auto task = tarnwell::FocusTask::make(
-      {.id = tarnwell::UUID::random(), .title = " Read the mail ", .createdAt = now});
+  const auto task = tarnwell::FocusTask::make({.title = " Read the mail "});
   store.transact({.expectedRevision = store.snapshot().revision(),
                   .source = tarnwell::MutationSource::user,
                   .action = "task.create",
-                  .taskID = task.id,
-                  .now = now},
+                  .taskID = task.id},
                  [&](tarnwell::PersistedState& state) { state.tasks.push_back(task); });
   const auto stored = document.load();
   std::cout << stored.tasks.front().title << ", revision " << stored.revision << ", without "
