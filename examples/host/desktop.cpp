@@ -74,8 +74,8 @@ void Desktop::backUpToday() {
   });
 }
 
-// Whatever the person asks for may be refused, and the text of the error is for them to read. That
-// somebody else changed the plan is no fault: look at it again, and decide again.
+// The user may ask for anything, and reads the error of a refusal. A plan that another program has
+// changed is no fault: show it again, so that the user can decide again.
 bool Desktop::attempt(const std::function<void()>& request) {
   try {
     request();
