@@ -1,4 +1,4 @@
-# Finds the libraries that the static library Tarnwell::tarnwell is linked with.
+# Finds the libraries that the static library Tarnwell::tarnwell links.
 include(CMakeFindDependencyMacro)
 find_dependency(simdjson CONFIG)
 find_dependency(uriparser CONFIG)

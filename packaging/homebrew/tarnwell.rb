@@ -1,8 +1,8 @@
-# Installs tarnwellctl from a checkout, in which it stands:
-#   brew install --HEAD --formula ./packaging/homebrew/tarnwellctl.rb
-# It has not been run: nobody has built this on macOS yet.
-class Tarnwellctl < Formula
-  desc "Let a program read and change the Tarnwell task plan"
+# Installs the programs from the checkout that holds this file:
+#   brew install --HEAD --formula ./packaging/homebrew/tarnwell.rb
+# It has never been run.
+class Tarnwell < Formula
+  desc "Plan tasks and focus on them"
   homepage "https://tarnwell.example"
   head "file://#{File.expand_path("../..", __dir__)}", using: :git
 
@@ -15,7 +15,6 @@ class Tarnwellctl < Formula
     system "cmake", "-S", ".", "-B", "build", "-G", "Ninja", "-DBUILD_TESTING=OFF", *std_cmake_args
     system "cmake", "--build", "build"
     system "cmake", "--install", "build", "--component", "runtime"
-    man1.install "packaging/tarnwellctl.1"
   end
 
   test do

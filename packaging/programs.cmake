@@ -1,0 +1,39 @@
+# The programs with their manual pages and documents. Each program has a page in man/.
+
+get_property(programs GLOBAL PROPERTY TARNWELL_PROGRAMS)
+install(TARGETS ${programs} RUNTIME COMPONENT runtime)
+
+find_program(GZIP gzip REQUIRED)
+# SOURCE, relative to this folder, becomes NAME.gz in the build folder.
+function(tarnwell_compress source name)
+  set(compressed ${CMAKE_CURRENT_BINARY_DIR}/${name}.gz)
+  add_custom_command(OUTPUT ${compressed}
+    COMMAND ${GZIP} --best --no-name --stdout ${CMAKE_CURRENT_SOURCE_DIR}/${source} > ${compressed}
+    DEPENDS ${source}
+    VERBATIM)
+  set_property(GLOBAL APPEND PROPERTY TARNWELL_COMPRESSED ${compressed})
+endfunction()
+
+foreach(program IN LISTS programs)
+  get_target_property(name ${program} OUTPUT_NAME)
+  if(NOT name)
+    set(name ${program})
+  endif()
+  tarnwell_compress(man/${name}.1 ${name}.1)
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${name}.1.gz
+    DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT runtime)
+endforeach()
+
+# In the folders of the repository, so that the links between them lead somewhere.
+set(documents_folder ${CMAKE_INSTALL_DATADIR}/doc/tarnwell)
+install(
+  FILES
+    ${PROJECT_SOURCE_DIR}/CHANGELOG.md
+    ${PROJECT_SOURCE_DIR}/README.md
+    ${PROJECT_SOURCE_DIR}/SECURITY.md
+  DESTINATION ${documents_folder} COMPONENT runtime)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs ${PROJECT_SOURCE_DIR}/schema
+  DESTINATION ${documents_folder} COMPONENT runtime)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples/agents
+  DESTINATION ${documents_folder}/examples COMPONENT runtime
+  USE_SOURCE_PERMISSIONS)
