@@ -110,6 +110,17 @@ TEST_F(BlockedTaskCommandsTest, aBlockedStartThatFailsIsOneRefusalAndTwoEvents) 
   EXPECT_EQ(session(), std::nullopt);
 }
 
+TEST_F(BlockedTaskCommandsTest, aStartWhoseUndoConflictsLeavesTheTaskActiveWithoutABlock) {
+  blocker.onApply = [&] {
+    store.transact({.expectedRevision = 1, .source = MutationSource::user, .action = "task.update"},
+                   [](PersistedState&) {});
+    throw BlockingError::authorizationCancelled();
+  };
+  EXPECT_EQ(start(), Service::failure(failures::revisionConflict(1, 2)));
+  EXPECT_EQ(status(), TaskStatus::active);
+  EXPECT_EQ(session(), std::nullopt);
+}
+
 TEST_F(BlockedTaskCommandsTest, aBlockerThatThrowsNoExceptionIsARefusalToo) {
   blocker.onRemove = [] { throw 42; };
   ASSERT_EQ(start(), Service::success(1, {}));
