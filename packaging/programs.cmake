@@ -37,3 +37,7 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs ${PROJECT_SOURCE_DIR}/schema
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples/agents
   DESTINATION ${documents_folder}/examples COMPONENT runtime
   USE_SOURCE_PERMISSIONS)
+
+if(TARGET tarnwell-watch AND NOT APPLE)
+  install(FILES tarnwell-watch.service DESTINATION lib/systemd/user COMPONENT runtime)
+endif()

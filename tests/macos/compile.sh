@@ -8,7 +8,7 @@ zig=$1 folder=$2
 # Libraries' headers alone: beside them in /usr/include are those of this system.
 headers="$folder/include"
 mkdir -p "$headers"
-for header in simdjson.h uriparser; do
+for header in CLI simdjson.h uriparser utf8proc.h; do
   [[ -e "/usr/include/$header" ]] || { echo "missing: /usr/include/$header" >&2; exit 69; }
   ln -sfn "/usr/include/$header" "$headers/$header"
 done
