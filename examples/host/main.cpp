@@ -8,9 +8,7 @@
 
 #include "desktop.h"
 #include "file_copier.h"
-#include "notification_file.h"
-
-#include "tarnwell/platform/file.h"
+#include "notification_center.h"
 
 namespace tarnwell::host {
 namespace {
@@ -20,10 +18,10 @@ namespace fs = std::filesystem;
 constexpr Duration minute = std::chrono::minutes(1);
 
 void printFile(const fs::path& file) {
-  std::cout << "--- " << file.filename().string() << "\n" << readFile(file).value_or("") << "---\n";
+  std::cout << "--- " << file.filename().string() << "\n" << std::ifstream(file).rdbuf() << "---\n";
 }
 
-void printPending(const NotificationFile& notifications, const Calendar& calendar) {
+void printPending(const NotificationCenter& notifications, const Calendar& calendar) {
   for (const ReminderRequest& each : notifications.pending()) {
     std::cout << "         notification at " << timeOfDay(each.fireDate, calendar) << ": "
               << each.title << ": " << each.body << "\n";
@@ -40,7 +38,7 @@ void run(const fs::path& folder) {
   const fs::path hostsFile = folder / "hosts";
   std::ofstream(hostsFile) << "127.0.0.1 localhost\n";
   FileCopier administrator;
-  NotificationFile notifications(folder / "notifications.json", clock);
+  NotificationCenter notifications(clock);
   const Machine machine{.folder = folder / "Tarnwell",
                         .hostsFile = hostsFile,
                         .administrator = administrator,

@@ -1,7 +1,6 @@
 #include "tarnwell/platform/file.h"
 
 #include <cerrno>
-#include <system_error>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -16,23 +15,12 @@ namespace {
 // More than the JSON parser takes, and than a plan ever needs.
 constexpr off_t largestFile = off_t{4} << 30;
 
-std::string reasonFor(int code) { return std::generic_category().message(code); }
-
-std::string describe(std::string_view operation, const fs::path& path, int code) {
-  return std::string(operation) + " " + path.string() + ": " + reasonFor(code);
-}
-
 bool isFolder(const fs::path& path) {
   struct stat status {};
   return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
 }  // namespace
-
-FileError::FileError(std::string_view operation, const fs::path& path, int code)
-    : Error(describe(operation, path, code)), code_(code) {}
-
-std::string FileError::reason() const { return reasonFor(code_); }
 
 std::optional<FileDescriptor> openForReading(const fs::path& path) {
   // Without O_NONBLOCK, opening a FIFO would wait for somebody to write to it.

@@ -7,28 +7,10 @@
 #include <string>
 #include <string_view>
 
-#include "tarnwell/base/error.h"
 #include "tarnwell/platform/file_descriptor.h"
+#include "tarnwell/platform/file_error.h"
 
 namespace tarnwell {
-
-class FileError : public Error {
- public:
-  FileError(std::string_view operation, const std::filesystem::path& path, int code);
-
-  int code() const noexcept { return code_; }  // an errno value
-
-  // The system's text for the code.
-  std::string reason() const;
-
-  // By operation, path and code, all of which the description holds.
-  friend bool operator==(const FileError& a, const FileError& b) {
-    return a.description() == b.description();
-  }
-
- private:
-  int code_;
-};
 
 // The owner's permissions, whatever the umask.
 inline constexpr unsigned privateFileMode = 0600;

@@ -1,12 +1,29 @@
 #include "tests/install/installation.h"
 
 #include <cstdlib>
+#include <utility>
 
 #include <gtest/gtest.h>
 
 namespace tarnwell::test {
 
 namespace fs = std::filesystem;
+
+namespace {
+
+std::string searchPath() {
+  const char* const path = std::getenv("PATH");
+  return "PATH=" + std::string(path == nullptr ? "" : path);
+}
+
+std::string expectSuccess(Process process) {
+  const ProcessResult result = process.run();
+  EXPECT_EQ(result.exitStatus, 0) << process.arguments.front() << "\n"
+                                  << result.output << result.errors;
+  return result.output;
+}
+
+}  // namespace
 
 Installation::Installation() {
   const fs::path first = folder_ / "first";
@@ -26,23 +43,28 @@ fs::path Installation::buildWithCMake(const fs::path& source, const std::string&
   return build / program;
 }
 
-fs::path Installation::buildWithPkgConfig(const fs::path& source) const {
-  fs::path program = folder_ / "program";
+Process Installation::compilation(const fs::path& source) const {
   const std::string command = CONSUMER_COMPILER " -std=c++20 " CONSUMER_FLAGS " -o '" +
-                              program.string() + "' '" + source.string() +
+                              program().string() + "' '" + source.string() +
                               "' $(" PKG_CONFIG " --cflags --libs tarnwell)";
-  output({"/bin/sh", "-c", command},
-         {"PKG_CONFIG_PATH=" + (prefix() / PKG_CONFIG_FOLDER).string()});
-  return program;
+  return {
+      .arguments = {"/bin/sh", "-c", command},
+      .environment = {"PKG_CONFIG_PATH=" + (prefix() / PKG_CONFIG_FOLDER).string(), searchPath()}};
 }
 
-std::string output(std::vector<std::string> arguments, std::vector<std::string> more) {
-  const char* const path = std::getenv("PATH");
-  more.push_back("PATH=" + std::string(path == nullptr ? "" : path));
-  const ProcessResult result =
-      Process{.arguments = arguments, .environment = std::move(more)}.run();
-  EXPECT_EQ(result.exitStatus, 0) << arguments.front() << "\n" << result.output << result.errors;
-  return result.output;
+fs::path Installation::buildWithPkgConfig(const fs::path& source) const {
+  expectSuccess(compilation(source));
+  return program();
+}
+
+std::string Installation::errorsOfBuilding(const fs::path& source) const {
+  const ProcessResult result = compilation(source).run();
+  EXPECT_NE(result.exitStatus, 0) << source;
+  return result.errors;
+}
+
+std::string output(std::vector<std::string> arguments) {
+  return expectSuccess({.arguments = std::move(arguments), .environment = {searchPath()}});
 }
 
 }  // namespace tarnwell::test

@@ -26,15 +26,21 @@ class Installation {
   std::filesystem::path buildWithCMake(const std::filesystem::path& source,
                                        const std::string& program) const;
 
-  // Builds one source file with the compiler and what pkg-config answers.
+  // Builds one source file with the compiler and what pkg-config answers. Returns the program.
   std::filesystem::path buildWithPkgConfig(const std::filesystem::path& source) const;
 
+  // Does the same for a source file that must not build. Returns what the compiler says.
+  std::string errorsOfBuilding(const std::filesystem::path& source) const;
+
  private:
+  Process compilation(const std::filesystem::path& source) const;
+  std::filesystem::path program() const { return folder_ / "program"; }
+
   ScratchFolder folder_;
 };
 
 // Runs a program in the test's search path, fails the test unless it succeeds, and returns what it
-// printed. `more` is added to its environment.
-std::string output(std::vector<std::string> arguments, std::vector<std::string> more = {});
+// printed.
+std::string output(std::vector<std::string> arguments);
 
 }  // namespace tarnwell::test

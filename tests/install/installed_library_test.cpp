@@ -1,4 +1,6 @@
 // What `cmake --install` puts where, and that programs build with it.
+#include <algorithm>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -27,23 +29,63 @@ TEST(InstalledLibrary, isFoundByPkgConfig) {
   EXPECT_EQ(output({program.string(), installation.place("data").string()}), printedByTheConsumer);
 }
 
-TEST(InstalledLibrary, hasEveryHeaderOfTheEnginesAndNothingElseOfTheSources) {
-  const auto filesBelow = [](const fs::path& folder, auto isWanted) {
-    std::vector<std::string> files;
-    for (const auto& entry : fs::recursive_directory_iterator(folder)) {
-      const bool counts = !entry.is_directory() && isWanted(entry.path());
-      if (counts) files.push_back(entry.path().lexically_relative(folder).string());
-    }
-    return files;
-  };
+// The headers below a folder of the installation, by their names in an include.
+std::vector<std::string> headersOf(const Installation& installation) {
+  const fs::path root = installation.prefix() / "include";
+  std::vector<std::string> headers;
+  for (const auto& entry : fs::recursive_directory_iterator(root)) {
+    if (!entry.is_directory()) headers.push_back(entry.path().lexically_relative(root).string());
+  }
+  return headers;
+}
+
+// A program that includes the headers and does nothing.
+fs::path programIncluding(const Installation& installation, std::vector<std::string> headers) {
+  std::string text;
+  for (const std::string& header : headers) text += "#include \"" + header + "\"\n";
+  fs::path source = installation.place("program.cpp");
+  test::writeFile(source, text + "int main() {}\n");
+  return source;
+}
+
+TEST(InstalledLibrary, hasHeadersThatBuildAloneAndInAnyOrder) {
   const Installation installation;
-  EXPECT_THAT(
-      filesBelow(installation.prefix() / "include/tarnwell", [](const auto&) { return true; }),
-      testing::UnorderedElementsAreArray(
-          filesBelow(fs::path(TARNWELL_SOURCE_DIR) / "tarnwell", [](const fs::path& file) {
-            const bool isOfTheTool = file.parent_path().filename() == "cli";
-            return file.extension() == ".h" && !isOfTheTool;
-          })));
+  auto headers = headersOf(installation);
+  EXPECT_THAT(headers, testing::Contains("tarnwell/store/task_store.h"));
+  std::sort(headers.begin(), headers.end());
+  installation.buildWithPkgConfig(programIncluding(installation, headers));
+  std::reverse(headers.begin(), headers.end());
+  installation.buildWithPkgConfig(programIncluding(installation, headers));
+}
+
+TEST(InstalledLibrary, keepsTheParserTheLocksAndTheCacheToItself) {
+  const Installation installation;
+  for (const std::string header :
+       {"tarnwell/json/json_document.h", "tarnwell/json/json_decode.h",
+        "tarnwell/platform/file_lock.h", "tarnwell/platform/atomic_file.h",
+        "tarnwell/store/document_cache.h", "tarnwell/store/persisted_state_json.h",
+        "tarnwell/cli/process_memory.h"}) {
+    ASSERT_TRUE(fs::exists(fs::path(TARNWELL_SOURCE_DIR) / header)) << header;
+    const fs::path source = programIncluding(installation, {header});
+    EXPECT_THAT(installation.errorsOfBuilding(source), testing::HasSubstr(header)) << header;
+  }
+}
+
+TEST(InstalledLibrary, saysItsVersion) {
+  const Installation installation;
+  const fs::path source = installation.place("version.cpp");
+  test::writeFile(source,
+                  "#include <iostream>\n"
+                  "#include \"tarnwell/base/version.h\"\n"
+                  "int main() { std::cout << tarnwell::versionText; }\n");
+  EXPECT_EQ(output({installation.buildWithPkgConfig(source).string()}), TARNWELL_VERSION);
+}
+
+TEST(InstalledLibrary, isPositionIndependent) {
+  const Installation installation;
+  const fs::path program = installation.buildWithCMake(
+      fs::path(TARNWELL_SOURCE_DIR) / "tests/install/shared_object", "program");
+  EXPECT_EQ(output({program.string()}), "example.com\n");
 }
 
 TEST(InstalledTool, standsBesideTheLibrary) {

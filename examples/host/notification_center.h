@@ -1,7 +1,6 @@
-// Stands for the system's notification service: a file of pending notifications.
+// Stands for the system's notification service, which outlives the application.
 #pragma once
 
-#include <filesystem>
 #include <functional>
 #include <utility>
 #include <vector>
@@ -12,24 +11,21 @@
 
 namespace tarnwell::host {
 
-class NotificationFile : public ReminderScheduling {
+class NotificationCenter : public ReminderScheduling {
  public:
-  NotificationFile(std::filesystem::path file, std::function<Instant()> now)
-      : file_(std::move(file)), now_(std::move(now)) {}
+  explicit NotificationCenter(std::function<Instant()> now) : now_(std::move(now)) {}
 
   ReminderAuthorization authorizationStatus() override { return authorization_; }
   bool requestAuthorization() override;
   void schedule(const std::vector<ReminderRequest>& requests) override;
   void cancelReminders(const UUID& taskID) override;
 
-  // By time.
-  std::vector<ReminderRequest> pending() const;
+  // In the order of their times.
+  const std::vector<ReminderRequest>& pending() const { return pending_; }
 
  private:
-  void save(std::vector<ReminderRequest> notifications) const;
-
-  const std::filesystem::path file_;
   const std::function<Instant()> now_;
+  std::vector<ReminderRequest> pending_;
   ReminderAuthorization authorization_ = ReminderAuthorization::notDetermined;
 };
 

@@ -1,0 +1,8 @@
+// A shared object that has the library in it.
+#include <string>
+
+#include "tarnwell/blocking/domain_rules.h"
+
+std::string domainOf(const std::string& address) {
+  return tarnwell::DomainRules::normalize(address);
+}
