@@ -33,27 +33,27 @@ Desktop::Desktop(const Machine& machine, const Calendar& calendar, std::function
     : calendar_(calendar),
       now_(std::move(now)),
       engines_(machine, calendar),
-      shown_(engines_.store.snapshot()) {}
+      shown_(engines_.taskStore.snapshot()) {}
 
 // Observers first, so that they see what is taken up.
 void Desktop::launch() {
   watch();
-  engines_.focus.recover(now_());
-  if (const auto& problem = engines_.focus.lastError.value()) say(*problem);
+  engines_.focusCoordinator.recover(now_());
+  if (const auto& problem = engines_.focusCoordinator.lastError.value()) say(*problem);
   refresh();
   backUpToday();
   for (const FocusTask& task : shown_.state().tasks) syncReminders(task);
 }
 
 void Desktop::watch() {
-  engines_.tasks.activeTaskID.observe([this](const std::optional<UUID>& id) {
+  engines_.taskSessions.activeTaskID.observe([this](const std::optional<UUID>& id) {
     refresh();
     say(id ? "working on: " + titleOf(*id) : "working on nothing");
   });
-  engines_.tasks.nextTaskID.observe([this](const std::optional<UUID>& id) {
+  engines_.taskSessions.nextTaskID.observe([this](const std::optional<UUID>& id) {
     if (id) say("next could be: " + titleOf(*id));
   });
-  engines_.blocking.protectionStatus.observe([this](ProtectionStatus status) {
+  engines_.blockSessions.protectionStatus.observe([this](ProtectionStatus status) {
     switch (status) {
       case ProtectionStatus::off:
         return say("websites are open");
@@ -67,7 +67,7 @@ void Desktop::watch() {
 
 // The day's first launch that finds a plan makes the day's copy; any other finds it made.
 void Desktop::backUpToday() {
-  if (!std::filesystem::exists(engines_.document.url())) return;
+  if (!std::filesystem::exists(engines_.localStore.url())) return;
   attempt([&] {
     const auto copy = engines_.backups.createDailyBackup(now_(), calendar_);
     say("daily backup: " + copy.filename().string());
@@ -92,12 +92,12 @@ bool Desktop::attempt(const std::function<void()>& request) {
 // A change is decided on the plan that is shown, so it is that plan's revision that it expects.
 void Desktop::change(std::string_view action, const std::optional<UUID>& taskID,
                      const std::function<void(PersistedState&)>& body) {
-  shown_ = engines_.store.transact({.expectedRevision = shown_.revision(),
-                                    .source = MutationSource::user,
-                                    .action = std::string(action),
-                                    .taskID = taskID,
-                                    .now = now_()},
-                                   body);
+  shown_ = engines_.taskStore.transact({.expectedRevision = shown_.revision(),
+                                        .source = MutationSource::user,
+                                        .action = std::string(action),
+                                        .taskID = taskID,
+                                        .now = now_()},
+                                       body);
 }
 
 // The notifications follow the task. Failing to set them is worth a warning, never more.
@@ -167,32 +167,32 @@ void Desktop::start(std::string_view title) {
   attempt([&] {
     const FocusTask task = taskNamed(title);
     std::optional<DomainGroup> group;
-    if (task.blockingGroupID) group = engines_.blocking.group(*task.blockingGroupID);
-    shown_ = engines_.focus.start({.taskID = task.id,
-                                   .blockingGroup = group,
-                                   .duration = std::chrono::hours(1),
-                                   .mode = SessionMode::flexible,
-                                   .revision = shown_.revision(),
-                                   .now = now_()});
+    if (task.blockingGroupID) group = engines_.blockSessions.group(*task.blockingGroupID);
+    shown_ = engines_.focusCoordinator.start({.taskID = task.id,
+                                              .blockingGroup = group,
+                                              .duration = std::chrono::hours(1),
+                                              .mode = SessionMode::flexible,
+                                              .revision = shown_.revision(),
+                                              .now = now_()});
   });
 }
 
 void Desktop::skip() {
-  attempt([&] { shown_ = engines_.focus.skip(shown_.revision(), now_()); });
+  attempt([&] { shown_ = engines_.focusCoordinator.skip(shown_.revision(), now_()); });
 }
 
 void Desktop::complete() {
   attempt([&] {
-    shown_ = engines_.focus.complete(shown_.revision(), now_());
+    shown_ = engines_.focusCoordinator.complete(shown_.revision(), now_());
     for (const FocusTask& task : shown_.state().tasks) syncReminders(task);
   });
 }
 
 // Ticking never fails: what goes wrong at the end of a session is published.
 void Desktop::tick() {
-  engines_.blocking.tick(now_());
-  if (const auto& problem = engines_.blocking.lastError.value()) say(*problem);
-  const Duration remaining = engines_.blocking.remainingTime(now_());
+  engines_.blockSessions.tick(now_());
+  if (const auto& problem = engines_.blockSessions.lastError.value()) say(*problem);
+  const Duration remaining = engines_.blockSessions.remainingTime(now_());
   if (remaining.count() > 0) {
     const auto minutes = std::chrono::round<std::chrono::minutes>(remaining).count();
     say(std::to_string(minutes) + " minutes of blocking left");
@@ -203,17 +203,17 @@ void Desktop::tick() {
 void Desktop::addGroup(const DomainGroup& group, const std::string& typedAddress) {
   attempt([&] {
     const std::string domain = DomainRules::normalize(typedAddress);
-    auto groups = engines_.blocking.groups.value();
-    groups.push_back(group);
-    groups.back().rules.push_back({.domain = domain});
-    engines_.blocking.replaceGroups(groups);
+    engines_.blockSessions.changeGroups([&](std::vector<DomainGroup>& groups) {
+      groups.push_back(group);
+      groups.back().rules.push_back({.domain = domain});
+    });
     say("group " + group.name + ": " + domain);
   });
 }
 
 void Desktop::showDiagnostics() {
   attempt([&] {
-    const auto snapshot = engines_.diagnostics.snapshot(engines_.blocking.expectedHosts());
+    const auto snapshot = engines_.diagnostics.snapshot(engines_.blockSessions.expectedHosts());
     say("diagnostics");
     std::cout << encodeJSON(snapshot, JSONLayout::indented) << "\n";
   });
@@ -262,10 +262,10 @@ void Desktop::exportBackup(const std::filesystem::path& file) {
 // is ended first: the restored plan does not know of its block in the hosts file.
 void Desktop::restoreBackup(const std::filesystem::path& file) {
   attempt([&] {
-    engines_.blocking.endFlexible(now_());
-    engines_.document.withExclusiveLock([&] { engines_.backups.restoreBackup(file); });
+    engines_.blockSessions.endFlexible(now_());
+    engines_.localStore.withExclusiveLock([&] { engines_.backups.restoreBackup(file); });
     for (const FocusTask& task : shown_.state().tasks) engines_.reminders.cancel(task.id);
-    engines_.focus.recover(now_());
+    engines_.focusCoordinator.recover(now_());
     refresh();
     for (const FocusTask& task : shown_.state().tasks) syncReminders(task);
     say("restored revision " + std::to_string(shown_.revision()));

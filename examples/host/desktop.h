@@ -59,7 +59,7 @@ class Desktop {
 
  private:
   void watch();
-  void refresh() { shown_ = engines_.store.snapshot(); }
+  void refresh() { shown_ = engines_.taskStore.snapshot(); }
   bool attempt(const std::function<void()>& request);
   void change(std::string_view action, const std::optional<UUID>& taskID,
               const std::function<void(PersistedState&)>& body);

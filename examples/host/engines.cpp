@@ -5,37 +5,37 @@ namespace {
 
 // A host must start even when the data file cannot be read, to say so and to offer a backup. No
 // change succeeds, and so nothing is overwritten, until the file can be read again.
-TaskStore openStore(const LocalStore& document) {
+TaskStore openStore(const LocalStore& localStore) {
   try {
-    return TaskStore(document);
+    return TaskStore(localStore);
   } catch (const LocalStoreError&) {
-    return {document, PersistedState::initial()};
+    return {localStore, PersistedState::initial()};
   }
 }
 
 }  // namespace
 
 Engines::Engines(const Machine& machine, const Calendar& calendar)
-    : document(machine.folder / "state.json"),
-      store(openStore(document)),
-      tasks(store, calendar),
-      blocker(machine.folder / "Backups", machine.administrator, machine.hostsFile),
-      blocking(document, blocker),
-      focus(tasks, blocking),
-      recommendations(store),
+    : localStore(machine.folder / "state.json"),
+      taskStore(openStore(localStore)),
+      taskSessions(taskStore, calendar),
+      hostsBlocker(machine.folder / "Backups", machine.administrator, machine.hostsFile),
+      blockSessions(localStore, hostsBlocker),
+      focusCoordinator(taskSessions, blockSessions),
+      recommendations(taskStore),
       reminders(machine.notifications),
-      backups(document, machine.folder / "Daily Backups"),
-      diagnostics(blocker, machine.folder / "Backups"),
-      userInterface({.store = store,
-                     .sessions = tasks,
+      backups(localStore, machine.folder / "Daily Backups"),
+      diagnostics(hostsBlocker, machine.folder / "Backups"),
+      userInterface({.store = taskStore,
+                     .sessions = taskSessions,
                      .recommendations = recommendations,
                      .calendar = calendar,
                      .approvalAuthority = ApprovalAuthority::trustedUserInterface,
-                     .focusCoordinator = &focus,
-                     .blocking = &blocking,
+                     .focusCoordinator = &focusCoordinator,
+                     .blocking = &blockSessions,
                      .reminders = &reminders}),
-      agent({.store = store,
-             .sessions = tasks,
+      agent({.store = taskStore,
+             .sessions = taskSessions,
              .recommendations = recommendations,
              .calendar = calendar}) {}
 

@@ -32,12 +32,12 @@ struct Machine {
 struct Engines {
   Engines(const Machine& machine, const Calendar& calendar);
 
-  LocalStore document;  // a value: only the location of the data file
-  TaskStore store;      // one per process
-  TaskSessionEngine tasks;
-  HostsBlockingEngine blocker;
-  SessionEngine blocking;
-  FocusCoordinator focus;
+  LocalStore localStore;  // a value: the location of the data file
+  TaskStore taskStore;    // one per process
+  TaskSessionEngine taskSessions;
+  HostsBlockingEngine hostsBlocker;
+  SessionEngine blockSessions;
+  FocusCoordinator focusCoordinator;
   RecommendationEngine recommendations;
   ReminderCoordinator reminders;
   DataBackupManager backups;

@@ -47,7 +47,7 @@ class SessionError : public CaseError<SessionCase> {
 };
 
 struct SessionStart {
-  DomainGroup group{};
+  DomainGroup group;
   Required<Duration> duration;
   Required<SessionMode> mode;
   Instant now;

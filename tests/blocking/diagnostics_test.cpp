@@ -18,7 +18,7 @@ namespace {
 
 const std::vector<std::string> hosts = {"example.com", "www.example.com"};
 
-TEST(Diagnostics, judgeEveryStatusWithAndWithoutExpectedHosts) {
+TEST(Diagnostics, mapEveryStatusWithAndWithoutExpectedHosts) {
   using Status = BlockingStatus;
   using Health = DiagnosticHealth;
   using Action = DiagnosticAction;
@@ -53,7 +53,7 @@ TEST(Diagnostics, judgeEveryStatusWithAndWithoutExpectedHosts) {
   }
 }
 
-TEST(Diagnostics, takeABlockerThatThrowsForUnreadable) {
+TEST(Diagnostics, treatABlockerThatThrowsAsUnreadable) {
   test::FakeBlocker blocker;
   blocker.onStatus = [] { throw 42; };
   const auto snapshot = Diagnostics(blocker, "/data/Backups").snapshot(hosts);

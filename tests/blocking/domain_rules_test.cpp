@@ -40,7 +40,7 @@ TEST(DomainRules, trimLowerAndDropTrailingDots) {
                                     "\u3000facebook.com\u00A0", "FACEBOOK.COM"});
 }
 
-TEST(DomainRules, takeTheHostOfAnAddressWithAnyScheme) {
+TEST(DomainRules, readTheHostOfAnAddressWithAnyScheme) {
   expectNormalized("example.com", {"http://www.example.com/feed", "ftp://example.com",
                                    "HTTPS://Example.com:8443/a?b", "https://example.com#@",
                                    "x-y+z.1://example.com", "https://example.com:",
@@ -52,7 +52,7 @@ TEST(DomainRules, dropOneLeadingWww) {
   expectNormalized("www.example.com", {"www.www.example.com"});
 }
 
-TEST(DomainRules, askForADomainWhereThereIsNone) {
+TEST(DomainRules, refuseEmptyText) {
   expectRefused(DomainRuleError::empty, {"", "  ", "\n\t", "\u2003"});
 }
 
@@ -63,14 +63,14 @@ TEST(DomainRules, refuseCredentialsWithAndWithoutASchemeOrAPassword) {
                  "https://:@example.com", "https://:secret@example.com", "@example.com"});
 }
 
-TEST(DomainRules, takeWhatIsNoURLForCredentials) {
+TEST(DomainRules, reportTextThatIsNoURLAsCredentials) {
   expectRefused(DomainRuleError::credentialsNotAllowed,
                 {"exa mple.com", "example.com/a b", "exämple.com", "ехаmple.com", "https://[::1",
                  "example.com:port", "://example.com", "1http://example.com", "ex<ample.com",
                  "example.com%zz", "a\tb.com", "a\nb.com", std::string("a\0b.com", 7), "a\\b.com"});
 }
 
-TEST(DomainRules, takeAnAddressBeyondAMebibyteForNoURL) {
+TEST(DomainRules, treatAnAddressBeyondAMebibyteAsNoURL) {
   const std::string address = "https://example.com/";
   const std::string longest = address + label(mebibyte - address.size());
   expectNormalized("example.com", {longest});
@@ -149,27 +149,27 @@ TEST(DomainRules, refuseWildcardsBeforeTheyParse) {
                 {"*.example.com", "*", "user@*.com", "https://example.com/*"});
 }
 
-TEST(DomainRules, refuseAddressesOfMachines) {
+TEST(DomainRules, refuseIPAddresses) {
   expectRefused(DomainRuleError::ipAddressNotAllowed,
                 {"192.168.0.1", "[::1]", "https://[2001:db8::1]:80/", "010.0.0.1", "0.0.0.0",
                  "255.255.255.255", "1..2.3.4", "1.2.3.4.", "www.1.2.3.4", "[v1.a:b]", "+1.2.3.4",
                  "0000000001.2.3.4"});
 }
 
-TEST(DomainRules, takeFourNumbersOutOfRangeForAName) {
+TEST(DomainRules, acceptFourNumbersOutOfRangeAsAName) {
   expectNormalized("10.0.0.256", {"10.0.0.256"});
   expectNormalized("1.2.3", {"1.2.3"});
   expectNormalized("1.2.3.4.5", {"1.2.3.4.5"});
 }
 
-TEST(DomainRules, refuseNamesThatAreNone) {
+TEST(DomainRules, refuseInvalidNames) {
   expectRefused(DomainRuleError::invalidHost,
                 {"www.", "localhost", "https://", "https:///path", "/path", "...", "www...",
                  "-example.com", "example-.com", "ex_ample.com", "example..com", ".example.com",
                  "example.com!", "ex~ample.com", "www"});
 }
 
-TEST(DomainRules, takeABracketedLiteralForNoName) {
+TEST(DomainRules, refuseABracketedLiteral) {
   expectRefused(DomainRuleError::invalidHost, {"[v1.example.com]", "https://[vF.x.y]/"});
 }
 
@@ -186,7 +186,7 @@ TEST(DomainRules, limitLabelsTo63AndNamesTo253Characters) {
   expectRefused(DomainRuleError::invalidHost, {of254});
 }
 
-TEST(DomainRules, decodeAHostBeforeTheyJudgeIt) {
+TEST(DomainRules, decodeAHostBeforeValidatingIt) {
   expectNormalized("example.com",
                    {"ex%61mple.com", "example%2Ecom", "EX%41MPLE.com%2e", "%77ww.example.com"});
   expectRefused(DomainRuleError::invalidHost,
@@ -195,7 +195,7 @@ TEST(DomainRules, decodeAHostBeforeTheyJudgeIt) {
   expectRefused(DomainRuleError::ipAddressNotAllowed, {"a%3Ab.com", "%31.2.3.4"});
 }
 
-TEST(DomainRules, resultIsAFixedPointOfPlainCharactersForRandomInput) {
+TEST(DomainRules, normalizeRandomInputToAFixedPointOfPlainCharacters) {
   std::mt19937 random(11);  // NOLINT: the same inputs in every run
   const std::vector<std::string> pieces = {
       "a",   "Z", "9", ".", "-", "www.", "://", "https", "@", ":", "/",  "%2e",        "%0",
@@ -244,7 +244,7 @@ TEST(ExpandedHosts, failWithTheFirstDomainThatFails) {
   });
 }
 
-TEST(DomainRuleError, tellsTheUserWhatToEnter) {
+TEST(DomainRuleError, describesEachCase) {
   EXPECT_EQ(DomainRuleError(DomainRuleError::empty).description(),
             "Enter a domain such as example.com.");
   EXPECT_EQ(DomainRuleError(DomainRuleError::credentialsNotAllowed).description(),

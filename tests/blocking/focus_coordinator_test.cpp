@@ -24,7 +24,7 @@ class FocusCoordinatorTest : public testing::Test, protected test::StoredPlan {
     PersistedState state = PersistedState::initial();
     state.tasks = {task_};
     local.save(state);
-    blocking.loadPersistedState();
+    blockSessions.loadPersistedState();
   }
 
   FocusStart request(SessionMode mode = SessionMode::flexible) const {
@@ -47,9 +47,9 @@ class FocusCoordinatorTest : public testing::Test, protected test::StoredPlan {
 
   FocusTask task_ = makeTask("T");
   test::FakeBlocker blocker;
-  TaskSessionEngine tasks{store, Calendar{}};
-  SessionEngine blocking{local, blocker};
-  FocusCoordinator coordinator{tasks, blocking};
+  TaskSessionEngine taskSessions{store, Calendar{}};
+  SessionEngine blockSessions{local, blocker};
+  FocusCoordinator coordinator{taskSessions, blockSessions};
 };
 
 TEST_F(FocusCoordinatorTest, startsTheTaskAndItsBlocking) {
@@ -61,7 +61,7 @@ TEST_F(FocusCoordinatorTest, startsTheTaskAndItsBlocking) {
   EXPECT_EQ(coordinator.lastError.value(), std::nullopt);
 }
 
-TEST_F(FocusCoordinatorTest, startsATaskWithoutAGroupAlone) {
+TEST_F(FocusCoordinatorTest, startsATaskWithoutAGroupWithoutBlocking) {
   FocusStart plain = request();
   plain.blockingGroup.reset();
   coordinator.start(plain);
@@ -96,6 +96,14 @@ TEST_F(FocusCoordinatorTest, undoesTheStartOfATaskWhateverItsBlockingThrows) {
   EXPECT_EQ(coordinator.lastError.value(), "An unexpected error occurred.");
 }
 
+TEST_F(FocusCoordinatorTest, blocksATaskThoughEveryObserverThrows) {
+  taskSessions.activeTaskID.observe([](const auto&) { throw 42; });
+  blockSessions.activeSession.observe([](const auto&) { throw 42; });
+  EXPECT_NO_THROW(coordinator.start(request()));
+  EXPECT_EQ(status(), TaskStatus::active);
+  EXPECT_TRUE(storedSession());
+}
+
 TEST_F(FocusCoordinatorTest, undoesAStartWhoseSessionEndedWhileThePromptWasOpen) {
   blocker.onApply = [&] {
     local.updateAtomically([](PersistedState& state) { state.activeSession.reset(); });
@@ -112,7 +120,7 @@ TEST_F(FocusCoordinatorTest, undoesTheStartOfATaskWhoseGroupHasNoEnabledRule) {
   EXPECT_EQ(coordinator.lastError.value(), "Enable at least one domain before starting.");
 }
 
-TEST_F(FocusCoordinatorTest, reportsTheUndoThatFailedInsteadOfTheBlocking) {
+TEST_F(FocusCoordinatorTest, reportsAFailedUndoInsteadOfTheBlockersError) {
   blocker.onApply = [&] {
     TaskStore other(local);  // another process changes the plan while the prompt is open
     other.transact({.expectedRevision = 1, .source = MutationSource::user, .action = "x"},
@@ -156,7 +164,7 @@ TEST_F(FocusCoordinatorTest, endsAFlexibleSessionWithItsTask) {
   EXPECT_EQ(after.state(), local.load());
 }
 
-TEST_F(FocusCoordinatorTest, worksOnTasksAloneWhereThereIsNoSession) {
+TEST_F(FocusCoordinatorTest, pausesATaskWithoutABlockingSession) {
   FocusStart plain = request();
   plain.blockingGroup.reset();
   coordinator.start(plain);
@@ -165,7 +173,7 @@ TEST_F(FocusCoordinatorTest, worksOnTasksAloneWhereThereIsNoSession) {
   EXPECT_TRUE(blocker.calls.empty());
 }
 
-TEST_F(FocusCoordinatorTest, aStrictSessionVetoesPausingAndSkippingBeforeAnythingChanges) {
+TEST_F(FocusCoordinatorTest, aStrictSessionRefusesPauseAndSkipBeforeAnythingChanges) {
   coordinator.start(request(SessionMode::strict));
   const SessionError locked(SessionError::strictSessionLocked);
   const Instant before = someInstant + (hour - 1s);
@@ -177,7 +185,7 @@ TEST_F(FocusCoordinatorTest, aStrictSessionVetoesPausingAndSkippingBeforeAnythin
   EXPECT_EQ(storedSession(), std::nullopt);
 }
 
-TEST_F(FocusCoordinatorTest, completingIsNeverVetoedAndAStrictSessionGoesOn) {
+TEST_F(FocusCoordinatorTest, completesATaskDuringAStrictSessionWhichGoesOn) {
   coordinator.start(request(SessionMode::strict));
   coordinator.complete(1, someInstant + 1s);
   EXPECT_EQ(status(), TaskStatus::completed);
@@ -194,7 +202,7 @@ TEST_F(FocusCoordinatorTest, aBlockThatCannotBeRemovedFailsThoughTheTaskHasChang
   EXPECT_EQ(coordinator.lastError.value(), cancelled.description());
 }
 
-TEST_F(FocusCoordinatorTest, leavesTheBlockingAloneWhenTheTaskCannotChange) {
+TEST_F(FocusCoordinatorTest, keepsTheSessionWhenTheTaskCannotChange) {
   coordinator.start(request());
   EXPECT_THROW(coordinator.pause(9, someInstant), TaskStoreError);
   EXPECT_TRUE(storedSession());
@@ -209,7 +217,7 @@ TEST_F(FocusCoordinatorTest, recoverWarnsOfAnActiveTaskThatExpectsBlockingAndHas
   coordinator.recover(someInstant);
   EXPECT_EQ(coordinator.lastError.value(),
             "The active task expects website blocking, but protection is not active.");
-  EXPECT_EQ(tasks.activeTaskID.value(), active.id);
+  EXPECT_EQ(taskSessions.activeTaskID.value(), active.id);
 }
 
 TEST_F(FocusCoordinatorTest, recoverDoesNotWarnOfAnActiveTaskThatExpectsNoBlocking) {
@@ -236,7 +244,7 @@ TEST_F(FocusCoordinatorTest, recoverRecordsWhateverTheBlockerThrows) {
   EXPECT_EQ(coordinator.lastError.value(), "An unexpected error occurred.");
 }
 
-TEST_F(FocusCoordinatorTest, recoverTakesOverTheBlockingsError) {
+TEST_F(FocusCoordinatorTest, recoverReportsTheErrorOfTheBlockingSession) {
   coordinator.start(request());
   blocker.state = BlockingStatus::mismatch;
   blocker.onApply = [] { throw cancelled; };
@@ -245,7 +253,7 @@ TEST_F(FocusCoordinatorTest, recoverTakesOverTheBlockingsError) {
   blocker.state = BlockingStatus::active;
   save({task_});
   coordinator.recover(someInstant);
-  EXPECT_EQ(tasks.activeTaskID.value(), std::nullopt);
+  EXPECT_EQ(taskSessions.activeTaskID.value(), std::nullopt);
 }
 
 }  // namespace

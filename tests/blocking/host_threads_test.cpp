@@ -50,16 +50,16 @@ class Inbox {
 };
 
 // Adds a task; tries again for as long as the other thread is faster.
-void addTask(TaskStore& store) {
+void addTask(TaskStore& taskStore) {
   const FocusTask task = makeTask("One of many");
   while (true) {
     try {
-      store.transact({.expectedRevision = store.snapshot().revision(),
-                      .source = MutationSource::user,
-                      .action = "task.create",
-                      .taskID = task.id,
-                      .now = someInstant},
-                     [&](PersistedState& state) { state.tasks.push_back(task); });
+      taskStore.transact({.expectedRevision = taskStore.snapshot().revision(),
+                          .source = MutationSource::user,
+                          .action = "task.create",
+                          .taskID = task.id,
+                          .now = someInstant},
+                         [&](PersistedState& state) { state.tasks.push_back(task); });
       return;
     } catch (const TaskStoreError&) {
       continue;
@@ -71,29 +71,29 @@ TEST(HostThreads, useTheTaskStoreAndTheHostsEngineAtOnce) {
   const test::ScratchFolder folder;
   const auto hostsFile = folder / "hosts";
   test::writeFile(hostsFile, plainHosts);
-  const LocalStore document(folder / "state.json");
+  const LocalStore localStore(folder / "state.json");
   const DomainGroup group{.name = "G", .rules = {{.domain = "example.com"}}};
 
-  TaskStore store(document);
+  TaskStore taskStore(localStore);
   test::FakeRunner administrator;
   HostsBlockingEngine blocker(folder / "Backups", administrator, hostsFile);
   Inbox<ProtectionStatus> inbox;
 
   std::thread worker([&] {
-    SessionEngine blocking(document, blocker);
-    blocking.protectionStatus.observe([&](ProtectionStatus status) { inbox.post(status); });
+    SessionEngine blockSessions(localStore, blocker);
+    blockSessions.protectionStatus.observe([&](ProtectionStatus status) { inbox.post(status); });
     for (std::size_t i = 0; i < rounds; ++i) {
-      blocking.start(
+      blockSessions.start(
           {.group = group, .duration = hour, .mode = SessionMode::flexible, .now = someInstant});
-      addTask(store);
-      blocking.tick(someInstant + hour);
+      addTask(taskStore);
+      blockSessions.tick(someInstant + hour);
     }
   });
 
   std::set<BlockingStatus> seen;
   for (std::size_t i = 0; i < rounds; ++i) {
     seen.insert(blocker.status({"example.com", "www.example.com"}));
-    addTask(store);
+    addTask(taskStore);
   }
   worker.join();
 
@@ -105,9 +105,9 @@ TEST(HostThreads, useTheTaskStoreAndTheHostsEngineAtOnce) {
     everyRound.push_back(ProtectionStatus::off);
   }
   EXPECT_EQ(inbox.takeAll(), everyRound);
-  EXPECT_EQ(store.snapshot().revision(), std::int64_t{2 * rounds});
-  EXPECT_EQ(store.snapshot().state().tasks.size(), 2 * rounds);
-  EXPECT_EQ(document.load().activeSession, std::nullopt);
+  EXPECT_EQ(taskStore.snapshot().revision(), std::int64_t{2 * rounds});
+  EXPECT_EQ(taskStore.snapshot().state().tasks.size(), 2 * rounds);
+  EXPECT_EQ(localStore.load().activeSession, std::nullopt);
   EXPECT_EQ(contentOf(hostsFile), plainHosts);
 }
 

@@ -60,7 +60,7 @@ class HostsBlockingEngineTest : public testing::Test {
   HostsBlockingEngine engine{backups, runner, file};
 };
 
-TEST_F(HostsBlockingEngineTest, appliesTheBlockAndKeepsTheTextFromBefore) {
+TEST_F(HostsBlockingEngineTest, appliesTheBlockAndKeepsACopyOfThePreviousText) {
   engine.apply(hosts);
   EXPECT_EQ(contentOf(file), blocked);
   EXPECT_EQ(engine.status(hosts), BlockingStatus::active);
@@ -70,7 +70,7 @@ TEST_F(HostsBlockingEngineTest, appliesTheBlockAndKeepsTheTextFromBefore) {
   EXPECT_EQ(runner.refreshes, 1);
 }
 
-TEST_F(HostsBlockingEngineTest, namesItsFilesAfterAnIdentifierOfTheirOwn) {
+TEST_F(HostsBlockingEngineTest, namesBothFilesAfterOneRandomIdentifier) {
   std::string source;
   runner.answers = {[&](const PreparedFile& from, const fs::path& to) {
     source = from.path.filename().string();
@@ -83,14 +83,14 @@ TEST_F(HostsBlockingEngineTest, namesItsFilesAfterAnIdentifierOfTheirOwn) {
   EXPECT_EQ(backup, source.substr(0, source.size() - 12) + ".backup");
 }
 
-TEST_F(HostsBlockingEngineTest, asksNobodyWhenNothingChanges) {
+TEST_F(HostsBlockingEngineTest, opensNoPromptWhenNothingChanges) {
   writeFile(file, blocked);
   engine.apply(hosts);
   expectUntouched(blocked);
   EXPECT_EQ(runner.refreshes, 0);
 }
 
-TEST_F(HostsBlockingEngineTest, removesTheBlockAndGivesTheTextBack) {
+TEST_F(HostsBlockingEngineTest, removesTheBlockAndRestoresTheText) {
   engine.apply(hosts);
   engine.remove();
   EXPECT_EQ(contentOf(file), plain);
@@ -131,7 +131,7 @@ TEST_F(HostsBlockingEngineTest, refusesAFileThatItCannotReadAsText) {
   expectUnreadable();
 }
 
-TEST_F(HostsBlockingEngineTest, failsBeforeThePromptWhenItCannotKeepTheTextFromBefore) {
+TEST_F(HostsBlockingEngineTest, failsBeforeThePromptWhenTheCopyCannotBeWritten) {
   writeFile(folder / "Tarnwell", "in the way");
   EXPECT_THAT([&] { engine.apply(hosts); },
               testing::ThrowsMessage<BlockingError>(
@@ -139,7 +139,7 @@ TEST_F(HostsBlockingEngineTest, failsBeforeThePromptWhenItCannotKeepTheTextFromB
   expectUntouched();
 }
 
-TEST_F(HostsBlockingEngineTest, aCancelledPromptIsOnePromptAndChangesNothing) {
+TEST_F(HostsBlockingEngineTest, aDeclinedPromptIsTheOnlyOneAndChangesNothing) {
   runner.answers = {failWith(BlockingError::authorizationCancelled())};
   expectError(BlockingError::authorizationCancelled(), [&] { engine.apply(hosts); });
   EXPECT_THAT(runner.requests, ElementsAre(".replacement"));
@@ -147,7 +147,7 @@ TEST_F(HostsBlockingEngineTest, aCancelledPromptIsOnePromptAndChangesNothing) {
   EXPECT_THAT(kept(".replacement"), IsEmpty());
 }
 
-TEST_F(HostsBlockingEngineTest, putsTheOldTextBackWhenInstallingFails) {
+TEST_F(HostsBlockingEngineTest, rollsBackAFailedInstallation) {
   runner.answers = {[](const PreparedFile&, const fs::path& destination) {
                       writeFile(destination, "half a fi");
                       throw BlockingError::writeFailed("disk full");
@@ -160,7 +160,7 @@ TEST_F(HostsBlockingEngineTest, putsTheOldTextBackWhenInstallingFails) {
   EXPECT_EQ(runner.refreshes, 0);
 }
 
-TEST_F(HostsBlockingEngineTest, takesAFailureOfAnotherKindForAFailedInstallation) {
+TEST_F(HostsBlockingEngineTest, rollsBackAfterAnErrorOfAnotherKind) {
   runner.answers = {[](const PreparedFile&, const fs::path& destination) {
                       throw FileError("run", destination, EIO);
                     },
@@ -170,7 +170,7 @@ TEST_F(HostsBlockingEngineTest, takesAFailureOfAnotherKindForAFailedInstallation
   EXPECT_EQ(contentOf(file), plain);
 }
 
-TEST_F(HostsBlockingEngineTest, putsTheOldTextBackWhateverIsThrown) {
+TEST_F(HostsBlockingEngineTest, rollsBackWhateverIsThrown) {
   const auto expectRollback = [&](auto thrown, const char* description) {
     runner.requests.clear();
     runner.answers = {[thrown](const PreparedFile&, const fs::path& destination) {
@@ -185,7 +185,7 @@ TEST_F(HostsBlockingEngineTest, putsTheOldTextBackWhateverIsThrown) {
   expectRollback(42, "An unexpected error occurred.");
 }
 
-TEST_F(HostsBlockingEngineTest, putsBackTheTextThatItReadWhateverItsCopyHoldsByThen) {
+TEST_F(HostsBlockingEngineTest, rollsBackToTheTextItReadWhateverTheCopyHoldsByThen) {
   runner.answers = {[](const PreparedFile& source, const fs::path& destination) {
                       writeFile(destination, "half a fi");
                       fs::path backup = source.path;
@@ -208,7 +208,7 @@ TEST_F(HostsBlockingEngineTest, reportsWhateverTheRollbackOrTheRefreshThrows) {
               [&] { engine.apply(hosts); });
 }
 
-TEST_F(HostsBlockingEngineTest, saysThatTheRollbackNeedsAttentionWhenThatFailsToo) {
+TEST_F(HostsBlockingEngineTest, reportsAFailedRollback) {
   runner.answers = {failWith(BlockingError::writeFailed("first")),
                     failWith(BlockingError::writeFailed("second"))};
   expectError(BlockingError::rollbackFailed("Could not update the hosts file: second"),
@@ -229,7 +229,7 @@ TEST_F(HostsBlockingEngineTest, keepsTheNewTextWhenTheRefreshFails) {
   EXPECT_EQ(contentOf(file), blocked);
 }
 
-TEST_F(HostsBlockingEngineTest, tellsHowTheFileComparesWithWhatIsExpected) {
+TEST_F(HostsBlockingEngineTest, comparesTheBlockWithTheExpectedHosts) {
   EXPECT_EQ(engine.status({}), BlockingStatus::inactive);
   EXPECT_EQ(engine.status(hosts), BlockingStatus::mismatch);
   writeFile(file, blocked);
@@ -244,7 +244,7 @@ TEST_F(HostsBlockingEngineTest, tellsHowTheFileComparesWithWhatIsExpected) {
 
 TEST_F(HostsBlockingEngineTest, keepsAFileOfFiveMegabytesByteForByte) {
   std::string large;
-  while (large.size() < 5'000'000) large += "0.0.0.0 somebody-elses-entry.example\r\n";
+  while (large.size() < 5'000'000) large += "0.0.0.0 another-entry.example\r\n";
   writeFile(file, large);
   engine.apply(hosts);
   EXPECT_EQ(contentOf(file), HostsDocument(large).applying(hosts));

@@ -26,7 +26,7 @@ std::string removed(const std::string& source) {
   return HostsDocument(source).removingManagedBlock();
 }
 
-TEST(HostsDocument, withoutMarkersHoldsNoHostsAndStaysAsItIs) {
+TEST(HostsDocument, withoutMarkersHasNoHostsAndStaysAsItIs) {
   for (const std::string source :
        {"", "\n", "127.0.0.1 localhost\r\n::1 localhost", "# no block"}) {
     EXPECT_THAT(HostsDocument(source).managedHosts(), IsEmpty());
@@ -59,7 +59,7 @@ TEST(HostsDocument, refusesMarkersThatAreNotOneBlock) {
   }
 }
 
-TEST(HostsDocument, knowsMarkersWithinLongerLinesButOnlyToTheLetter) {
+TEST(HostsDocument, findsMarkersWithinLongerLinesCaseSensitively) {
   EXPECT_EQ(removed("before " + block + " after\n"), "before  after\n");
   EXPECT_THAT(HostsDocument("x" + begin + "\n127.0.0.1 a.com\n#" + end).managedHosts(),
               ElementsAre("a.com"));
@@ -108,7 +108,7 @@ TEST(HostsDocument, putsTheBlockBehindABlankLineOfATextThatEndsInALineFeed) {
   EXPECT_EQ(HostsDocument("a").applying({"example.com"}), "a\n" + block + "\n");
 }
 
-TEST(HostsDocument, replacesTheBlockThatThereIs) {
+TEST(HostsDocument, replacesTheExistingBlock) {
   const std::string once = HostsDocument("a\n").applying({"old.com"});
   EXPECT_EQ(HostsDocument(once).applying({"example.com"}), "a\n\n" + block + "\n");
 }
@@ -123,7 +123,7 @@ TEST(HostsDocument, refusesToReplaceABlockThatStandsInsideAMarker) {
 }
 
 // For every text: applying twice is applying once, and removing gives the text back.
-TEST(HostsDocument, comesBackByteForByteFromRandomTexts) {
+TEST(HostsDocument, restoresRandomTextsByteForByte) {
   std::mt19937 random(3);  // NOLINT: the same texts in every run
   const std::vector<std::string> pieces = {"\n",   "\r\n", "127.0.0.1 localhost", "#",   " ", "\t",
                                            "\xFF", "é",    "::1 ip6-localhost",   "\n\n"};
@@ -137,7 +137,7 @@ TEST(HostsDocument, comesBackByteForByteFromRandomTexts) {
   }
 }
 
-TEST(HostsDocumentError, saysThatNothingWasChanged) {
+TEST(HostsDocumentError, describesItsCase) {
   EXPECT_EQ(HostsDocumentError(HostsDocumentError::malformedManagedMarkers).description(),
             "Tarnwell found malformed managed markers and left the hosts file unchanged.");
 }

@@ -95,7 +95,7 @@ TEST_F(MeetingSessionsTest, aStartWhoseSessionWasEndedMeanwhileFailsAndTakesItsB
   expectNeitherSessionNorBlock();
 }
 
-TEST_F(MeetingSessionsTest, aBlockThatSuchAStartMayNotTakeOutNeedsAttentionAndCanBeRetried) {
+TEST_F(MeetingSessionsTest, aBlockThatSuchAStartCannotTakeOutNeedsAttentionAndCanBeRetried) {
   blocker.onApply = [&] { store(std::nullopt); };
   blocker.onStatus = [&] { blocker.state = BlockingStatus::mismatch; };
   blocker.onRemove = [] { throw cancelled; };
@@ -191,7 +191,7 @@ TEST_F(MeetingSessionsTest, retryTakesUpTheSessionThatIsStored) {
   expectTheOtherSessionProtected();
 }
 
-TEST_F(MeetingSessionsTest, recoverDoesNotTakeABlockForOrphanedThatBelongsToASessionJustBegun) {
+TEST_F(MeetingSessionsTest, recoverKeepsTheBlockOfASessionThatHasJustBegun) {
   blocker.onStatus = [&] {
     if (stored()) {
       blocker.state = BlockingStatus::active;

@@ -54,7 +54,7 @@ std::string commandInScript(const std::string& script) {
   return command;
 }
 
-TEST(MacOSPrivilegedCommandRunner, anyPathReachesTheShellAsItIs) {
+TEST(MacOSPrivilegedCommandRunner, passesAnyPathToTheShellUnchanged) {
   std::mt19937 random(5);  // NOLINT: the same paths in every run
   const std::vector<std::string> pieces = {"'",    "\"", "\\", "$HOME", "\n",   " ",     "é😀", "a",
                                            "`id`", "*",  ";",  "&&",    "\\\"", "'\\''", "#",  "-"};
@@ -76,7 +76,7 @@ TEST(MacOSPrivilegedCommandRunner, anyPathReachesTheShellAsItIs) {
   }
 }
 
-TEST(MacOSPrivilegedCommandRunner, tellsACancelledPromptFromAFailure) {
+TEST(MacOSPrivilegedCommandRunner, distinguishesADeclinedPromptFromAFailure) {
   EXPECT_NO_THROW(MacOS::requireSuccess({.exitStatus = 0, .errors = "User canceled."}));
   for (const auto* errors : {"User canceled. (-128)", "Cancel", "CANCELED", "it was cancelled\n"}) {
     expectError(cancelled, [&] { MacOS::requireSuccess({.exitStatus = 1, .errors = errors}); });
@@ -100,7 +100,7 @@ TEST(MacOSPrivilegedCommandRunner, failsWhereThereIsNoScriptRunner) {
 }
 #endif
 
-TEST(PrivilegedCommandRunners, takeErrorTextThatIsNotUTF8ForNone) {
+TEST(PrivilegedCommandRunners, ignoreErrorTextThatIsNotUTF8) {
   const ChildResult result{.exitStatus = 1, .errors = "cancel\xFF"};
   expectError(BlockingError::writeFailed(""), [&] { MacOS::requireSuccess(result); });
   expectError(BlockingError::writeFailed(""), [&] { Polkit::requireSuccess(result); });
@@ -168,7 +168,7 @@ TEST_F(PolkitScript, installsFiveMegabytesAndNothing) {
 }
 #endif
 
-TEST(PolkitPrivilegedCommandRunner, tellsADismissedPromptFromAFailure) {
+TEST(PolkitPrivilegedCommandRunner, distinguishesADeclinedPromptFromAFailure) {
   const std::string dismissal = "Error executing command as another user: Request dismissed\n";
   EXPECT_NO_THROW(Polkit::requireSuccess({.exitStatus = 0, .errors = dismissal}));
   expectError(cancelled, [&] { Polkit::requireSuccess({.exitStatus = 126, .errors = dismissal}); });

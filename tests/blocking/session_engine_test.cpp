@@ -116,7 +116,7 @@ TEST_F(SessionEngineTest, startStoresTheEnginesGroups) {
   EXPECT_EQ(local.load().groups, groups);
 }
 
-TEST_F(SessionEngineTest, aJustBuiltSessionEqualsItsCopyOnDiskBitForBit) {
+TEST_F(SessionEngineTest, aSessionIsStoredBitForBit) {
   SessionStart start = request();
   start.now = Instant(816908129.1164603);
   start.duration = 1500.1s;
@@ -144,7 +144,7 @@ TEST_F(SessionEngineTest, startNeedsAMinute) {
   EXPECT_NO_THROW(engine.start(request(SessionMode::flexible, 1min)));
 }
 
-TEST_F(SessionEngineTest, startNeedsAnEnabledDomainThatIsOne) {
+TEST_F(SessionEngineTest, startNeedsAnEnabledAndValidDomain) {
   SessionStart disabled = request();
   disabled.group.rules[0].isEnabled = false;
   expectError(SessionError(SessionError::noEnabledDomains), [&] { engine.start(disabled); });
@@ -177,7 +177,7 @@ TEST_F(SessionEngineTest, aSessionThatCannotBeProtectedIsDiscarded) {
   EXPECT_THAT(changes, IsEmpty());
 }
 
-TEST_F(SessionEngineTest, theBlockersErrorIsToldEvenWhenTheStoreFailsToo) {
+TEST_F(SessionEngineTest, theBlockersErrorIsReportedEvenWhenTheStoreFailsToo) {
   blocker.onApply = [&] {
     test::writeFile(local.url(), "damaged");
     throw cancelled;
@@ -199,6 +199,16 @@ TEST_F(SessionEngineTest, aFailedStartLeavesTheStatusOffWhateverItWasBefore) {
   local.save({});
   blocker.onApply = [] { throw cancelled; };
   EXPECT_THROW(engine.start(request()), BlockingError);
+  expectNoSession();
+}
+
+TEST_F(SessionEngineTest, anObserverThatThrowsDisturbsNoOperation) {
+  engine.onSessionChanged = [](const auto&) { throw 42; };
+  engine.activeSession.observe([](const auto&) { throw 42; });
+  engine.protectionStatus.observe([](const auto&) { throw 42; });
+  EXPECT_NO_THROW(engine.start(request()));
+  EXPECT_EQ(engine.protectionStatus.value(), ProtectionStatus::active);
+  EXPECT_NO_THROW(engine.endFlexible(someInstant));
   expectNoSession();
 }
 
@@ -230,7 +240,7 @@ TEST_F(SessionEngineTest, endingWithoutASessionDoesNothing) {
   EXPECT_EQ(test::entryCount(folder.path()), 0U);
 }
 
-TEST_F(SessionEngineTest, endIfFlexibleSaysThatItEndedTheSession) {
+TEST_F(SessionEngineTest, endIfFlexibleReturnsWhetherItEndedTheSession) {
   engine.start(request());
   EXPECT_TRUE(engine.endIfFlexible(someInstant));
   expectNoSession();
@@ -272,7 +282,7 @@ TEST_F(SessionEngineTest, recoverPublishesTheDefaultGroupWhereNoneIsStored) {
   EXPECT_THAT(blocker.calls, ElementsAre("status"));
 }
 
-TEST_F(SessionEngineTest, recoverTakesUpASessionWhoseBlockStands) {
+TEST_F(SessionEngineTest, recoverTakesUpASessionWhoseBlockIsInPlace) {
   BlockSession session = storeSession(SessionMode::strict, SessionState::attentionRequired);
   blocker.state = BlockingStatus::active;
   engine.recover(someInstant);
@@ -293,7 +303,7 @@ TEST_F(SessionEngineTest, recoverInstallsABlockThatIsMissing) {
   EXPECT_EQ(engine.protectionStatus.value(), ProtectionStatus::active);
 }
 
-TEST_F(SessionEngineTest, recoverRecordsWhatItCannotInstall) {
+TEST_F(SessionEngineTest, recoverRecordsABlockThatItCannotInstall) {
   storeSession(SessionMode::flexible);
   blocker.onApply = [] { throw cancelled; };
   engine.recover(someInstant);
@@ -455,7 +465,7 @@ TEST_F(SessionEngineTest, changeGroupsStoresNothingWhenItIsRefused) {
   EXPECT_EQ(local.load(), flexible);
 }
 
-TEST_F(SessionEngineTest, loadPublishesWhatIsStoredAndTrustsNoBlock) {
+TEST_F(SessionEngineTest, loadPublishesTheStoredStateAsUnverified) {
   const BlockSession session = storeSession(SessionMode::flexible);
   engine.loadPersistedState();
   EXPECT_EQ(engine.activeSession.value(), session);
@@ -470,7 +480,7 @@ TEST_F(SessionEngineTest, loadPublishesWhatIsStoredAndTrustsNoBlock) {
   EXPECT_THROW(engine.loadPersistedState(), LocalStoreError);
 }
 
-TEST(SessionError, tellsTheUserWhatToDo) {
+TEST(SessionError, describesEachCase) {
   EXPECT_EQ(SessionError(SessionError::alreadyActive).description(),
             "A focus session is already active.");
   EXPECT_EQ(SessionError(SessionError::strictSessionLocked).description(),
@@ -479,6 +489,8 @@ TEST(SessionError, tellsTheUserWhatToDo) {
             "Choose a duration of at least one minute.");
   EXPECT_EQ(SessionError(SessionError::noEnabledDomains).description(),
             "Enable at least one domain before starting.");
+  EXPECT_EQ(SessionError(SessionError::endedElsewhere).description(),
+            "Another program ended the session while it was starting.");
 }
 
 }  // namespace

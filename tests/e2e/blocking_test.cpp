@@ -90,7 +90,7 @@ TEST_P(BlockingEndToEnd, theSessionIsOnDiskAndTheLockFreeWhileThePromptIsOpen) {
   EXPECT_TRUE(system.wasLockFreeAtPrompt());
 }
 
-TEST_P(BlockingEndToEnd, aCancelledPromptIsOnePromptAndUndoesTheStart) {
+TEST_P(BlockingEndToEnd, aDeclinedPromptIsTheOnlyOneAndUndoesTheStart) {
   plan.system.willAnswer({Answer::dismiss});
   EXPECT_EQ(plan.start(), refused);
   EXPECT_EQ(plan.hosts(), othersEntries);
@@ -106,7 +106,7 @@ TEST_P(BlockingEndToEnd, anInstallationThatFailsIsRolledBackAndUndoesTheStart) {
   expectUndoneStart();
 }
 
-TEST_P(BlockingEndToEnd, aCallerThatIgnoresItsChildrensEndsDoesNotHideHowThePromptEnded) {
+TEST_P(BlockingEndToEnd, aCallerThatIgnoresSIGCHLDDoesNotHideHowThePromptEnded) {
   const auto startIgnoringEnds = [&](std::int64_t revision) {
     return test::replyIn(system.run(plan.startRequest(revision),
                                     {"/usr/bin/env", "--ignore-signal=CHLD", TARNWELLCTL}));
@@ -209,7 +209,7 @@ TEST_P(BlockingEndToEnd, aStrictSessionOutlastsItsTask) {
   EXPECT_EQ(system.promptCount(), 3U);
 }
 
-TEST_P(BlockingEndToEnd, anySessionThatIsStoredStandsInTheWayOfANewOne) {
+TEST_P(BlockingEndToEnd, anyStoredSessionRefusesANewOne) {
   PersistedState state = plan.state();
   state.activeSession = {.group = plan.group,
                          .mode = SessionMode::flexible,

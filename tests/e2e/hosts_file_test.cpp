@@ -27,7 +27,7 @@ class HostsFileEndToEnd : public testing::Test {
     plan.system.willAnswer({Answer::approve, Answer::approve});
   }
 
-  // Blocks and unblocks: the block is there, and afterwards everything is as it was.
+  // Blocks and unblocks: the block is installed, and then the file is as it was.
   void expectRoundTrip(const std::string& content, const std::string& blocked) {
     plan.save();
     plan.system.willAnswer({Answer::approve, Answer::approve});
@@ -64,7 +64,7 @@ TEST_F(HostsFileEndToEnd, carriageReturnsStay) {
   expectRoundTrip("a\r\nb\r\n", "a\r\nb\r\n\n" + block);
 }
 
-TEST_F(HostsFileEndToEnd, fiveMegabytesOfOtherPeoplesEntriesStay) {
+TEST_F(HostsFileEndToEnd, fiveMegabytesOfOtherEntriesStay) {
   std::string content;
   for (int i = 0; content.size() < 5'000'000; ++i) {
     content += "0.0.0.0 tracker" + std::to_string(i) + ".example.org\n";
@@ -107,7 +107,7 @@ TEST_F(HostsFileEndToEnd, aMissingFileIsNotMade) {
   expectRefusalWithoutPrompt();
 }
 
-TEST_F(HostsFileEndToEnd, whatIsNoFileIsLeftAlone) {
+TEST_F(HostsFileEndToEnd, aPathThatIsNoRegularFileIsLeftAlone) {
   std::filesystem::remove(hosts);
   ASSERT_EQ(::mkfifo(hosts.c_str(), 0600), 0);
   expectRefusalWithoutPrompt();
@@ -127,7 +127,7 @@ TEST_F(HostsFileEndToEnd, malformedMarkersAreLeftAlone) {
   }
 }
 
-TEST_F(HostsFileEndToEnd, storedDomainsThatAreNoneNeverReachTheFile) {
+TEST_F(HostsFileEndToEnd, invalidStoredDomainsNeverReachTheFile) {
   for (const auto* domain :
        {"example.com\n0.0.0.0 bank.example", "example.com\t0.0.0.0", "example.com # note",
         "# END TARNWELL MANAGED BLOCK", "ex\xD0\xB0mple.com", "example.com%0a127.0.0.1 bank", "",
@@ -140,7 +140,7 @@ TEST_F(HostsFileEndToEnd, storedDomainsThatAreNoneNeverReachTheFile) {
   }
 }
 
-TEST_F(HostsFileEndToEnd, rulesThatAreOffDoNotBlock) {
+TEST_F(HostsFileEndToEnd, disabledRulesDoNotBlock) {
   plan.group.rules.push_back({.id = UUID::random(), .domain = "not a domain", .isEnabled = false});
   expectRoundTrip("", block);
   plan.group.rules = {{.id = UUID::random(), .domain = "example.com", .isEnabled = false}};

@@ -35,13 +35,13 @@ answer=$(sed -n "$(wc -c <"$folder/prompts")p" "$folder/answers")
 "${answer:-fail}" "$@"
 )sh";
 
-// Is given an option, then the command to run.
+// Its arguments are an option, then the command to run.
 constexpr std::string_view polkitStandIn = R"sh(
 approve() { shift; exec "$@"; }
 dismiss() { echo 'Error executing command as another user: Request dismissed' >&2; exit 126; }
 )sh";
 
-// Is given -e and a script, whose one string literal is the command to run.
+// Its arguments are -e and a script, whose one string literal is the command to run.
 constexpr std::string_view scriptRunnerStandIn = R"sh(
 approve() {
   exec /bin/sh -c "$(printf '%s' "$2" |
@@ -54,12 +54,12 @@ constexpr std::string_view recordingFlush = R"sh(
 echo "${0##*/} $*" >>"$folder/flushes"
 )sh";
 
-// No group is called wheel here.
+// Linux has no group "wheel".
 constexpr std::string_view chownStandIn = R"sh(
 [ "$1" = root:wheel ] && exec /usr/bin/chown 0:0 "$2"
 )sh";
 
-// Everything that is mounted goes away with the process.
+// The mounts go away with the process.
 std::vector<std::string> inPrivateNamespace(const fs::path& folder,
                                             const std::vector<std::string>& command) {
   constexpr const char* mountAndRun = R"sh(

@@ -1,5 +1,5 @@
-// The real tool in a mount namespace of its own, where /etc is a scratch folder and a stand-in
-// answers for the administrator. The machine's own hosts file is out of reach.
+// The real tool in a private mount namespace, where /etc is a scratch folder and a stand-in answers
+// for the administrator. The machine's own hosts file is out of reach.
 #pragma once
 
 #include <array>
@@ -17,12 +17,12 @@ namespace tarnwell::test {
 // The program that asks for the administrator's approval.
 enum class Prompt { polkit, scriptRunner };
 
-// What the administrator, or fate, answers.
+// The administrator's answer, or the fault that takes its place.
 enum class Answer {
   approve,
   dismiss,
   fail,
-  pretend,  // succeeds without having done anything
+  pretend,  // does nothing, and succeeds
   damage,   // spoils the hosts file and fails
   chatter,  // approves, after a megabyte of errors and a line of output
   tamper,   // approves, after another program has tried to change what is installed
@@ -35,34 +35,34 @@ constexpr std::array<std::string_view, 8> texts(Answer) {
 
 class PrivateSystem {
  public:
-  // Why there can be no such system on this machine; empty when there can.
+  // Returns why this machine cannot have such a system; empty where it can.
   static std::string obstacle();
 
   explicit PrivateSystem(Prompt prompt);
 
-  // One answer for each time that the administrator is asked. Any further prompt fails.
+  // Sets one answer for each prompt. Any further prompt fails.
   void willAnswer(const std::vector<Answer>& answers);
 
-  // The command that another process gives to the tool while a prompt is open.
+  // Sets the command that another process gives to the tool while a prompt is open.
   void willMeddle(std::string_view command) const { writeFile(folder_ / "meddling", command); }
 
-  // The tool, or a command that starts it.
+  // Runs the tool, or a command that starts it.
   ProcessResult run(std::string_view input,
                     const std::vector<std::string>& command = {TARNWELLCTL}) const;
   AgentResponseEnvelope ask(std::string_view command) const;
 
-  // How often the administrator was asked, and what for: the arguments of the last prompt.
+  // The number of prompts, and the arguments of the last one.
   std::size_t promptCount() const { return contentOf(folder_ / "prompts").size(); }
   std::vector<std::string> lastRequest() const;
 
-  // The environment of the program that asked last: NAME=VALUE, in any order.
+  // The environment of the last prompt: NAME=VALUE, in any order.
   std::vector<std::string> lastEnvironment() const;
 
-  // While the last prompt was open.
+  // The state while the last prompt was open.
   PersistedState planAtPrompt() const { return LocalStore(folder_ / "plan").load(); }
   bool wasLockFreeAtPrompt() const { return std::filesystem::exists(folder_ / "lock-was-free"); }
 
-  // The commands that flushed caches of name look-ups, one a line.
+  // The commands that flushed name caches, one a line.
   std::string flushes() const { return contentOf(folder_ / "flushes"); }
 
   LocalStore plan() const { return LocalStore(tool_.dataFile()); }
