@@ -1,4 +1,4 @@
-// The arrows between the folders of the code, held to.
+// Holds the includes of the code against the layers and the public headers that CMake lists.
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -21,6 +21,13 @@ struct Include {
   std::string target;
 };
 
+std::vector<std::string> partsOf(const std::string& list) {
+  std::vector<std::string> parts;
+  std::istringstream stream(list);
+  for (std::string part; std::getline(stream, part, ',');) parts.push_back(part);
+  return parts;
+}
+
 std::vector<Include> includesOfTheProduct() {
   const fs::path root = TARNWELL_SOURCE_DIR;
   const std::regex directive(R"(^\s*#\s*include\s*[<"]([^>"]+)[>"].*)");
@@ -38,20 +45,19 @@ std::vector<Include> includesOfTheProduct() {
   return includes;
 }
 
-// The folder of "tarnwell/FOLDER/...", or nothing for a file from elsewhere.
+// Returns the folder of "tarnwell/FOLDER/...", or nothing for a file from elsewhere.
 std::string folderOf(const fs::path& path) {
   auto part = path.begin();
   if (part == path.end() || *part != "tarnwell") return {};
   return (++part)->string();
 }
 
-// Each folder with those that it may include: what CMake links it to, directly or through others.
-// CMake lists a folder after those that it names, so the arrows cannot form a circle.
+// Returns each folder with those that CMake links it to, directly or through others. CMake lists a
+// folder after those that it names, so the arrows cannot form a circle.
 std::map<std::string, std::set<std::string>> foldersSeenByEach() {
   std::map<std::string, std::set<std::string>> seenBy;
-  std::istringstream lines(TARNWELL_LAYERS);
-  for (std::string line; std::getline(lines, line, ',');) {
-    std::istringstream names(line);
+  for (const std::string& layer : partsOf(TARNWELL_LAYERS)) {
+    std::istringstream names(layer);
     std::string folder;
     names >> folder;
     std::set<std::string> seen;
@@ -87,6 +93,20 @@ TEST(Architecture, onlyTheJSONFolderKnowsTheParser) {
     EXPECT_EQ(file.extension(), ".cpp") << file;
   }
   EXPECT_GT(count, 0);
+}
+
+TEST(Architecture, publicHeadersIncludeNoInternalOnes) {
+  std::set<std::string> publicHeaders;
+  for (const std::string& header : partsOf(TARNWELL_PUBLIC_HEADERS)) {
+    publicHeaders.insert("tarnwell/" + header);
+  }
+  int count = 0;
+  for (const auto& [file, target] : includesOfTheProduct()) {
+    if (!publicHeaders.contains(file.string()) || folderOf(target).empty()) continue;
+    ++count;
+    EXPECT_TRUE(publicHeaders.contains(target)) << file << " includes " << target;
+  }
+  EXPECT_GT(count, 50);
 }
 
 TEST(Architecture, headersNameNoThirdPartyLibrary) {
