@@ -20,7 +20,7 @@ void NotificationCenter::schedule(const std::vector<ReminderRequest>& requests) 
                    [](const auto& a, const auto& b) { return a.fireDate < b.fireDate; });
 }
 
-void NotificationCenter::cancelReminders(const UUID& taskID) {
+void NotificationCenter::cancelReminders(const UUID& taskID) noexcept {
   std::erase_if(pending_, [&](const auto& each) { return each.taskID == taskID; });
 }
 

@@ -15,10 +15,10 @@ class NotificationCenter : public ReminderScheduling {
  public:
   explicit NotificationCenter(std::function<Instant()> now) : now_(std::move(now)) {}
 
-  ReminderAuthorization authorizationStatus() override { return authorization_; }
+  ReminderAuthorization authorizationStatus() noexcept override { return authorization_; }
   bool requestAuthorization() override;
   void schedule(const std::vector<ReminderRequest>& requests) override;
-  void cancelReminders(const UUID& taskID) override;
+  void cancelReminders(const UUID& taskID) noexcept override;
 
   // In the order of their times.
   const std::vector<ReminderRequest>& pending() const { return pending_; }

@@ -44,6 +44,10 @@ std::string_view trimmed(std::string_view text) {
   return text;
 }
 
+char asciiLowercase(char c) { return 'A' <= c && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
+char asciiUppercase(char c) { return 'a' <= c && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
+
 std::vector<std::string_view> split(std::string_view text, char separator) {
   std::vector<std::string_view> pieces;
   while (true) {

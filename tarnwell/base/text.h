@@ -12,6 +12,11 @@ namespace tarnwell {
 // result points into it.
 std::string_view trimmed(std::string_view text);
 
+// Returns the character in the other case where it is an ASCII letter of this one, and itself where
+// it is not.
+char asciiLowercase(char c);
+char asciiUppercase(char c);
+
 // The pieces between the separators, empty ones included. They point into `text`.
 std::vector<std::string_view> split(std::string_view text, char separator);
 

@@ -13,8 +13,6 @@ namespace {
 
 bool isASCIIDigit(char c) { return '0' <= c && c <= '9'; }
 
-char asciiLowerCase(char c) { return 'A' <= c && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
 struct Authority {
   bool hasCredentials = false;
   std::string host;  // percent-encoding decoded
@@ -62,7 +60,7 @@ bool isIPAddress(std::string_view host) {
 bool isValidLabel(std::string_view label) {
   constexpr std::size_t longestLabel = 63;
   const auto isAllowed = [](char c) {
-    const char lower = asciiLowerCase(c);
+    const char lower = asciiLowercase(c);
     return ('a' <= lower && lower <= 'z') || isASCIIDigit(c) || c == '-';
   };
   return !label.empty() && label.size() <= longestLabel && label.front() != '-' &&
@@ -92,7 +90,7 @@ std::string normalize(std::string_view input) {
   }
 
   std::string host = authority->host;
-  std::transform(host.begin(), host.end(), host.begin(), asciiLowerCase);
+  std::transform(host.begin(), host.end(), host.begin(), asciiLowercase);
   host.erase(host.find_last_not_of('.') + 1);
   constexpr std::string_view commonPrefix = "www.";
   if (host.starts_with(commonPrefix)) host.erase(0, commonPrefix.size());

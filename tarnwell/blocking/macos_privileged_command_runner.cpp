@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "tarnwell/base/text.h"
 #include "tarnwell/blocking/approval_prompt.h"
 #include "tarnwell/blocking/blocking_engine.h"
 
@@ -31,10 +32,7 @@ std::string scriptLiteral(std::string_view text) {
 
 bool mentionsCancelling(std::string_view text) {
   constexpr std::string_view word = "cancel";
-  const auto isSame = [](char a, char b) {
-    const char lower = 'A' <= a && a <= 'Z' ? static_cast<char>(a - 'A' + 'a') : a;
-    return lower == b;
-  };
+  const auto isSame = [](char a, char b) { return asciiLowercase(a) == b; };
   return std::search(text.begin(), text.end(), word.begin(), word.end(), isSame) != text.end();
 }
 

@@ -1,24 +1,22 @@
 #include "tarnwell/reminders/reminder_coordinator.h"
 
-#include <exception>
+#include "tarnwell/base/error.h"
 
 namespace tarnwell {
 
-std::optional<ReminderWarning> ReminderCoordinator::sync(const FocusTask& task) const {
-  const auto requests = ReminderPlanner::requests(task);
-  if (requests.empty()) {
-    scheduler_->cancelReminders(task.id);
-    return std::nullopt;
-  }
+std::optional<ReminderWarning> ReminderCoordinator::sync(const FocusTask& task) const noexcept {
   try {
-    if (authorizationAskingIfNeeded() != ReminderAuthorization::authorized) {
+    const auto requests = ReminderPlanner::requests(task);
+    const bool mustSchedule = !requests.empty();
+    if (mustSchedule && authorizationAskingIfNeeded() != ReminderAuthorization::authorized) {
       return ReminderWarning{.which = ReminderWarning::Case::permissionDenied};
     }
     scheduler_->cancelReminders(task.id);
-    scheduler_->schedule(requests);
+    if (mustSchedule) scheduler_->schedule(requests);
     return std::nullopt;
-  } catch (const std::exception& error) {
-    return ReminderWarning{.which = ReminderWarning::Case::schedulingFailed, .text = error.what()};
+  } catch (...) {
+    return ReminderWarning{.which = ReminderWarning::Case::schedulingFailed,
+                           .text = descriptionOfCurrentException()};
   }
 }
 

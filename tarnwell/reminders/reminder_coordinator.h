@@ -21,8 +21,8 @@ class ReminderScheduling {
   ReminderScheduling& operator=(const ReminderScheduling&) = delete;
   virtual ~ReminderScheduling() = default;
 
-  // The present permission, without asking the user.
-  virtual ReminderAuthorization authorizationStatus() = 0;
+  // Returns the present permission without asking the user.
+  virtual ReminderAuthorization authorizationStatus() noexcept = 0;
 
   // Asks the user; true when granted. May throw.
   virtual bool requestAuthorization() = 0;
@@ -30,8 +30,8 @@ class ReminderScheduling {
   // Adds one notification for each request, known by the request's identifier. May throw.
   virtual void schedule(const std::vector<ReminderRequest>& requests) = 0;
 
-  // Removes the task's pending notifications of every kind. Never fails.
-  virtual void cancelReminders(const UUID& taskID) = 0;
+  // Removes the task's pending notifications of every kind.
+  virtual void cancelReminders(const UUID& taskID) noexcept = 0;
 };
 
 struct ReminderWarning {
@@ -52,10 +52,9 @@ class ReminderCoordinator {
   // Replaces the task's notifications by those that it should have, asking for permission where it
   // has never been asked for. Never fails: a task change stands whatever becomes of its
   // notifications.
-  std::optional<ReminderWarning> sync(const FocusTask& task) const;
+  std::optional<ReminderWarning> sync(const FocusTask& task) const noexcept;
 
-  // Never fails.
-  void cancel(const UUID& taskID) const { scheduler_->cancelReminders(taskID); }
+  void cancel(const UUID& taskID) const noexcept { scheduler_->cancelReminders(taskID); }
 
  private:
   ReminderAuthorization authorizationAskingIfNeeded() const;

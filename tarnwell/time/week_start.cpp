@@ -4,6 +4,8 @@
 #include <array>
 #include <cstdlib>
 
+#include "tarnwell/base/text.h"
+
 #ifdef __APPLE__
 #include <CoreFoundation/CoreFoundation.h>
 #endif
@@ -48,9 +50,7 @@ std::string regionOfLocale(std::string_view name) {
     name.remove_prefix(separator + 1);
     region = name.substr(0, name.find_first_of("_-"));  // a script such as Hans is longer
   }
-  std::transform(region.begin(), region.end(), region.begin(), [](char c) {
-    return 'a' <= c && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
-  });
+  std::transform(region.begin(), region.end(), region.begin(), asciiUppercase);
   return region;
 }
 

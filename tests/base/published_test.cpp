@@ -1,5 +1,8 @@
 #include "tarnwell/base/published.h"
 
+#include <stdexcept>
+#include <string>
+#include <type_traits>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -47,6 +50,35 @@ TEST(PublishedTest, hasOneObserverAtATime) {
   owner.change(6);
   EXPECT_EQ(second, 5);
 }
+
+TEST(PublishedTest, outlivesAnObserverThatReplacesItself) {
+  Owner owner;
+  std::vector<int> seen;
+  owner.number.observe([&, name = std::string("longer than a small buffer holds")](int value) {
+    owner.number.observe([&](int later) { seen.push_back(-later); });
+    seen.push_back(value);
+    EXPECT_EQ(name, "longer than a small buffer holds");
+  });
+  owner.change(1);
+  owner.change(2);
+  EXPECT_THAT(seen, testing::ElementsAre(1, -2));
+}
+
+TEST(PublishedTest, changesWhateverItsObserverThrows) {
+  Owner owner;
+  owner.number.observe([](int value) {
+    if (value == 1) throw std::runtime_error("no window");
+    throw value;
+  });
+  EXPECT_NO_THROW(owner.change(1));
+  EXPECT_NO_THROW(owner.change(2));
+  EXPECT_EQ(owner.number.value(), 2);
+}
+
+// Anyone who could assign to it would drop its observer.
+static_assert(!std::is_copy_assignable_v<Published<int, Owner>>);
+static_assert(!std::is_move_assignable_v<Published<int, Owner>>);
+static_assert(!std::is_assignable_v<Published<int, Owner>&, int>);
 
 }  // namespace
 }  // namespace tarnwell

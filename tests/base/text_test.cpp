@@ -39,6 +39,16 @@ TEST(Trimmed, keepsAnEmbeddedNull) {
   EXPECT_EQ(trimmed(" " + text + " "), text);
 }
 
+TEST(ASCIICase, changesTheLettersOfASCIIAndNoOtherByte) {
+  for (int byte = 0; byte < 256; ++byte) {
+    const char c = static_cast<char>(byte);
+    const bool isUpper = 'A' <= c && c <= 'Z';
+    const bool isLower = 'a' <= c && c <= 'z';
+    EXPECT_EQ(asciiLowercase(c), isUpper ? static_cast<char>(c + 32) : c) << byte;
+    EXPECT_EQ(asciiUppercase(c), isLower ? static_cast<char>(c - 32) : c) << byte;
+  }
+}
+
 TEST(Split, keepsEmptyPieces) {
   EXPECT_THAT(split("a..b.", '.'), ElementsAre("a", "", "b", ""));
   EXPECT_THAT(split("", '.'), ElementsAre(""));

@@ -2,6 +2,8 @@
 
 #include <set>
 #include <string>
+#include <type_traits>
+#include <unordered_set>
 
 #include <gtest/gtest.h>
 
@@ -43,6 +45,16 @@ TEST(UUID, isRandomOfVersionFourAndNeverTheSame) {
     EXPECT_EQ(UUID::parse(text)->text(), text);
   }
 }
+
+TEST(UUID, isAKeyOfHashedContainers) {
+  std::unordered_set<UUID> seen;
+  for (int i = 0; i < 1000; ++i) seen.insert(UUID::random());
+  EXPECT_EQ(seen.size(), 1000U);
+  const UUID one = *seen.begin();
+  EXPECT_EQ(seen.count(*UUID::parse(one.text())), 1U);
+}
+
+static_assert(!std::is_default_constructible_v<UUID>, "an identifier would silently be all zeros");
 
 }  // namespace
 }  // namespace tarnwell

@@ -493,5 +493,18 @@ TEST(SessionError, describesEachCase) {
             "Another program ended the session while it was starting.");
 }
 
+template <class Given>
+concept StartedFor = requires(Given given) {
+  SessionStart{.duration = given, .mode = SessionMode::flexible, .now = someInstant};
+};
+static_assert(!StartedFor<int> && !StartedFor<double>, "25 has no unit");
+static_assert(StartedFor<std::chrono::minutes>);
+
+template <class T>
+concept StartedWithoutDuration = requires {
+  T{.mode = SessionMode::flexible, .now = someInstant};
+};
+static_assert(!StartedWithoutDuration<SessionStart>);
+
 }  // namespace
 }  // namespace tarnwell

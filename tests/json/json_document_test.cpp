@@ -118,6 +118,15 @@ TEST(JSONDocument, leavesLongFractionsAndExponentsBesideLongIntegersAlone) {
                                        1234567890123456789012.5, 1e5, 120.0}));
 }
 
+TEST(JSONDocument, leavesLongExponentsOfEitherCaseBesideLongIntegersAlone) {
+  for (const auto* zero :
+       {"0e99999999999999999999", "0E99999999999999999999", "1E-99999999999999999999"}) {
+    EXPECT_EQ(read("[99999999999999999999," + std::string(zero) + "]"),
+              JSONValue(JSONValue::Array{99999999999999999999.0, 0.0}))
+        << zero;
+  }
+}
+
 TEST(JSONDocument, doesNotRepairWhatIsWrongBesideALongInteger) {
   for (const auto* text : {"[99999999999999999999", "[099999999999999999999]",
                            "[--99999999999999999999]", "[99999999999999999999,01]",

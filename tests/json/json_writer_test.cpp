@@ -102,6 +102,17 @@ TEST(JSONWriter, handsOnTextsThatAreLongerThanAPiece) {
   expectTheSameInPieces({1, 1'000'000, 1, 300'000, 300'000, 7});
 }
 
+TEST(JSONWriter, handsOnFewLargePieces) {
+  std::vector<std::size_t> sizes;
+  JSONWriter writer(JSONLayout::compact,
+                    [&](std::string_view piece) { sizes.push_back(piece.size()); });
+  writer.beginArray();
+  for (int i = 0; i < 100'000; ++i) writer.string("twenty characters...");
+  writer.endArray();
+  ASSERT_GT(sizes.size(), 3U);
+  EXPECT_TRUE(std::all_of(sizes.begin(), sizes.end(), [](auto size) { return size > 250'000; }));
+}
+
 TEST(JSONWriter, handsOnNoPieceWhereThereIsLittle) {
   std::vector<std::string> pieces;
   JSONWriter writer(JSONLayout::compact,
@@ -188,6 +199,12 @@ TEST(JSONWriter, writesEveryControlCharacterSoThatItReadsBack) {
     const JSONDocument document(written(text));
     EXPECT_EQ(textFrom(document.root(), "text"), text);
   }
+}
+
+TEST(JSONWriter, makesRoomForALongTextOfControlCharacters) {
+  std::string expected = "\"";
+  for (int i = 0; i < 100'000; ++i) expected += "\\u0001";
+  EXPECT_EQ(written(std::string(100'000, '\x01')), expected + "\"");
 }
 
 TEST(JSONWriter, refusesTextThatIsNotUTF8) {

@@ -156,6 +156,23 @@ TEST_F(ProposalsTest, mayConcernATaskOnceOfEachKind) {
   EXPECT_EQ(proposals[1].kind, ProposalKind::reschedule);
 }
 
+TEST_F(ProposalsTest, takeTheLeastIdentifierOfTasksWithoutEstimatesOrWithAnEstimateOfZero) {
+  FocusTask first = plannedFor(tuesday, 0, TaskPriority::high);
+  FocusTask second = first;
+  first.id = *UUID::parse("00000000-0000-4000-8000-000000000001");
+  second.id = *UUID::parse("00000000-0000-4000-8000-000000000002");
+  const FocusTask overload = plannedFor(tuesday, 500, TaskPriority::low);
+  for (const std::optional<std::int64_t> minutes : {std::optional<std::int64_t>(), {0}}) {
+    for (FocusTask* const task : {&first, &second}) {
+      task->estimatedMinutes = minutes;
+      EXPECT_EQ(proposalsFor({first, second, overload})[0].taskID, first.id);
+      EXPECT_EQ(proposalsFor({second, first, overload})[0].taskID, first.id);
+    }
+  }
+  second.estimatedMinutes = 1;
+  EXPECT_EQ(proposalsFor({first, second, overload})[0].taskID, second.id);
+}
+
 TEST_F(ProposalsTest, fillUpWithTheMostUrgentSkippedTasks) {
   FocusTask low = skipped(4);
   low.priority = TaskPriority::low;

@@ -237,6 +237,27 @@ TEST_F(WeeklyReviewTest, mayEndOnTheLastDayOfAMonthOrAYear) {
   }
 }
 
+TEST_F(WeeklyReviewTest, endsWithTheDayBeforeTheNextWeekWhereTheZoneSkippedADay) {
+  struct Row {
+    const char* zone;
+    Weekday first;  // of the weeks, so that the next week begins behind the skipped day
+    LocalDay within;
+    LocalDay last;
+  };
+  for (const auto& [name, first, within, last] :
+       {Row{"Pacific/Apia", Weekday::saturday, {2011, 12, 28}, {2011, 12, 29}},
+        Row{"Pacific/Kiritimati", Weekday::sunday, {1994, 12, 28}, {1994, 12, 30}},
+        Row{"Pacific/Kwajalein", Weekday::sunday, {1993, 8, 18}, {1993, 8, 20}}}) {
+    const ScopedTimeZone zone(name);
+    EXPECT_EQ(reviewOf({}, within, Calendar{.firstWeekday = first}).weekEnd, last) << name;
+  }
+}
+
+TEST_F(WeeklyReviewTest, ofOnePlannedTaskHasACompletionRateOfZeroOrOne) {
+  EXPECT_EQ(reviewOf({plannedFor(tuesday)}).completionRate, 0.0);
+  EXPECT_EQ(reviewOf({completedAt(plannedFor(tuesday), startOf(tuesday))}).completionRate, 1.0);
+}
+
 TEST_F(WeeklyReviewTest, countsADayThatRollsOverAsTheDayItIsAndKeepsItAsStored) {
   const LocalDay stored{2024, 15, 4};  // 2025-03-04
   const WeeklyReview review = reviewOf({plannedFor(stored, 10), plannedFor(tuesday, 20)});

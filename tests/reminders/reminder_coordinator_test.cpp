@@ -105,5 +105,10 @@ TEST_F(ReminderCoordinatorTest, warnsWhenSchedulingFailsAfterTheOldNotifications
   EXPECT_TRUE(service.pending.empty());
 }
 
+TEST_F(ReminderCoordinatorTest, warnsWithAFixedTextWhateverTheServiceThrows) {
+  service.throwsANumber = true;
+  EXPECT_EQ(coordinator.sync(task), failed("An unexpected error occurred."));
+}
+
 }  // namespace
 }  // namespace tarnwell

@@ -107,6 +107,26 @@ TEST(ReminderPlanner, anEstimateThatOverflowsEndsTheProcess) {
   EXPECT_DEATH(ReminderPlanner::requests(task), "overflow");
 }
 
+TEST(ReminderPlanner, keepsTheOrderOfTheKindsAtTheSameInstant) {
+  FocusTask task = scheduledTask();
+  const auto kinds = [&] {
+    std::vector<ReminderKind> result;
+    for (const auto& each : ReminderPlanner::requests(task)) result.push_back(*each.kind);
+    return result;
+  };
+  task.estimatedMinutes = 0;
+  EXPECT_THAT(kinds(),
+              ElementsAre(ReminderKind::preStart, ReminderKind::start, ReminderKind::overdue));
+  task.estimatedMinutes = -10;
+  EXPECT_THAT(kinds(),
+              ElementsAre(ReminderKind::preStart, ReminderKind::overdue, ReminderKind::start));
+}
+
+TEST(ReminderKind, listsItsCasesInOrder) {
+  EXPECT_THAT(allCases<ReminderKind>(),
+              ElementsAre(ReminderKind::preStart, ReminderKind::start, ReminderKind::overdue));
+}
+
 TEST(ReminderPlanner, identifiersDependOnTheTaskAndTheKindAlone) {
   FocusTask moved = scheduledTask();
   moved.title = "Renamed";

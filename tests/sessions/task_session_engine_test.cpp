@@ -109,13 +109,16 @@ TEST_F(TaskSessionEngineTest, aClockThatWentBackwardsAddsNothing) {
 TEST_F(TaskSessionEngineTest, pauseNeedsARunningSegmentAndSkipAndCompleteDoNot) {
   FocusTask task = withStatus(TaskStatus::active);
   task.activeSegmentStartedAt.reset();
+  task.accumulatedFocusSeconds = 5;
   save({task});
   expectRefused(error(TaskSessionError::noActiveTask), [&] { engine.pause(0, tenOClock); });
   engine.skip(0, tenOClock);
   EXPECT_EQ(this->task(task.id).status, TaskStatus::pending);
+  EXPECT_EQ(this->task(task.id).accumulatedFocusSeconds, 5.0);
   save({task});
   engine.complete(0, tenOClock);
   EXPECT_EQ(this->task(task.id).status, TaskStatus::completed);
+  EXPECT_EQ(this->task(task.id).accumulatedFocusSeconds, 5.0);
 }
 
 TEST_F(TaskSessionEngineTest, skipMovesTheTaskToTheEndOfItsOwnDay) {

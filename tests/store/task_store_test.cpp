@@ -214,5 +214,25 @@ TEST(TaskStoreError, saysBothRevisions) {
   EXPECT_FALSE(TaskStoreError::revisionConflict(5, 6) == TaskStoreError::revisionConflict(5, 7));
 }
 
+TEST(TaskTransaction, happensNowUnlessGivenOtherwise) {
+  const Instant before = Instant::now();
+  const TaskTransaction made{
+      .expectedRevision = 0, .source = MutationSource::user, .action = "task.update"};
+  EXPECT_LE(before, made.now);
+  EXPECT_LE(made.now, Instant::now());
+}
+
+template <class T>
+concept MadeWithoutSource = requires {
+  T{.expectedRevision = 0, .action = "x"};
+};
+static_assert(!MadeWithoutSource<TaskTransaction>);
+
+template <class T>
+concept MadeWithoutRevision = requires {
+  T{.source = MutationSource::user, .action = "x"};
+};
+static_assert(!MadeWithoutRevision<TaskTransaction>);
+
 }  // namespace
 }  // namespace tarnwell

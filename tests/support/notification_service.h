@@ -13,7 +13,7 @@ namespace tarnwell::test {
 // Keeps a set of pending notifications, as a real service does, and remembers its calls.
 class NotificationService : public ReminderScheduling {
  public:
-  ReminderAuthorization authorizationStatus() override {
+  ReminderAuthorization authorizationStatus() noexcept override {
     calls.emplace_back("status");
     return authorization;
   }
@@ -28,10 +28,11 @@ class NotificationService : public ReminderScheduling {
   void schedule(const std::vector<ReminderRequest>& requests) override {
     calls.emplace_back("schedule");
     if (isSchedulingBroken) throw std::runtime_error("no room");
+    if (throwsANumber) throw 42;
     for (const auto& request : requests) pending.insert_or_assign(request.id, request);
   }
 
-  void cancelReminders(const UUID& taskID) override {
+  void cancelReminders(const UUID& taskID) noexcept override {
     calls.emplace_back("cancel");
     for (const auto kind : allCases<ReminderKind>()) {
       pending.erase(ReminderPlanner::identifier(taskID, kind));
@@ -42,6 +43,7 @@ class NotificationService : public ReminderScheduling {
   bool willGrant = true;
   bool isAskingBroken = false;
   bool isSchedulingBroken = false;
+  bool throwsANumber = false;
   std::map<std::string, ReminderRequest> pending;
   std::vector<std::string> calls;
 };

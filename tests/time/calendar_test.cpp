@@ -3,6 +3,7 @@
 #include <chrono>
 #include <ctime>
 #include <string>
+#include <unordered_set>
 
 #include <gtest/gtest.h>
 
@@ -226,6 +227,16 @@ TEST(LocalDay, isOrderedByYearMonthAndDay) {
   EXPECT_LT((LocalDay{2025, 2, 1}), (LocalDay{2025, 2, 2}));
   EXPECT_LT((LocalDay{2025, 12, 99}), (LocalDay{2025, 13, 1}));
   EXPECT_LE((LocalDay{2025, 2, 1}), (LocalDay{2025, 2, 1}));
+}
+
+TEST(LocalDay, isAKeyOfHashedContainers) {
+  std::unordered_set<LocalDay> days;
+  for (std::int64_t month = 1; month <= 12; ++month) {
+    for (std::int64_t day = 1; day <= 31; ++day) days.insert({2025, month, day});
+  }
+  EXPECT_EQ(days.size(), 372U);
+  EXPECT_EQ(days.count({2025, 3, 9}), 1U);
+  EXPECT_EQ(days.count({2024, 3, 9}), 0U);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cmath>
+#include <type_traits>
 
 #include <gtest/gtest.h>
 
@@ -58,6 +59,10 @@ TEST(Instant, nowLiesBetweenTheYears2025And2100) {
   EXPECT_GT(Instant::now(), Instant(757'382'400));
   EXPECT_LT(Instant::now(), Instant(3'124'224'000));
 }
+
+static_assert(!std::is_default_constructible_v<Instant>, "a time would silently be 2001-01-01");
+static_assert(!std::is_convertible_v<int, Duration>, "25 has no unit");
+static_assert(std::is_convertible_v<std::chrono::minutes, Duration>);
 
 }  // namespace
 }  // namespace tarnwell

@@ -47,10 +47,11 @@ TEST(FirstWeekdayOfLocale, goesByTheRegion) {
   EXPECT_EQ(firstWeekdayOfLocale("zh_Hant_TW"), Weekday::sunday);
   EXPECT_EQ(firstWeekdayOfLocale("en-us"), Weekday::sunday);
   EXPECT_EQ(firstWeekdayOfLocale("sr_RS@latin"), Weekday::monday);
+  EXPECT_EQ(firstWeekdayOfLocale("en_US@x"), Weekday::sunday);
 }
 
 TEST(FirstWeekdayOfLocale, isSundayForCAndPosixAndNoLocale) {
-  for (const auto* name : {"C", "POSIX", "C.UTF-8", "C.utf8@x", ""}) {
+  for (const auto* name : {"C", "POSIX", "C.UTF-8", "C.utf8@x", "C@x", ""}) {
     EXPECT_EQ(firstWeekdayOfLocale(name), Weekday::sunday) << name;
   }
 }
