@@ -6,9 +6,6 @@
 #include "tarnwell/base/checked_arithmetic.h"
 
 namespace tarnwell::PlannerEngine {
-namespace {
-
-// A strict weak order.
 bool comesBefore(const FocusTask& a, const FocusTask& b) {
   const bool aIsActive = a.status == TaskStatus::active;
   const bool bIsActive = b.status == TaskStatus::active;
@@ -20,6 +17,8 @@ bool comesBefore(const FocusTask& a, const FocusTask& b) {
   if (a.priority != b.priority) return rank(a.priority) < rank(b.priority);
   return a.createdAt < b.createdAt;
 }
+
+namespace {
 
 // The tasks of the day that `keep` accepts, in queue order.
 template <class Keep>

@@ -37,6 +37,9 @@ struct QueueMove {
 // completed ones.
 namespace PlannerEngine {
 
+// Whether a task precedes another in queue order. A strict weak order.
+bool comesBefore(const FocusTask& a, const FocusTask& b);
+
 // The day's queue, completed tasks included and archived ones not.
 std::vector<FocusTask> queueTasks(const std::vector<FocusTask>& tasks, LocalDay day);
 

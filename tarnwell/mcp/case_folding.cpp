@@ -1,0 +1,50 @@
+#include "tarnwell/mcp/case_folding.h"
+
+#include <clocale>
+#include <cwctype>
+
+#include <locale.h>
+
+namespace tarnwell::mcp {
+namespace {
+
+// A locale that knows all letters, whatever the user's. Null where the system has none: ASCII
+// letters remain.
+locale_t lettersOfUnicode() {
+  for (const char* const name : {"C.UTF-8", "en_US.UTF-8", "UTF-8"}) {
+    if (const locale_t letters = newlocale(LC_CTYPE_MASK, name, nullptr)) return letters;
+  }
+  return nullptr;
+}
+
+char32_t lower(char32_t letter, locale_t letters) {
+  if (U'A' <= letter && letter <= U'Z') return letter - U'A' + U'a';
+  if (letters == nullptr || letter < 0x80) return letter;
+  return static_cast<char32_t>(towlower_l(static_cast<std::wint_t>(letter), letters));
+}
+
+// The code point at the front of the text, whose bytes are removed.
+char32_t takeCodePoint(std::string_view& text) {
+  constexpr unsigned continuationBits = 6;
+  const auto byteAt = [&](std::size_t index) { return static_cast<unsigned char>(text[index]); };
+  const unsigned first = byteAt(0);
+  const std::size_t length = first < 0x80 ? 1 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
+  char32_t point = length == 1 ? first : first & (0xFFU >> (length + 1));
+  for (std::size_t i = 1; i < length; ++i) {
+    point = (point << continuationBits) | (byteAt(i) & 0x3FU);
+  }
+  text.remove_prefix(length);
+  return point;
+}
+
+}  // namespace
+
+std::u32string foldedCase(std::string_view text) {
+  static const locale_t letters = lettersOfUnicode();
+  std::u32string folded;
+  folded.reserve(text.size());
+  while (!text.empty()) folded += lower(takeCodePoint(text), letters);
+  return folded;
+}
+
+}  // namespace tarnwell::mcp

@@ -1,0 +1,25 @@
+// Telling the two eras of the protocol apart.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "tarnwell/json/json_document.h"
+
+namespace tarnwell::mcp {
+
+// The rules that one request is served by. A modern request carries its protocol version in its
+// metadata; every other one is served as after a handshake.
+enum class Era { legacy, modern };
+
+inline constexpr std::string_view modernVersion = "2026-07-28";
+inline constexpr std::string_view newestLegacyVersion = "2025-11-25";
+
+// Returns the version to answer a handshake with.
+std::string_view legacyVersionFor(std::string_view requested);
+
+// Throws RPCError for metadata that no request may carry.
+Era eraOf(const std::optional<JSONElement>& params);
+
+}  // namespace tarnwell::mcp

@@ -1,0 +1,39 @@
+// Cuts a stream of bytes into lines.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tarnwell::mcp {
+
+// A line without its line feed.
+struct Line {
+  std::string text{};
+  bool isTooLong = false;  // the text is then empty
+};
+
+// Takes bytes as they arrive and gives whole lines in order. Holds no more than the longest line
+// and the last piece that arrived: it reports a longer line once, and drops its bytes.
+class LineBuffer {
+ public:
+  static constexpr std::size_t longestLine = 16 * 1024 * 1024;  // bytes, without the line feed
+
+  void append(std::string_view bytes);
+
+  // Returns the next whole line; absent while none is whole.
+  std::optional<Line> next();
+
+  // Returns the bytes behind the last line feed as a line, at the end of the stream; absent where
+  // there are none.
+  std::optional<Line> last();
+
+ private:
+  std::string bytes_;
+  std::size_t begin_ = 0;    // of the next line
+  std::size_t scanned_ = 0;  // there is no line feed before it
+  bool isSkipping_ = false;  // the rest of a line that was too long
+};
+
+}  // namespace tarnwell::mcp

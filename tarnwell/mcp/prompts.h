@@ -1,0 +1,27 @@
+// The prompts that a client offers to its user.
+#pragma once
+
+#include <span>
+#include <string_view>
+
+#include "tarnwell/json/json_value.h"
+
+namespace tarnwell::mcp {
+
+struct Prompt {
+  std::string_view name;
+  std::string_view title;
+  std::string_view description;
+  std::string_view text;  // what the user says with it
+};
+
+std::span<const Prompt> allPrompts();
+
+// Returns null when no prompt has the name.
+const Prompt* findPrompt(std::string_view name);
+
+// Return the prompt as prompts/list and prompts/get give it.
+JSONValue describe(const Prompt& prompt);
+JSONValue::Object messagesOf(const Prompt& prompt);
+
+}  // namespace tarnwell::mcp

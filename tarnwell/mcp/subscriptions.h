@@ -1,0 +1,40 @@
+// Who is to be told of which resources.
+#pragma once
+
+#include <map>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tarnwell/mcp/rpc.h"
+#include "tarnwell/store/persisted_state.h"
+
+namespace tarnwell::mcp {
+
+// The subscriptions of both eras: a set of resources for the connection, and streams with a set
+// each, which the identifier of the request that opened them names.
+class Subscriptions {
+ public:
+  void subscribe(const std::string& uri) { ofConnection_.insert(uri); }
+  void unsubscribe(const std::string& uri) { ofConnection_.erase(uri); }
+
+  // Returns false where a stream with the identifier is open.
+  bool open(const RequestID& id, std::set<std::string> uris);
+  void close(const RequestID& id) { streams_.erase(id); }
+
+  bool isEmpty() const { return ofConnection_.empty() && streams_.empty(); }
+
+  // Returns the notifications that a change of the plan calls for, each as one line.
+  std::vector<std::string> notifications(const PersistedState& before,
+                                         const PersistedState& after) const;
+
+ private:
+  std::set<std::string> ofConnection_;
+  std::map<RequestID, std::set<std::string>> streams_;
+};
+
+// Returns the params of a notification on a stream: the members, and the stream's identifier.
+std::string streamParams(const RequestID& id, const JSONValue::Object& members);
+
+}  // namespace tarnwell::mcp
