@@ -66,6 +66,12 @@ std::string demand(const Argument& argument) {
   return list;
 }
 
+// The number beyond the range on the side of the given one. As a double, a number near the end of
+// 64 bits would be none that the engines read.
+double outOf(const Range& range, std::int64_t number) {
+  return static_cast<double>(number < range.least ? range.least - 1 : range.most + 1);
+}
+
 Refusal invalid(const std::string& message) {
   return {FailureCode::invalidPayload, message, "Correct the arguments and call the tool again."};
 }
@@ -176,6 +182,7 @@ void Arguments::read(const Argument& argument, JSONElement element) {
     const bool isInRange = range->least <= number && number <= range->most;
     if (!isInRange && argument.kind != ArgumentKind::minutes) throw invalid(argument);
     integers_.emplace(argument.name, number);
+    if (!isInRange) values_.insert_or_assign(std::string(argument.name), outOf(*range, number));
   } catch (const JSONError&) {
     throw invalid(argument);
   }

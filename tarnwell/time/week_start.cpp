@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "tarnwell/base/text.h"
+#include "tarnwell/time/system_locale.h"
 
 #ifdef __APPLE__
 #include <CoreFoundation/CoreFoundation.h>
@@ -86,7 +87,7 @@ Weekday userFirstWeekday() {
     const char* const value = std::getenv(variable);
     if (value != nullptr && *value != '\0') return firstWeekdayOfLocale(value);
   }
-  return firstWeekdayOfLocale("");
+  return firstWeekdayOfLocale(systemLocaleName());
 }
 
 #endif

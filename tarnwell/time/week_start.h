@@ -17,7 +17,7 @@ Weekday firstWeekday(std::string_view region);
 Weekday firstWeekdayOfLocale(std::string_view localeName);
 
 // On macOS by the user's settings; elsewhere by the first of LC_ALL, LC_TIME and LANG that is set
-// and not empty.
+// and not empty, and where none is by the system's own locale.
 Weekday userFirstWeekday();
 
 }  // namespace tarnwell

@@ -2,13 +2,16 @@
 #include <array>
 #include <chrono>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "tarnwell/time/calendar.h"
+#include "tarnwell/time/system_locale.h"
 
 #include "tests/support/json.h"
+#include "tests/support/private_system.h"
 #include "tests/support/scoped_environment.h"
 #include "tests/support/tool.h"
 
@@ -27,15 +30,21 @@ class EnvironmentEndToEnd : public testing::Test {
                                 .input = R"({"version":1,"command":"review.get"})"}
                       .run();
     EXPECT_EQ(result.exitStatus, 0);
-    const auto reply = test::parseJSON(result.output);
-    const auto start = test::member(test::member(reply, "result"), "weekStart");
+    return weekStartIn(test::member(test::parseJSON(result.output), "result"));
+  }
+
+  static LocalDay weekStartIn(const JSONValue& review) {
+    const auto start = test::member(review, "weekStart");
     const auto number = [&](const char* key) { return *test::member(start, key).integer(); };
     return {.year = number("year"), .month = number("month"), .day = number("day")};
   }
 
   Weekday weekdayOfStart(std::vector<std::string> variables) {
     variables.emplace_back("TZ=UTC");
-    const LocalDay day = weekStart(std::move(variables));
+    return weekdayOf(weekStart(std::move(variables)));
+  }
+
+  static Weekday weekdayOf(LocalDay day) {
     const chrono::year_month_day date{chrono::year(static_cast<int>(day.year)),
                                       chrono::month(static_cast<unsigned>(day.month)),
                                       chrono::day(static_cast<unsigned>(day.day))};
@@ -62,8 +71,20 @@ TEST_F(EnvironmentEndToEnd, lcAllWinsOverLCTimeOverLang) {
 
 TEST_F(EnvironmentEndToEnd, anEmptyLocaleCountsAsUnset) {
   EXPECT_EQ(weekdayOfStart({"LC_ALL=", "LC_TIME=", "LANG=de_DE"}), Weekday::monday);
-  EXPECT_EQ(weekdayOfStart({"LC_ALL=", "LANG="}), Weekday::sunday);
-  EXPECT_EQ(weekdayOfStart({}), Weekday::sunday);
+  EXPECT_EQ(weekdayOfStart({"LC_ALL=", "LANG="}), weekdayOfStart({}));
+}
+
+TEST_F(EnvironmentEndToEnd, theSystemsLocaleDecidesWhereTheEnvironmentHasNone) {
+  EXPECT_EQ(weekdayOfStart({}), firstWeekdayOfLocale(systemLocaleName()));
+
+  if (!test::PrivateSystem::obstacle().empty()) GTEST_SKIP() << test::PrivateSystem::obstacle();
+  const test::PrivateSystem system(test::Prompt::polkit);
+  for (const auto& [locale, first] :
+       {std::pair("de_DE.UTF-8", Weekday::monday), std::pair("ar_EG.UTF-8", Weekday::saturday)}) {
+    test::writeFile(system.etc() / "default" / "locale", std::string("LANG=") + locale + "\n");
+    const auto reply = system.ask(R"({"version":1,"command":"review.get"})");
+    EXPECT_EQ(weekdayOf(weekStartIn(*reply.result)), first);
+  }
 }
 
 TEST_F(EnvironmentEndToEnd, garbageForALocaleBeginsTheWeekOnMonday) {

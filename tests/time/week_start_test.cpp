@@ -7,6 +7,8 @@
 #include <unicode/locid.h>
 #include <unicode/region.h>
 
+#include "tarnwell/time/system_locale.h"
+
 #include "tests/support/scoped_environment.h"
 
 namespace tarnwell {
@@ -86,9 +88,10 @@ TEST_F(UserFirstWeekday, takesAnEmptyValueForUnset) {
   EXPECT_EQ(with("", "", "ar_EG"), Weekday::saturday);
 }
 
-TEST_F(UserFirstWeekday, isSundayWhenNothingIsSet) {
-  EXPECT_EQ(with(nullptr, nullptr, nullptr), Weekday::sunday);
-  EXPECT_EQ(with("", "", ""), Weekday::sunday);
+TEST_F(UserFirstWeekday, isTheSystemsWhenNothingIsSet) {
+  const Weekday ofTheSystem = firstWeekdayOfLocale(systemLocaleName());
+  EXPECT_EQ(with(nullptr, nullptr, nullptr), ofTheSystem);
+  EXPECT_EQ(with("", "", ""), ofTheSystem);
 }
 
 TEST_F(UserFirstWeekday, takesCForAnAnswer) {
