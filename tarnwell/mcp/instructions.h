@@ -5,7 +5,7 @@
 
 namespace tarnwell::mcp {
 
-// Returns the rules for every assistant, which docs/assistant.md repeats to the letter.
+// Returns the rules for every assistant, as a list.
 std::string_view instructions();
 
 }  // namespace tarnwell::mcp

@@ -75,7 +75,7 @@ ActiveTaskView ActiveTaskView::of(const FocusTask& task, Instant now) {
 
 ProposalView ProposalView::of(const PlanningProposal& proposal, const PersistedState& plan) {
   return {.id = proposal.id,
-          .kind = proposal.kind,
+          .kind = *proposal.kind,
           .taskID = proposal.taskID,
           .title = titleOf(proposal.taskID, plan),
           .reason = proposal.reason,
@@ -87,8 +87,8 @@ ProposalView ProposalView::of(const PlanningProposal& proposal, const PersistedS
 
 ChangeView ChangeView::of(const TaskAuditEvent& event, const PersistedState& plan) {
   return {.at = isoText(event.timestamp),
-          .source = event.source,
-          .action = event.action,
+          .source = *event.source,
+          .action = *event.action,
           .taskID = event.taskID,
           .title = event.taskID ? titleOf(*event.taskID, plan) : std::nullopt};
 }

@@ -21,7 +21,7 @@
 namespace tarnwell::mcp {
 
 struct TaskSummary {
-  UUID id{};
+  UUID id;
   std::string title{};
   TaskStatus status{};
   TaskPriority priority{};
@@ -56,7 +56,7 @@ struct ReminderView {
 
 // The whole record.
 struct TaskView {
-  UUID id{};
+  UUID id;
   std::string title{};
   std::string notes{};
   std::optional<std::string> plannedDay{};
@@ -102,7 +102,7 @@ struct TaskView {
 };
 
 struct ActiveTaskView {
-  UUID id{};
+  UUID id;
   std::string title{};
   double runningSeconds{};  // of the segment that is running
   double focusSeconds{};    // in all
@@ -117,9 +117,9 @@ struct ActiveTaskView {
 };
 
 struct ProposalView {
-  UUID id{};
+  UUID id;
   ProposalKind kind{};
-  UUID taskID{};
+  UUID taskID;
   std::optional<std::string> title{};  // of the task, if it still exists
   std::string reason{};
   std::optional<std::string> originalPlannedDay{};
@@ -209,7 +209,7 @@ struct TasksResult {
 
 struct TaskResult {
   std::int64_t revision{};
-  TaskView task{};
+  TaskView task;
 
   static constexpr auto fields() {
     return std::tuple{field("revision", &TaskResult::revision), field("task", &TaskResult::task)};
@@ -218,7 +218,7 @@ struct TaskResult {
 
 struct CompletionResult {
   std::int64_t revision{};
-  TaskView task{};
+  TaskView task;
   std::optional<UUID> nextTaskID{};
 
   static constexpr auto fields() {
