@@ -4,6 +4,9 @@
 #include <cwctype>
 
 #include <locale.h>
+#ifdef __APPLE__
+#include <xlocale.h>
+#endif
 
 namespace tarnwell::mcp {
 namespace {

@@ -1,7 +1,7 @@
 #include "tarnwell/time/system_locale.h"
 
 #include <fstream>
-#include <iterator>
+#include <sstream>
 
 #include "tarnwell/base/text.h"
 
@@ -42,9 +42,9 @@ std::string localeNameIn(std::string_view text) {
 
 std::string systemLocaleName(const std::vector<std::filesystem::path>& files) {
   for (const auto& file : files) {
-    std::ifstream stream(file, std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(stream), {}};
-    if (std::string name = localeNameIn(text); !name.empty()) return name;
+    std::ostringstream text;
+    text << std::ifstream(file, std::ios::binary).rdbuf();  // nothing of what cannot be read
+    if (std::string name = localeNameIn(text.str()); !name.empty()) return name;
   }
   return {};
 }
