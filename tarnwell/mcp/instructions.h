@@ -5,7 +5,7 @@
 
 namespace tarnwell::mcp {
 
-// Returns the rules for every assistant, as a list.
+// Returns the rules for every assistant, which docs/assistant.md repeats to the letter.
 std::string_view instructions();
 
 }  // namespace tarnwell::mcp

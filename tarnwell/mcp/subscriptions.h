@@ -1,4 +1,4 @@
-// Who is to be told of which resources.
+// The resources that the client is notified of.
 #pragma once
 
 #include <map>

@@ -15,8 +15,14 @@ done
 
 export ZIG_GLOBAL_CACHE_DIR="$PWD/$folder/cache"
 target=$(sed -n 's/^set(CMAKE_OSX_DEPLOYMENT_TARGET \([0-9.]*\).*/\1/p' CMakeLists.txt)
+
+generated="$folder/generated/tarnwell/base"
+mkdir -p "$generated"
+version=$(sed -n 's/^project(tarnwell VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
+sed "s/@PROJECT_VERSION@/$version/" tarnwell/base/version.h.in > "$generated/version.h"
+
 flags=(-std=c++20 -O1 -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
-  -I. -isystem "$headers" -isystem tests/macos/include)
+  -I. -I "$folder/generated" -isystem "$headers" -isystem tests/macos/include)
 for machine in aarch64 x86_64; do
   objects="$folder/$machine"
   mkdir -p "$objects"

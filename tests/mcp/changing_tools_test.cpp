@@ -239,7 +239,7 @@ TEST_F(ChangingTools, resumeTheFirstPausedTaskAlone) {
   EXPECT_EQ(code("resume_task", withTask(first)), "success");
 }
 
-TEST_F(ChangingTools, leaveTasksWithARemindToTheUser) {
+TEST_F(ChangingTools, leaveTasksWithAReminderToTheUser) {
   store(TaskStatus::active);
   PersistedState state = localStore.load();
   state.tasks.front().reminder = TaskReminder{};

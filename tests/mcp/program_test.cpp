@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "tarnwell/base/text.h"
+#include "tarnwell/mcp/instructions.h"
 #include "tarnwell/store/local_store.h"
 
 #include "tests/support/builders.h"
@@ -188,6 +189,12 @@ TEST_F(ProgramAndAdministrator, undoesAStartWhosePromptIsDismissed) {
   EXPECT_THAT(lines[0], HasSubstr("operation_failed"));
   EXPECT_THAT(lines[0], HasSubstr("Administrator approval was cancelled. No changes were made."));
   EXPECT_EQ(system->plan().load().tasks.front().status, TaskStatus::pending);
+}
+
+TEST(Instructions, areTheRulesOfTheAssistantsDocument) {
+  const std::string document =
+      test::contentOf(std::filesystem::path(TARNWELL_SOURCE_DIR) / "docs" / "assistant.md");
+  EXPECT_THAT(document, testing::EndsWith(std::string(instructions())));
 }
 
 }  // namespace
