@@ -14,19 +14,15 @@ constexpr std::string_view modeKey = "mode";
 CommandResult startBlockedTask(const AgentCommandService::Parts& parts, const FocusTask& task,
                                const AgentCommandEnvelope& envelope, Instant now,
                                const Failure& refusal) {
-  constexpr std::int64_t minutesWithoutEstimate = 25;
-  constexpr std::int64_t fewestMinutes = 1;
   if (parts.focusCoordinator == nullptr || parts.blocking == nullptr) {
     throw AgentServiceError(refusal);
   }
   const auto group = parts.blocking->group(*task.blockingGroupID);
   if (!group) throw AgentServiceError(refusal);
-  const auto minutes =
-      std::max(fewestMinutes, task.estimatedMinutes.value_or(minutesWithoutEstimate));
   const FocusStart start{
       .taskID = task.id,
       .blockingGroup = group,
-      .duration = std::chrono::minutes(minutes),
+      .duration = blockingDuration(task),
       .mode = optionalMode(envelope.payload, modeKey).value_or(SessionMode::flexible),
       .revision = requireRevision(envelope),
       .now = now};

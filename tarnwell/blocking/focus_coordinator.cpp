@@ -1,8 +1,17 @@
 #include "tarnwell/blocking/focus_coordinator.h"
 
+#include <algorithm>
+#include <chrono>
 #include <utility>
 
 namespace tarnwell {
+
+Duration blockingDuration(const FocusTask& task) {
+  constexpr std::int64_t minutesWithoutEstimate = 25;
+  constexpr std::int64_t fewestMinutes = 1;
+  return std::chrono::minutes(
+      std::max(fewestMinutes, task.estimatedMinutes.value_or(minutesWithoutEstimate)));
+}
 
 template <class Operation>
 auto FocusCoordinator::recordingFailure(Operation operation) {

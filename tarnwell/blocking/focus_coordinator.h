@@ -26,6 +26,9 @@ struct FocusStart {
   Instant now;
 };
 
+// Returns how long a task's websites are blocked: as long as the task is estimated to take.
+Duration blockingDuration(const FocusTask& task);
+
 // Belongs to the thread of its two engines, which it holds by reference; the owner outlives it.
 //
 // A strict session refuses pause and skip before anything changes. A block that cannot be installed
