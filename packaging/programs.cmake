@@ -24,6 +24,18 @@ foreach(program IN LISTS programs)
     DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT runtime)
 endforeach()
 
+set(shares ${CMAKE_INSTALL_DATADIR})
+install(FILES completions/tarnwell.bash
+  DESTINATION ${shares}/bash-completion/completions RENAME tarnwell COMPONENT runtime)
+install(FILES completions/tarnwell.fish
+  DESTINATION ${shares}/fish/vendor_completions.d COMPONENT runtime)
+if(APPLE)
+  set(zsh_folder ${shares}/zsh/site-functions)
+else()
+  set(zsh_folder ${shares}/zsh/vendor-completions) # where Debian's zsh looks
+endif()
+install(FILES completions/_tarnwell DESTINATION ${zsh_folder} COMPONENT runtime)
+
 # In the folders of the repository, so that the links between them lead somewhere.
 set(documents_folder ${CMAKE_INSTALL_DATADIR}/doc/tarnwell)
 install(

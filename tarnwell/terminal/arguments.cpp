@@ -24,7 +24,6 @@ struct Parser {
       : app(std::string(command.summary), "tarnwell " + std::string(command.name)) {
     app.footer("Example:\n  " + std::string(command.example));
     for (const Parameter& parameter : command.parameters) options.push_back(&add(parameter));
-    for (std::size_t i = 0; i < options.size(); ++i) excludeOthersOfItsChoice(command, i);
   }
 
   CLI::App app;
@@ -43,13 +42,6 @@ struct Parser {
       option.expected(1, std::numeric_limits<int>::max())->allow_extra_args();
     }
     return option;
-  }
-
-  void excludeOthersOfItsChoice(const Command& command, std::size_t index) {
-    const int choice = command.parameters[index].choice;
-    for (std::size_t other = 0; other < index && choice != 0; ++other) {
-      if (command.parameters[other].choice == choice) options[index]->excludes(options[other]);
-    }
   }
 };
 
@@ -92,6 +84,18 @@ Arguments argumentsFrom(const Command& command, const Parser& parser) {
   return arguments;
 }
 
+// Throws UsageError where more than one parameter of a choice is given.
+void requireOneOfEachChoice(const Command& command, const Arguments& arguments) {
+  std::map<int, std::string_view> chosen;
+  for (const Parameter& parameter : command.parameters) {
+    if (parameter.choice == 0 || !arguments.has(parameter.name)) continue;
+    const auto [other, isFirst] = chosen.emplace(parameter.choice, parameter.name);
+    if (isFirst) continue;
+    throw UsageError(std::string(other->second) + " and " + std::string(parameter.name) +
+                     " exclude each other.");
+  }
+}
+
 }  // namespace
 
 std::optional<std::string> Arguments::value(std::string_view name) const {
@@ -124,7 +128,9 @@ std::optional<Arguments> parseArguments(const Command& command,
   } catch (const CLI::Error& error) {
     throw UsageError(error.what());
   }
-  return argumentsFrom(command, parser);
+  auto arguments = argumentsFrom(command, parser);
+  requireOneOfEachChoice(command, arguments);
+  return arguments;
 }
 
 std::string helpOf(const Command& command) { return Parser(command).app.help(); }

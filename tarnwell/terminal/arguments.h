@@ -48,6 +48,8 @@ constexpr Parameter repeated(std::string_view value, std::string_view help) {
   return {value, ParameterKind::repeated, value, help};
 }
 
+inline constexpr Parameter taskParameter =
+    required("TASK", "its number of today, letters of its identifier, or words of its title");
 inline constexpr Parameter jsonFlag = flag("--json", "print JSON instead of a table");
 inline constexpr Parameter yesFlag = flag("--yes", "answer the question with yes");
 

@@ -9,14 +9,26 @@ namespace {
 
 using namespace commands;  // NOLINT(google-build-using-namespace): the rows of the table
 
-constexpr std::array looking = std::to_array<const Command*>({&day});
-constexpr std::array changing = std::to_array<const Command*>({&add});
-constexpr std::array working = std::to_array<const Command*>({&done});
+constexpr std::array looking =
+    std::to_array<const Command*>({&day, &week, &list, &show, &review, &log});
+constexpr std::array planning =
+    std::to_array<const Command*>({&add, &edit, &move, &archive, &reopen, &capacity});
+constexpr std::array working =
+    std::to_array<const Command*>({&start, &pause, &resume, &skip, &done});
+constexpr std::array deciding =
+    std::to_array<const Command*>({&proposals, &propose, &approve, &dismiss});
+constexpr std::array blocking = std::to_array<const Command*>(
+    {&block, &blockStart, &blockEnd, &blockRepair, &groups, &groupAdd, &groupRemove, &groupRename,
+     &groupEnable, &groupDisable, &groupBlock, &groupAllow});
+constexpr std::array staying = std::to_array<const Command*>({&watch});
 
 constexpr std::array allFamilies = std::to_array<Family>({
     {"Look", looking},
-    {"Plan", changing},
+    {"Plan", planning},
     {"Work", working},
+    {"Decide what agents propose", deciding},
+    {"Block websites", blocking},
+    {"Stay", staying},
 });
 
 // The number of letters to insert, remove, replace or swap to get from one word to the other.
@@ -48,6 +60,12 @@ void addRow(Table& table, const Command& command) {
 }
 
 }  // namespace
+
+constinit const Command commands::watch = {
+    .name = "watch",
+    .summary = "ring reminders, end blocks, and show what agents change",
+    .example = "tarnwell watch",
+    .program = "tarnwell-watch"};
 
 std::span<const Family> families() { return allFamilies; }
 

@@ -12,9 +12,14 @@ namespace tarnwell::terminal {
 
 namespace commands {
 
-extern const Command day;
-extern const Command add;
-extern const Command done;
+extern const Command day, week, list, show, review, log;
+extern const Command add, edit, move, archive, reopen, capacity;
+extern const Command start, pause, resume, skip, done;
+extern const Command proposals, propose, approve, dismiss;
+extern const Command block, blockStart, blockEnd, blockRepair;
+extern const Command groups, groupAdd, groupRemove, groupRename, groupEnable, groupDisable;
+extern const Command groupBlock, groupAllow;
+extern const Command watch;
 
 }  // namespace commands
 

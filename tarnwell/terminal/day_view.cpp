@@ -83,13 +83,13 @@ void addActiveTask(Page& page, const DayView& view) {
 
 void addBlocking(Page& page, const DayView& view) {
   if (!view.blockSession) return;
-  const double minutes = view.remainingBlockSeconds.value_or(0) / secondsPerMinute;
+  const double minutes = std::ceil(view.remainingBlockSeconds.value_or(0) / secondsPerMinute);
   const bool isExpired = view.remainingBlockSeconds.value_or(0) <= 0;
   Line line("blocking  " + view.blockSession->group.name);
   line.spans.push_back({isExpired ? R"(, expired: end it with "tarnwell block end")"
                                   : ", " + minutesText(minutes) + " left",
                         isExpired ? Style::warning : Style::plain});
-  if (view.blockSession->mode == SessionMode::strict) line.spans.push_back({", strict"});
+  if (*view.blockSession->mode == SessionMode::strict) line.spans.push_back({", strict"});
   if (view.blockSession->state == SessionState::attentionRequired) {
     line.spans.push_back({R"(, needs attention: see "tarnwell block")", Style::bad});
   }
@@ -130,10 +130,7 @@ DayView dayView(Host& host, LocalDay day) {
                .plannedMinutes = PlannerEngine::workload(state.tasks, day).estimatedMinutes,
                .capacityMinutes = state.preferences.dailyCapacityMinutes,
                .blockSession = state.activeSession};
-  const auto active =
-      std::find_if(state.tasks.begin(), state.tasks.end(),
-                   [](const FocusTask& task) { return task.status == TaskStatus::active; });
-  if (active != state.tasks.end()) {
+  if (const FocusTask* const active = findTask(state.tasks, TaskStatus::active)) {
     view.activeTask = *active;
     view.runningSeconds = focusSeconds(*active, host.now);
   }

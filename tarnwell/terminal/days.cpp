@@ -133,7 +133,7 @@ Instant readInstant(std::string_view text, LocalDay today, const Calendar& calen
                                          std::chrono::month(static_cast<unsigned>(day.month)) /
                                          std::chrono::day(static_cast<unsigned>(day.day));
   const seconds sinceEpoch = midnight.time_since_epoch() + time;
-  return Instant{static_cast<double>(sinceEpoch.count()) - referenceDateUnixSeconds};
+  return Instant(static_cast<double>(sinceEpoch.count()) - referenceDateUnixSeconds);
 }
 
 std::string dayText(LocalDay day) {

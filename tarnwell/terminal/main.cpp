@@ -11,6 +11,7 @@
 #include "tarnwell/json/json_encode.h"
 #include "tarnwell/platform/standard_streams.h"
 #include "tarnwell/terminal/commands.h"
+#include "tarnwell/terminal/completion.h"
 #include "tarnwell/terminal/console.h"
 #include "tarnwell/terminal/host.h"
 #include "tarnwell/terminal/other_program.h"
@@ -35,21 +36,26 @@ int say(const Answer& answer, const Console& console) {
   return statusAfter(console.printText(printableJSON(json) + "\n"), console, answer.status);
 }
 
-// Throws Refusal where nobody can be asked.
-bool isAgreed(const Question& question, const Arguments& arguments, const Console& console) {
+// Throws Refusal where the user cannot be asked.
+void requireAnswerable(const Question& question, const Arguments& arguments,
+                       const Console& console) {
   if (question.isOnlyForTheUser && !console.isTerminalOnBothEnds()) {
     throw Refusal("Only the user decides this, at a terminal.");
   }
-  if (!question.isOnlyForTheUser && arguments.has(yesFlag.name)) return true;
-  if (!console.canAsk()) {
+  if (!arguments.has(yesFlag.name) && !console.canAsk()) {
     throw Refusal(question.text + R"(? There is no terminal to ask at. Repeat it with "--yes".)");
   }
+}
+
+bool isAgreed(const Question& question, const Arguments& arguments, const Console& console) {
+  if (!question.isOnlyForTheUser && arguments.has(yesFlag.name)) return true;
   return console.ask(question.text);
 }
 
 int conclude(Outcome outcome, const Arguments& arguments, const Console& console) {
   if (const auto* const answer = std::get_if<Answer>(&outcome)) return say(*answer, console);
   const auto& question = std::get<Question>(outcome);
+  requireAnswerable(question, arguments, console);
   if (!question.shown.empty()) {
     if (console.print(question.shown) != WriteResult::written) return refused;
   }
@@ -98,6 +104,12 @@ int explain(const std::vector<std::string>& words, const Console& console) {
   return statusAfter(console.print(group), console, succeeded);
 }
 
+// For the shells' completion; no command of the user's.
+int complete(const std::vector<std::string>& words, const Console& console) {
+  Host host;
+  return statusAfter(console.printText(completionsFor(words, host)), console, succeeded);
+}
+
 // Throws what the command throws.
 int dispatch(std::vector<std::string> words, const Console& console) {
   const std::string first = words.empty() ? "" : words.front();
@@ -106,6 +118,8 @@ int dispatch(std::vector<std::string> words, const Console& console) {
   }
   if (first == "--help" || first == "-h") return explain({}, console);
   if (first == "help") return explain({words.begin() + 1, words.end()}, console);
+  if (first == "complete" && words.size() > 1)
+    return complete({words.begin() + 1, words.end()}, console);
   if (first.empty() || first.starts_with("-")) words.insert(words.begin(), "day");
 
   const auto [command, wordCount] = commandAtFront(words);

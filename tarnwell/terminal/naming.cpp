@@ -17,9 +17,7 @@ const FocusTask* numberedTask(const PersistedState& state, LocalDay today, std::
   const auto number = name.starts_with('+') ? std::nullopt : parseInteger(name);
   const auto queue = PlannerEngine::queueTasks(state.tasks, today);
   if (!number || *number < 1 || *number > static_cast<std::int64_t>(queue.size())) return nullptr;
-  const UUID& id = queue[static_cast<std::size_t>(*number - 1)].id;
-  return &*std::find_if(state.tasks.begin(), state.tasks.end(),
-                        [&](const FocusTask& task) { return task.id == id; });
+  return findTask(state.tasks, queue[static_cast<std::size_t>(*number - 1)].id);
 }
 
 bool beginsIdentifier(std::string_view name, const UUID& id) {

@@ -56,7 +56,6 @@ void applyReminder(const TaskFields& fields, FocusTask& task) {
 }  // namespace
 
 TaskFields readTaskFields(Host& host, const Arguments& arguments) {
-  constexpr std::int64_t minutesPerDay = 1440;
   TaskFields fields{.notes = arguments.value("--notes"),
                     .minutes = arguments.integer(parameters::minutes.name, 0, minutesPerDay)};
   if (const auto day = arguments.value(parameters::day.name)) {

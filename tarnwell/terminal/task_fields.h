@@ -16,6 +16,8 @@
 
 namespace tarnwell::terminal {
 
+inline constexpr std::int64_t minutesPerDay = 1440;
+
 namespace parameters {
 
 // Those with the same choice exclude each other.

@@ -54,11 +54,12 @@ class PolkitEndToEnd : public testing::Test {
     }
     for (const auto* name : {"home", "rules"}) fs::create_directory(folder / name);
     test::writeFile(folder / "hosts", hostsBefore);
-    const auto probe = run("/bin/true", "");
+    const auto probe = run({"/bin/true"}, "");
     if (probe.exitStatus != 0) GTEST_SKIP() << "no private bus: " << probe.errors;
 
     // A copy, because the build may lie where that user may not look.
     fs::copy_file(TARNWELLCTL, folder / "tarnwellctl");
+    fs::copy_file(TARNWELL, folder / "tarnwell");
     openToEverybody();
     PersistedState state;
     state.groups = {group};
@@ -77,10 +78,10 @@ class PolkitEndToEnd : public testing::Test {
   }
 
   AgentResponseEnvelope ask(std::string_view command, std::int64_t revision) const {
-    return test::replyIn(
-        run(folder / "tarnwellctl", R"({"version":1,"command":")" + std::string(command) +
-                                        R"(","expectedRevision":)" + std::to_string(revision) +
-                                        R"(,"payload":{"task_id":")" + task.id.text() + R"("}})"));
+    return test::replyIn(run({folder / "tarnwellctl"},
+                             R"({"version":1,"command":")" + std::string(command) +
+                                 R"(","expectedRevision":)" + std::to_string(revision) +
+                                 R"(,"payload":{"task_id":")" + task.id.text() + R"("}})"));
   }
 
   void expectUndoneStart() const {
@@ -91,13 +92,20 @@ class PolkitEndToEnd : public testing::Test {
     EXPECT_EQ(plan.load().revision, 2);
   }
 
-  test::ProcessResult run(const std::string& program, std::string_view input) const {
-    return test::Process{
+  // What the user does with tarnwell.
+  test::ProcessResult type(std::vector<std::string> words) const {
+    words.insert(words.begin(), folder / "tarnwell");
+    return run(words, "");
+  }
+
+  test::ProcessResult run(const std::vector<std::string>& command, std::string_view input) const {
+    test::Process process{
         .arguments = {"/usr/bin/unshare", "--mount", "--pid", "--fork", "--kill-child",
-                      "--mount-proc", "/bin/sh", "-c", runOnPrivateBus, folder.path(), program},
+                      "--mount-proc", "/bin/sh", "-c", runOnPrivateBus, folder.path()},
         .environment = environment,
-        .input = input}
-        .run();
+        .input = input};
+    process.arguments.insert(process.arguments.end(), command.begin(), command.end());
+    return process.run();
   }
 
   void openToEverybody() const {
@@ -132,7 +140,7 @@ TEST_F(PolkitEndToEnd, aHomeThatRootMayNotEnterIsNoObstacle) {
   test::writeFile(folder / "look",
                   "#!/bin/sh\nexec pkexec --disable-internal-agent ls \"$HOME\"\n");
   openToEverybody();
-  ASSERT_THAT(run(folder / "look", "").errors, testing::HasSubstr("Permission denied"));
+  ASSERT_THAT(run({folder / "look"}, "").errors, testing::HasSubstr("Permission denied"));
   EXPECT_EQ(ask("tasks.start", 0), Service::success(1, {}));
   EXPECT_EQ(test::contentOf(folder / "hosts"), hostsWithBlock);
 }
@@ -143,6 +151,21 @@ TEST_F(PolkitEndToEnd, variablesThatPkexecRefusesAreKeptFromIt) {
     environment.emplace_back(variable);
   }
   EXPECT_EQ(ask("tasks.start", 0), Service::success(1, {}));
+}
+
+TEST_F(PolkitEndToEnd, theUserBlocksAndUnblocksAtTheTerminal) {
+  setRule("YES");
+  EXPECT_EQ(type({"start", "blocked"}).exitStatus, 0);
+  EXPECT_EQ(test::contentOf(folder / "hosts"), hostsWithBlock);
+  EXPECT_EQ(type({"pause"}).exitStatus, 0);
+  EXPECT_EQ(test::contentOf(folder / "hosts"), hostsBefore);
+
+  setRule("NO");
+  EXPECT_EQ(type({"resume"}).exitStatus, 1);
+  EXPECT_EQ(type({"block", "start", "reading", "30"}).exitStatus, 1);
+  EXPECT_EQ(test::contentOf(folder / "hosts"), hostsBefore);
+  EXPECT_EQ(plan.load().tasks.at(0).status, TaskStatus::pending);
+  EXPECT_EQ(plan.load().activeSession, std::nullopt);
 }
 
 TEST_F(PolkitEndToEnd, aRuleThatSaysNoUndoesTheStart) {

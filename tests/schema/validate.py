@@ -11,7 +11,7 @@ from collections.abc import Iterator
 from pathlib import Path
 from typing import Any
 
-from jsonschema import Draft202012Validator
+from jsonschema import Draft202012Validator, RefResolver
 
 schemas, wrong, records, *documents = map(Path, sys.argv[1:])
 EXAMPLE = re.compile(r"```json command[^\n]*\n(.*?)\n```.*?```json reply\n(.*?)\n```", re.S)
@@ -31,12 +31,15 @@ def undescribed(schema: Any, path: str = "#") -> Iterator[str]:
 
 
 problems = []
+loaded = {path.name.removesuffix(".schema.json"): json.loads(path.read_text())
+          for path in schemas.glob("*.schema.json")}
+by_identifier = {schema["$id"]: schema for schema in loaded.values()}  # they refer to each other
 validators = {}
-for schema_file in schemas.glob("*.schema.json"):
-    loaded = json.loads(schema_file.read_text())
-    Draft202012Validator.check_schema(loaded)
-    validators[schema_file.name.removesuffix(".schema.json")] = Draft202012Validator(loaded)
-    problems += [f"{schema_file.name}: {each} has no description" for each in undescribed(loaded)]
+for name, schema in loaded.items():
+    Draft202012Validator.check_schema(schema)
+    resolver = RefResolver.from_schema(schema, store=by_identifier)
+    validators[name] = Draft202012Validator(schema, resolver=resolver)
+    problems += [f"{name}: {each} has no description" for each in undescribed(schema)]
 
 seen: dict[str, set[str]] = {name: set() for name in validators}
 

@@ -65,6 +65,17 @@ TEST(Program, listsEveryCommand) {
   EXPECT_EQ(user.output({"--help"}), list);
 }
 
+TEST(Program, hasAManualPageWithEveryCommandAndOption) {
+  const std::string page = test::contentOf(TARNWELL_MANUAL_PAGE);
+  forEachCommand([&](const Command& command) {
+    EXPECT_THAT(page, HasSubstr(std::string(command.name))) << command.name;
+    for (const Parameter& parameter : command.parameters) {
+      if (!parameter.name.starts_with("--")) continue;
+      EXPECT_THAT(page, HasSubstr(std::string(parameter.name.substr(1)))) << command.name;
+    }
+  });
+}
+
 TEST(Program, suggestsTheCommandThatWasMeant) {
   const UserTerminal user;
   EXPECT_THAT(user.refusal({"dya"}, 2), HasSubstr(R"(Did you mean "tarnwell day"?)"));

@@ -71,5 +71,130 @@ TEST(AddCommand, refusesWhatCannotBe) {
   user.refusal({"add", "Two", "words"}, 2);
 }
 
+TEST(EditCommand, changesWhatIsMentionedAndNothingElse) {
+  const UserTerminal user;
+  user.output({"add", "Report", "--day", "2030-05-06", "--minutes", "45", "--notes", "old"});
+  user.output({"edit", "report", "--title", " Letter ", "--priority", "low"});
+  const FocusTask task = user.task(" Letter ");
+  EXPECT_EQ(task.priority, TaskPriority::low);
+  EXPECT_EQ(task.estimatedMinutes, 45);
+  EXPECT_EQ(task.notes, "old");
+  EXPECT_GT(task.updatedAt, task.createdAt);
+  EXPECT_EQ(user.trail().back(), "user task.edit");
+  user.output({"edit", "letter", "--no-minutes", "--no-notes", "--block", "social distractions"});
+  EXPECT_EQ(user.task(" Letter ").estimatedMinutes, std::nullopt);
+  EXPECT_EQ(user.task(" Letter ").notes, "");
+  user.output({"edit", "letter", "--no-block"});
+  EXPECT_EQ(user.task(" Letter ").blockingGroupID, std::nullopt);
+}
+
+TEST(EditCommand, takesTheStartAlongToAnotherDayAtTheEndOfItsQueue) {
+  UserTerminal user;
+  user.environment = {"TZ=Europe/Vienna"};
+  user.output({"add", "Other", "--day", "2030-03-31"});
+  user.output({"add", "Report", "--day", "2030-03-30", "--at", "14:30", "--remind"});
+  user.output({"edit", "report", "--day", "2030-03-31"});  // clocks change that night
+  EXPECT_EQ(isoText(*user.task("Report").scheduledStart), "2030-03-31T12:30:00Z");
+  EXPECT_NE(user.task("Report").reminder, std::nullopt);
+  EXPECT_EQ(user.task("Report").manualPosition, 1);
+  user.output({"edit", "report", "--at", "9:00"});
+  EXPECT_EQ(isoText(*user.task("Report").scheduledStart), "2030-03-31T07:00:00Z");
+}
+
+TEST(EditCommand, saysWhatGoesWithTheDayAndWithTheStart) {
+  const UserTerminal user;
+  user.output({"add", "A", "--at", "23:30", "--remind"});
+  user.output({"add", "B", "--at", "23:30", "--remind"});
+  EXPECT_EQ(
+      user.output({"edit", "A", "--no-day"}),
+      "Changed “A”, planned without a day.\nIts start is removed.\nIts reminder is removed.\n");
+  EXPECT_EQ(user.task("A").scheduledStart, std::nullopt);
+  EXPECT_EQ(user.task("A").reminder, std::nullopt);
+  EXPECT_THAT(user.output({"edit", "B", "--no-at"}),
+              HasSubstr("Its start is removed.\nIts reminder is removed.\n"));
+  EXPECT_NE(user.task("B").plannedDay, std::nullopt);
+}
+
+TEST(EditCommand, refusesWhatCannotBe) {
+  const UserTerminal user;
+  user.output({"add", "Report", "--someday"});
+  user.refusal({"edit", "report"}, 2);
+  user.refusal({"edit", "report", "--day", "mon", "--no-day"}, 2);
+  user.refusal({"edit", "report", "--notes", "x", "--no-notes"}, 2);
+  EXPECT_THAT(user.refusal({"edit", "report", "--at", "10:00"}), HasSubstr("--day"));
+  EXPECT_THAT(user.refusal({"edit", "report", "--remind"}), HasSubstr("--at"));
+  EXPECT_THAT(user.refusal({"edit", "report", "--title", " "}), HasSubstr("Enter a task title."));
+  user.refusal({"edit", "nothing", "--title", "X"});
+}
+
+TEST(EditCommand, opensTheNotesInTheUsersEditor) {
+  UserTerminal user;
+  user.output({"add", "Report", "--notes", "old"});
+  user.environment = {"EDITOR=printf 'one\\ntwo\\n' >"};
+  user.output({"edit", "report", "--notes", "-"});
+  EXPECT_EQ(user.task("Report").notes, "one\ntwo");
+  user.environment = {"EDITOR=sed -i s/two/three/"};
+  user.output({"edit", "report", "--notes", "-"});
+  EXPECT_EQ(user.task("Report").notes, "one\nthree");
+}
+
+TEST(EditCommand, changesNothingWhereTheEditorFailsOrLeavesTheNotes) {
+  UserTerminal user;
+  user.output({"add", "Report", "--notes", "old"});
+  const auto revision = user.state().revision;
+  user.environment = {"EDITOR=true"};
+  EXPECT_THAT(user.output({"edit", "report", "--notes", "-"}), HasSubstr("Nothing was changed."));
+  user.environment = {"EDITOR=false"};
+  EXPECT_THAT(user.refusal({"edit", "report", "--notes", "-"}), HasSubstr("The editor failed."));
+  user.environment = {"EDITOR=printf '\\377' >"};
+  EXPECT_THAT(user.refusal({"edit", "report", "--notes", "-"}), HasSubstr("not valid UTF-8"));
+  EXPECT_EQ(user.state().revision, revision);
+}
+
+TEST(ArchiveCommand, archivesEachTaskInATransactionOfItsOwn) {
+  const UserTerminal user;
+  for (const auto* title : {"A1", "B2", "C3"}) user.output({"add", title});
+  EXPECT_EQ(user.output({"archive", "1", "3", "A1"}), "Archived “A1”.\nArchived “C3”.\n");
+  EXPECT_EQ(user.task("A1").status, TaskStatus::archived);
+  EXPECT_EQ(user.task("B2").status, TaskStatus::pending);
+  EXPECT_EQ(user.state().revision, 5);
+  EXPECT_EQ(user.trail().back(), "user task.archive");
+}
+
+TEST(ArchiveCommand, archivesNothingUnlessEveryNameIsATaskThatMayBe) {
+  const UserTerminal user;
+  user.output({"add", "A1"});
+  user.output({"add", "B2"});
+  user.refusal({"archive", "1", "nothing"});
+  user.output({"start", "B2"});
+  EXPECT_THAT(user.refusal({"archive", "A1", "B2"}), HasSubstr("“B2” is active."));
+}
+
+TEST(ReopenCommand, opensAClosedTaskAtTheEndOfItsDay) {
+  const UserTerminal user;
+  for (const auto* title : {"A1", "B2"}) user.output({"add", title});
+  user.output({"done", "A1"});
+  EXPECT_THAT(user.output({"reopen", "a1"}), HasSubstr("Opened “A1” again"));
+  EXPECT_EQ(user.task("A1").status, TaskStatus::pending);
+  EXPECT_EQ(user.task("A1").completedAt, std::nullopt);
+  EXPECT_EQ(user.task("A1").manualPosition, 2);
+  EXPECT_EQ(user.trail().back(), "user task.reopen");
+  EXPECT_THAT(user.refusal({"reopen", "1"}), HasSubstr("is open already"));
+  user.output({"archive", "B2"});
+  user.output({"reopen", "B2"});
+  EXPECT_EQ(user.task("B2").status, TaskStatus::pending);
+}
+
+TEST(CapacityCommand, setsWhatADayHolds) {
+  const UserTerminal user;
+  user.output({"capacity", "90"});
+  EXPECT_EQ(user.state().preferences.dailyCapacityMinutes, 90);
+  EXPECT_THAT(user.trail(), ElementsAre("user preferences.capacity"));
+  EXPECT_THAT(user.output({"day"}), HasSubstr("0 of 90 min"));
+  user.refusal({"capacity", "-1"}, 2);
+  user.refusal({"capacity", "much"}, 2);
+  user.refusal({"capacity"}, 2);
+}
+
 }  // namespace
 }  // namespace tarnwell::terminal

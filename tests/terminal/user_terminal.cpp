@@ -21,6 +21,8 @@
 #include "tarnwell/base/enum_texts.h"
 #include "tarnwell/platform/file_descriptor.h"
 
+#include "tests/support/records.h"
+
 namespace tarnwell::test {
 namespace {
 
@@ -96,6 +98,9 @@ std::string UserTerminal::output(const Words& words) const {
   const auto result = run(words);
   EXPECT_EQ(result.exitStatus, 0) << result.errors;
   EXPECT_EQ(result.errors, "");
+  if (std::find(words.begin(), words.end(), "--json") != words.end()) {
+    record("terminal", result.output);
+  }
   return result.output;
 }
 
@@ -134,8 +139,8 @@ std::vector<std::string> UserTerminal::trail() const {
 }
 
 std::vector<std::string> UserTerminal::wholeEnvironment() const {
-  std::vector<std::string> all{"HOME=" + tool_.home().string(), "TZ=UTC", "PATH=/usr/bin:/bin"};
-  all.insert(all.end(), environment.begin(), environment.end());
+  auto all = environment;  // of a variable that stands twice, the first counts
+  all.insert(all.end(), {"HOME=" + tool_.home().string(), "TZ=UTC", "PATH=/usr/bin:/bin"});
   return all;
 }
 
