@@ -12,6 +12,8 @@ foreach(package IN ITEMS tarnwell libtarnwell-dev)
   install(FILES debian/copyright ${CMAKE_CURRENT_BINARY_DIR}/changelog.gz
     DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package} COMPONENT ${component})
 endforeach()
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples/host
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libtarnwell-dev/examples COMPONENT development)
 install(FILES debian/libtarnwell-dev.lintian-overrides
   DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides RENAME libtarnwell-dev
   COMPONENT development)

@@ -22,7 +22,8 @@ version=$(sed -n 's/^project(tarnwell VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt
 sed "s/@PROJECT_VERSION@/$version/" tarnwell/base/version.h.in > "$generated/version.h"
 
 flags=(-std=c++20 -O1 -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
-  -I. -I "$folder/generated" -isystem "$headers" -isystem tests/macos/include)
+  -I. -I "$folder/generated" -isystem "$headers" -isystem tests/macos/include
+  "-DTARNWELL_VERSION=\"$version\"")
 for machine in aarch64 x86_64; do
   objects="$folder/$machine"
   mkdir -p "$objects"

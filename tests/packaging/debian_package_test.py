@@ -109,7 +109,7 @@ class DebianPackages(unittest.TestCase):
     def test_bring_documents_whose_links_lead_somewhere(self) -> None:
         self.root.dpkg("--install", self.tarnwell)
         documents = self.root.path / "usr/share/doc/tarnwell"
-        for page in ("protocol.md", "data-file.md"):
+        for page in ("assistant.md", "data-file.md", "mcp.md", "protocol.md"):
             text = (documents / "docs" / page).read_text()
             for link in re.findall(r"\]\(([^)#:\s]+)", text):
                 self.assertTrue((documents / "docs" / link).exists(), f"{page}: {link}")
