@@ -11,7 +11,7 @@ from collections.abc import Iterator
 from pathlib import Path
 from typing import Any
 
-from jsonschema import Draft202012Validator, RefResolver
+from jsonschema import Draft202012Validator
 
 schemas, wrong, records, *documents = map(Path, sys.argv[1:])
 EXAMPLE = re.compile(r"```json command[^\n]*\n(.*?)\n```.*?```json reply\n(.*?)\n```", re.S)
@@ -33,12 +33,25 @@ def undescribed(schema: Any, path: str = "#") -> Iterator[str]:
 problems = []
 loaded = {path.name.removesuffix(".schema.json"): json.loads(path.read_text())
           for path in schemas.glob("*.schema.json")}
-by_identifier = {schema["$id"]: schema for schema in loaded.values()}  # they refer to each other
+by_identifier = {schema["$id"]: schema for schema in loaded.values()}
+
+
+def bundled(schema: Any) -> Any:
+    """The schema with the definitions of those that it refers to among its own."""
+    text = json.dumps(schema)
+    result = json.loads(re.sub(r'"(urn:[^"#]*)#/', r'"#/$defs/\1/', text))
+    for identifier, other in by_identifier.items():
+        if f'"{identifier}#/' in text:
+            definitions = json.dumps({"$defs": other["$defs"]})
+            result["$defs"][identifier] = json.loads(
+                definitions.replace('"#/', f'"#/$defs/{identifier}/'))
+    return result
+
+
 validators = {}
 for name, schema in loaded.items():
     Draft202012Validator.check_schema(schema)
-    resolver = RefResolver.from_schema(schema, store=by_identifier)
-    validators[name] = Draft202012Validator(schema, resolver=resolver)
+    validators[name] = Draft202012Validator(bundled(schema))
     problems += [f"{name}: {each} has no description" for each in undescribed(schema)]
 
 seen: dict[str, set[str]] = {name: set() for name in validators}
