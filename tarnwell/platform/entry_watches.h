@@ -26,6 +26,10 @@ class EntryWatches {
   // Watches the entry `name` of `folder`. Changes made after the call are notified. Returns the
   // error number, 0 on success.
   int add(const std::filesystem::path& folder, const std::string& name);
+  // For a folder whose entries of the set are folders themselves: from now on reports only that
+  // such an entry is removed or renamed, so that the other entries of a busy folder do not wake the
+  // process.
+  void relax(const std::filesystem::path& folder);
   void endRound();
 
   struct Notifications {

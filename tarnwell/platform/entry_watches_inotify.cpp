@@ -17,6 +17,7 @@ namespace {
 // Not IN_ATTRIB: a further hard link to a file is no change of it.
 constexpr std::uint32_t changesOfEntries =
     IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_MODIFY;
+constexpr std::uint32_t endsOfEntries = IN_DELETE | IN_MOVED_FROM;
 constexpr std::uint32_t changesOfTheFolder = IN_DELETE_SELF | IN_MOVE_SELF;
 
 }  // namespace
@@ -33,6 +34,13 @@ int EntryWatches::add(const std::filesystem::path& folder, const std::string& na
   if (watch == -1) return errno;
   watches_[watch].insert(name);
   return 0;
+}
+
+void EntryWatches::relax(const std::filesystem::path& folder) {
+  const int watch = ::inotify_add_watch(queue_.number(), folder.c_str(),
+                                        endsOfEntries | changesOfTheFolder | IN_ONLYDIR);
+  // Another folder by now, of which the notifications that wait will tell.
+  if (watch != -1 && !watches_.contains(watch)) ::inotify_rm_watch(queue_.number(), watch);
 }
 
 void EntryWatches::endRound() {

@@ -61,6 +61,9 @@ int EntryWatches::add(const std::filesystem::path& folder, const std::string& na
   return 0;
 }
 
+// It tells of every entry of a folder or of none.
+void EntryWatches::relax(const std::filesystem::path& /*folder*/) {}
+
 void EntryWatches::endRound() { previousWatches_.clear(); }
 
 EntryWatches::Notifications EntryWatches::take() {

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <list>
+#include <set>
 #include <system_error>
 #include <utility>
 
@@ -51,6 +52,8 @@ void PlanWatcher::watchTheWay() {
   fs::path folder = "/";
   const fs::path way = dataFile_.relative_path();
   std::list<fs::path> names(way.begin(), way.end());
+  std::set<fs::path> passed;   // folders of which a folder is on the way,
+  std::set<fs::path> watched;  // and those of which anything else is
   watches_.beginRound();
   while (!names.empty()) {
     const fs::path name = names.front();
@@ -62,6 +65,9 @@ void PlanWatcher::watchTheWay() {
     }
     error = watches_.add(folder, name);
     const fs::path entry = folder / name;
+    std::error_code ignored;
+    const bool isFolder = fs::symlink_status(entry, ignored).type() == fs::file_type::directory;
+    (isFolder ? passed : watched).insert(folder);
     if (const auto target = targetOfLink(entry)) {
       if (++links > mostLinks) break;
       if (target->is_absolute()) folder = "/";
@@ -69,9 +75,11 @@ void PlanWatcher::watchTheWay() {
       names.insert(names.begin(), detour.begin(), detour.end());
       continue;
     }
-    std::error_code ignored;
-    if (!fs::is_directory(entry, ignored)) break;
+    if (!isFolder) break;
     folder = entry;
+  }
+  for (const fs::path& each : passed) {
+    if (!watched.contains(each)) watches_.relax(each);
   }
   watches_.endRound();
   // Folders further up may be closed to the user, who cannot change them then. A folder that has

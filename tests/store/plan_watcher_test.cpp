@@ -56,6 +56,15 @@ TEST_F(PlanWatcherTest, isQuietWhileNothingChanges) {
   EXPECT_FALSE(watcher->hasChanged());
 }
 
+TEST_F(PlanWatcherTest, sleepsThroughWhatHappensBesideTheWay) {
+  writeFile(file, "1");
+  writeFile(scratch / "log", "1");
+  watch();
+  writeFile(scratch / "log", "12");
+  writeFile(scratch / "other/file", "1");
+  EXPECT_FALSE(isReadable(*watcher));
+}
+
 TEST_F(PlanWatcherTest, reportsAReplacedFile) {
   writeFile(file, "1");
   watch();

@@ -26,11 +26,12 @@ enum class Answer {
   damage,   // spoils the hosts file and fails
   chatter,  // approves, after a megabyte of errors and a line of output
   tamper,   // approves, after another program has tried to change what is installed
-  meddle    // approves, after another process has run the command given to `willMeddle`
+  meddle,   // approves, after another process has run the command given to `willMeddle`
+  hang      // never
 };
 
-constexpr std::array<std::string_view, 8> texts(Answer) {
-  return {"approve", "dismiss", "fail", "pretend", "damage", "chatter", "tamper", "meddle"};
+constexpr std::array<std::string_view, 9> texts(Answer) {
+  return {"approve", "dismiss", "fail", "pretend", "damage", "chatter", "tamper", "meddle", "hang"};
 }
 
 class PrivateSystem {
@@ -52,8 +53,11 @@ class PrivateSystem {
   AgentResponseEnvelope ask(std::string_view command) const;
 
   // The number of prompts, and the arguments of the last one.
-  std::size_t promptCount() const { return contentOf(folder_ / "prompts").size(); }
+  std::size_t promptCount() const { return contentOf(promptLog()).size(); }
   std::vector<std::string> lastRequest() const;
+
+  // A file with one byte for each prompt.
+  std::filesystem::path promptLog() const { return folder_ / "prompts"; }
 
   // The environment of the last prompt: NAME=VALUE, in any order.
   std::vector<std::string> lastEnvironment() const;

@@ -1,0 +1,18 @@
+// Where the session bus listens.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string_view>
+
+namespace tarnwell {
+
+// Returns the socket that an address such as "unix:path=/run/user/1000/bus,guid=…" names first;
+// absent where it names none in the file system.
+std::optional<std::filesystem::path> socketOfBusAddress(std::string_view address);
+
+// Returns the socket of the user's session bus, whether it exists or not: as
+// DBUS_SESSION_BUS_ADDRESS has it, otherwise $XDG_RUNTIME_DIR/bus.
+std::optional<std::filesystem::path> sessionBusSocket();
+
+}  // namespace tarnwell

@@ -1,0 +1,21 @@
+// The text of the systemd unit that runs tarnwell-watch as a service of the user.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace tarnwell {
+
+using EnvironmentList = std::vector<std::pair<std::string, std::string>>;
+
+// The command begins with the program's absolute path.
+std::string serviceUnit(const std::vector<std::string>& command,
+                        const EnvironmentList& environment);
+
+// Returns the variables of this process that decide which plan it is, what time it is there and
+// when a week begins.
+EnvironmentList environmentOfThePlan();
+
+}  // namespace tarnwell
