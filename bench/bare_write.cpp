@@ -8,9 +8,9 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-namespace {
+#include "tarnwell/base/piece_size.h"
 
-constexpr std::size_t pieceSize = 262'144;
+namespace {
 
 void require(bool condition) {
   if (!condition) std::exit(EXIT_FAILURE);

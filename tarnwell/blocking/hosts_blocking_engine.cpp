@@ -73,7 +73,7 @@ void HostsBlockingEngine::transact(const Transform& transform) {
   try {
     createFolders(backupDirectory_);
     replaceFile(backup, before);
-    replaceFile(replacement.path(), after);
+    createFile(replacement.path(), after);
   } catch (const FileError& error) {
     throw BlockingError::writeFailed(error.description());
   }

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cmath>
 
+#include "tarnwell/base/piece_size.h"
 #include "tarnwell/json/json_error.h"
 #include "tarnwell/json/utf8.h"
 
@@ -12,7 +13,6 @@ namespace {
 
 constexpr std::size_t indentWidth = 2;
 constexpr std::size_t leastRoom = 1'024;
-constexpr std::size_t pieceSize = 262'144;
 constexpr std::size_t longestNumber = 32;
 constexpr std::size_t longestEscape = 6;
 

@@ -1,6 +1,7 @@
 #include "tarnwell/platform/file.h"
 
 #include <cerrno>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -12,7 +13,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// More than the JSON parser takes, and than a plan ever needs.
+// The JSON parser takes less, and no plan needs as much.
 constexpr off_t largestFile = off_t{4} << 30;
 
 bool isFolder(const fs::path& path) {
@@ -22,8 +23,8 @@ bool isFolder(const fs::path& path) {
 
 }  // namespace
 
-std::optional<FileDescriptor> openForReading(const fs::path& path) {
-  // Without O_NONBLOCK, opening a FIFO would wait for somebody to write to it.
+std::optional<OpenedFile> openForReading(const fs::path& path) {
+  // Without O_NONBLOCK, opening a FIFO would wait for a writer.
   constexpr int flags = O_RDONLY | O_NONBLOCK | O_CLOEXEC;
   FileDescriptor file(retryingInterrupted([&] { return ::open(path.c_str(), flags); }));
   if (!file.isOpen()) {
@@ -34,7 +35,7 @@ std::optional<FileDescriptor> openForReading(const fs::path& path) {
   if (::fstat(file.number(), &status) != 0) throw FileError("stat", path, errno);
   if (S_ISDIR(status.st_mode)) throw FileError("read", path, EISDIR);
   if (!S_ISREG(status.st_mode)) throw FileError("read", path, EINVAL);
-  return file;
+  return OpenedFile{.descriptor = std::move(file), .identity = FileIdentity::from(status)};
 }
 
 std::optional<std::string> readFile(const fs::path& path) {
@@ -43,15 +44,23 @@ std::optional<std::string> readFile(const fs::path& path) {
   return readFile(*file, path);
 }
 
-std::string readFile(const FileDescriptor& file, const fs::path& path) {
-  struct stat status {};
-  if (::fstat(file.number(), &status) != 0) throw FileError("stat", path, errno);
-  if (status.st_size > largestFile) throw FileError("read", path, EFBIG);
+std::string readFile(const OpenedFile& file, const fs::path& path) {
+  if (file.identity.size > largestFile) throw FileError("read", path, EFBIG);
   std::string bytes;
-  constexpr std::size_t spare = 128;  // to meet the end, and for a parser that wants padding
-  bytes.reserve(static_cast<std::size_t>(status.st_size) + spare);
+  constexpr std::size_t spare = 128;  // for the read that finds the end, and the parser's padding
+  bytes.reserve(static_cast<std::size_t>(file.identity.size) + spare);
   if (const int error = readToEnd(file.number(), bytes)) throw FileError("read", path, error);
   return bytes;
+}
+
+void createFile(const fs::path& path, std::string_view bytes) {
+  constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
+  FileDescriptor file(
+      retryingInterrupted([&] { return ::open(path.c_str(), flags, privateFileMode); }));
+  if (!file.isOpen()) throw FileError("create", path, errno);
+  if (::fchmod(file.number(), privateFileMode) != 0) throw FileError("set mode of", path, errno);
+  if (const int error = writeAll(file.number(), bytes)) throw FileError("write", path, error);
+  if (const int error = file.close()) throw FileError("close", path, error);
 }
 
 void createFolders(const fs::path& folder) {
@@ -85,7 +94,7 @@ void syncFolder(const fs::path& folder) {
 
 int syncFile(int descriptor) {
 #ifdef F_FULLFSYNC
-  // Only this reaches the disk itself on macOS; not every file system there has it.
+  // On macOS, only this reaches the disk itself. Not every file system there supports it.
   if (retryingInterrupted([&] { return ::fcntl(descriptor, F_FULLFSYNC); }) == 0) return 0;
 #endif
   return retryingInterrupted([&] { return ::fsync(descriptor); }) == 0 ? 0 : errno;

@@ -1,5 +1,5 @@
-// Files and folders as the data needs them: only regular files are read, what is created is
-// private to its owner, and a failure says what was tried on which path.
+// Files and folders as the plan needs them: only regular files are read, new files and folders are
+// private, and an error names the operation and the path.
 #pragma once
 
 #include <filesystem>
@@ -9,32 +9,45 @@
 
 #include "tarnwell/platform/file_descriptor.h"
 #include "tarnwell/platform/file_error.h"
+#include "tarnwell/platform/file_identity.h"
 
 namespace tarnwell {
 
-// The owner's permissions, whatever the umask.
+// The permissions of new files and folders, whatever the umask.
 inline constexpr unsigned privateFileMode = 0600;
 inline constexpr unsigned privateFolderMode = 0700;
 
-// Opens a regular file for reading, never waiting for one that is not. Absent when there is no
-// such file. Throws FileError.
-std::optional<FileDescriptor> openForReading(const std::filesystem::path& path);
+// A regular file that is open for reading, and its identity when it was opened.
+struct OpenedFile {
+  FileDescriptor descriptor;
+  FileIdentity identity;
 
-// The file's whole content; absent when there is no such file. Throws FileError.
+  int number() const noexcept { return descriptor.number(); }
+};
+
+// Opens a regular file for reading. Never waits, as opening a pipe would. Absent when there is no
+// such file. Throws FileError.
+std::optional<OpenedFile> openForReading(const std::filesystem::path& path);
+
+// Returns the whole content of a file; absent when there is no such file. Throws FileError.
 std::optional<std::string> readFile(const std::filesystem::path& path);
 
-// The same of a file opened for reading, from its start. The path is for the error.
-std::string readFile(const FileDescriptor& file, const std::filesystem::path& path);
+// Returns the whole content of a file that was just opened. Throws FileError, which names the path.
+std::string readFile(const OpenedFile& file, const std::filesystem::path& path);
 
-// In both, an empty path, which is what stands before a name alone, is the current folder.
+// Creates a new private file with these bytes. Not durable: for a file that lives for seconds.
+// Throws FileError.
+void createFile(const std::filesystem::path& path, std::string_view bytes);
 
-// Creates the folder and those above it where missing, private and durable. Throws FileError.
+// An empty folder path, the parent of a bare file name, is the current folder.
+
+// Creates the folder and its missing parents, private and durable. Throws FileError.
 void createFolders(const std::filesystem::path& folder);
 
-// Makes the folder's entries durable, where the file system can. Throws FileError.
+// Makes the folder's names durable where the file system supports it. Throws FileError.
 void syncFolder(const std::filesystem::path& folder);
 
-// Makes a file's content durable. Returns the error number, 0 when all is well.
+// Makes a file's content durable. Returns the error number, or 0.
 int syncFile(int descriptor);
 
 }  // namespace tarnwell

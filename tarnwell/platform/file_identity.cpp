@@ -2,8 +2,6 @@
 
 #include <chrono>
 
-#include <sys/stat.h>
-
 namespace tarnwell {
 namespace {
 
@@ -12,7 +10,9 @@ std::int64_t nanoseconds(const timespec& time) {
   return static_cast<std::int64_t>(time.tv_sec) * perSecond + time.tv_nsec;
 }
 
-FileIdentity identityFrom(const struct stat& status) {
+}  // namespace
+
+FileIdentity FileIdentity::from(const struct stat& status) {
 #ifdef __APPLE__
   const auto& modified = status.st_mtimespec;
   const auto& changed = status.st_ctimespec;
@@ -27,18 +27,16 @@ FileIdentity identityFrom(const struct stat& status) {
           .statusChangedAt = nanoseconds(changed)};
 }
 
-}  // namespace
-
 std::optional<FileIdentity> FileIdentity::of(const FileDescriptor& file) {
   struct stat status {};
   if (::fstat(file.number(), &status) != 0) return std::nullopt;
-  return identityFrom(status);
+  return from(status);
 }
 
 std::optional<FileIdentity> FileIdentity::of(const std::filesystem::path& path) {
   struct stat status {};
   if (::stat(path.c_str(), &status) != 0) return std::nullopt;
-  return identityFrom(status);
+  return from(status);
 }
 
 bool FileIdentity::isSettled() const {

@@ -16,22 +16,22 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// A document in the current version that loads without a fault, and the bytes that it was read
-// from: what is copied or restored is what was looked at, whatever becomes of the file meanwhile.
+// A document in the current version that loads without an error, and the bytes that it was read
+// from. The bytes copied or restored are the bytes checked, even if the file changes meanwhile.
 struct ValidDocument {
   std::string bytes;
   PersistedState state;
 };
 
-ValidDocument readValid(const fs::path& url) {
-  auto bytes = readFile(url);
-  if (!bytes) throw FileError("open", url, ENOENT);
-  const std::int64_t version = SchemaProbe::read(JSONDocument(*bytes)).schemaVersion;
+ValidDocument readValid(const fs::path& path) {
+  auto bytes = readFile(path);
+  if (!bytes) throw FileError("open", path, ENOENT);
+  const JSONDocument document(*bytes);
+  const std::int64_t version = SchemaProbe::read(document).schemaVersion;
   if (version != PersistedState::currentSchemaVersion) {
     throw DataBackupError::legacySchema(version);
   }
-  PersistedState state = LocalStore::stateFrom(*bytes);
-  return {.bytes = std::move(*bytes), .state = std::move(state)};
+  return {.bytes = std::move(*bytes), .state = LocalStore::stateFrom(document)};
 }
 
 void writeCopy(const std::string& bytes, const fs::path& to) {
@@ -51,7 +51,7 @@ std::string dailyName(LocalDay day) {
 }  // namespace
 
 fs::path DataBackupManager::createDailyBackup(Instant now, const Calendar& calendar) const {
-  const ValidDocument live = readValid(store_.url());
+  const ValidDocument live = readValid(localStore_.url());
   fs::path backup = dailyBackupDirectory_ / dailyName(calendar.day(now));
   std::error_code unknown;
   if (!fs::exists(backup, unknown)) writeCopy(live.bytes, backup);
@@ -59,12 +59,12 @@ fs::path DataBackupManager::createDailyBackup(Instant now, const Calendar& calen
 }
 
 void DataBackupManager::exportBackup(const fs::path& destination) const {
-  writeCopy(readValid(store_.url()).bytes, destination);
+  writeCopy(readValid(localStore_.url()).bytes, destination);
 }
 
 PersistedState DataBackupManager::restoreBackup(const fs::path& source) const {
   PersistedState state = readValid(source).state;
-  store_.save(state);
+  localStore_.save(state);
   return state;
 }
 

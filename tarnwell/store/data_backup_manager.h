@@ -1,4 +1,4 @@
-// Backups that a user sees: one copy of the data file for each day, an export, and the way back.
+// Backups that the user sees: one copy of the data file for each day, export, and restore.
 #pragma once
 
 #include <cstdint>
@@ -34,28 +34,30 @@ class DataBackupError : public Error {
   std::int64_t version_;
 };
 
-// A value. Any thread may call it; it does not lock. Only a document in the current version that
-// loads without a fault is ever copied or restored. Nothing is ever deleted. Whatever fails throws
-// DataBackupError, LocalStoreError, ProductivityValidationError, JSONError or FileError, with the
-// live file untouched.
+// A value. Thread-safe. Does not lock. Copies and restores only documents in the current version
+// that load without an error. Never deletes a file. Operations throw DataBackupError,
+// LocalStoreError, ProductivityValidationError, JSONError or FileError, and then leave the data
+// file unchanged.
 class DataBackupManager {
  public:
-  DataBackupManager(LocalStore store, std::filesystem::path dailyBackupDirectory)
-      : store_(std::move(store)), dailyBackupDirectory_(std::move(dailyBackupDirectory)) {}
+  DataBackupManager(LocalStore localStore, std::filesystem::path dailyBackupDirectory)
+      : localStore_(std::move(localStore)),
+        dailyBackupDirectory_(std::move(dailyBackupDirectory)) {}
 
-  // Copies the data file to "Tarnwell-2025-03-09.json", after the day in the calendar, unless the
-  // day has its copy already. Returns where the day's copy is.
-  std::filesystem::path createDailyBackup(Instant now, const Calendar& calendar) const;
+  // Copies the data file to "Tarnwell-2025-03-09.json", named after the day in the calendar, unless
+  // that day has a copy already. Returns the path of the day's copy.
+  std::filesystem::path createDailyBackup(Instant now = Instant::now(),
+                                          const Calendar& calendar = Calendar::current()) const;
 
-  // Copies the data file, replacing what there is.
+  // Copies the data file, replacing any file at the destination.
   void exportBackup(const std::filesystem::path& destination) const;
 
-  // Makes a backup the data file, its revision included, and returns its state. The file that it
-  // replaces is kept among the copies of the store.
+  // Replaces the document with a backup, including the revision, and returns its state. The store
+  // keeps a copy of the document that is replaced.
   PersistedState restoreBackup(const std::filesystem::path& source) const;
 
  private:
-  LocalStore store_;
+  LocalStore localStore_;
   std::filesystem::path dailyBackupDirectory_;
 };
 

@@ -4,17 +4,17 @@
 
 namespace tarnwell {
 
-DocumentCache::Document DocumentCache::find(const std::filesystem::path& path) const {
+DocumentCache::Document DocumentCache::find(const FileIdentity& identity) const {
   const std::scoped_lock guard(mutex_);
-  if (!entry_ || FileIdentity::of(path) != entry_->identity) return nullptr;
+  if (!entry_ || identity != entry_->file.identity) return nullptr;
   return entry_->document;
 }
 
-void DocumentCache::keep(FileDescriptor file, const FileIdentity& before, Document document) {
+void DocumentCache::keep(OpenedFile file, Document document) {
   const std::scoped_lock guard(mutex_);
   entry_.reset();
-  if (FileIdentity::of(file) != before) return;
-  entry_.emplace(Entry{std::move(file), before, std::move(document)});
+  if (FileIdentity::of(file.descriptor) != file.identity) return;
+  entry_.emplace(Entry{std::move(file), std::move(document)});
 }
 
 }  // namespace tarnwell

@@ -1,35 +1,31 @@
-// The last document that was read from a data file, so that whoever needs it again need not read it
-// again. It cannot be told from reading: the file must still be the very same.
+// Caches the last document read. A hit requires that the file is unchanged, so callers cannot
+// distinguish it from a fresh read.
 #pragma once
 
-#include <filesystem>
 #include <memory>
 #include <mutex>
 #include <optional>
 
-#include "tarnwell/platform/file_descriptor.h"
-#include "tarnwell/platform/file_identity.h"
+#include "tarnwell/platform/file.h"
 #include "tarnwell/store/persisted_state.h"
 
 namespace tarnwell {
 
-// Any thread may call.
+// Thread-safe.
 class DocumentCache {
  public:
   using Document = std::shared_ptr<const PersistedState>;
 
-  // The document, if the path still names the file that it was read from and that has not changed
-  // since; otherwise null.
-  Document find(const std::filesystem::path& path) const;
+  // Returns the document that was read from the file of this identity, or null.
+  Document find(const FileIdentity& identity) const;
 
-  // Keeps a document with the open file that it was read from and what that was, settled, before
-  // reading; unless it is something else by now.
-  void keep(FileDescriptor file, const FileIdentity& before, Document document);
+  // Keeps a document and the open file that it was read from, with the identity that the file had
+  // before it was read, unless the file has changed since.
+  void keep(OpenedFile file, Document document);
 
  private:
   struct Entry {
-    FileDescriptor file;  // held open, so that no other file takes its identity
-    FileIdentity identity;
+    OpenedFile file;  // held open, so that no other file takes its identity
     Document document;
   };
 

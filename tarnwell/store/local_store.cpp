@@ -1,11 +1,12 @@
 #include "tarnwell/store/local_store.h"
 
 #include <exception>
+#include <optional>
 
 #include "tarnwell/base/uuid.h"
-#include "tarnwell/json/json_document.h"
 #include "tarnwell/platform/atomic_file.h"
 #include "tarnwell/platform/file.h"
+#include "tarnwell/platform/file_copy.h"
 #include "tarnwell/platform/file_lock.h"
 #include "tarnwell/store/document_cache.h"
 #include "tarnwell/store/persisted_state_json.h"
@@ -16,8 +17,10 @@ namespace fs = std::filesystem;
 
 namespace {
 
-PersistedState readDocument(std::string content) {
-  const JSONDocument document(std::move(content));
+constexpr std::string_view unreadablePrefix = "Tarnwell data could not be read: ";
+constexpr std::string_view lockFailedPrefix = "Tarnwell data could not be locked: ";
+
+PersistedState readDocument(const JSONDocument& document) {
   const std::int64_t version = SchemaProbe::read(document).schemaVersion;
   if (version > PersistedState::currentSchemaVersion) {
     throw LocalStoreError::unsupportedSchema(version);
@@ -27,7 +30,7 @@ PersistedState readDocument(std::string content) {
   return state;
 }
 
-// Runs what reads a document; whatever fails in it is what makes the document unreadable.
+// Runs a function that reads a document. Turns every failure into LocalStoreError.
 template <class Read>
 auto reading(Read read) {
   try {
@@ -43,60 +46,94 @@ auto reading(Read read) {
 
 LocalStoreError LocalStoreError::unsupportedSchema(std::int64_t version) {
   return {Case::unsupportedSchema,
-          "This data was created by unsupported schema version " + std::to_string(version) + "."};
+          "This data was created by unsupported schema version " + std::to_string(version) + ".",
+          version};
 }
 
 LocalStoreError LocalStoreError::unreadable(std::string_view message) {
-  return {Case::unreadable, "Tarnwell data could not be read: " + std::string(message)};
+  return {Case::unreadable, std::string(unreadablePrefix).append(message)};
 }
 
 LocalStoreError LocalStoreError::lockFailed(std::string_view message) {
-  return {Case::lockFailed, "Tarnwell data could not be locked: " + std::string(message)};
+  return {Case::lockFailed, std::string(lockFailedPrefix).append(message)};
 }
 
-LocalStore::LocalStore(fs::path url)
-    : url_(std::move(url)), cache_(std::make_shared<DocumentCache>()) {}
+std::string_view LocalStoreError::message() const noexcept {
+  switch (which_) {
+    case Case::unreadable:
+      return description().substr(unreadablePrefix.size());
+    case Case::lockFailed:
+      return description().substr(lockFailedPrefix.size());
+    case Case::unsupportedSchema:
+      break;
+  }
+  return "";
+}
 
-PersistedState LocalStore::stateFrom(std::string content) {
-  return reading([&] { return readDocument(std::move(content)); });
+LocalStore::LocalStore(fs::path path)
+    : path_(std::move(path)), cache_(std::make_shared<DocumentCache>()) {}
+
+PersistedState LocalStore::stateFrom(const JSONDocument& document) {
+  return reading([&] { return readDocument(document); });
 }
 
 std::shared_ptr<const PersistedState> LocalStore::loadShared() const {
-  if (auto document = cache_->find(url_)) return document;
   return reading([&] {
-    auto file = openForReading(url_);
+    auto file = openForReading(path_);
     if (!file) return std::make_shared<const PersistedState>(PersistedState::initial());
-    const auto before = FileIdentity::of(*file);
-    const bool isSettled = before && before->isSettled();
-    auto document = std::make_shared<const PersistedState>(readDocument(readFile(*file, url_)));
-    if (isSettled) cache_->keep(std::move(*file), *before, document);
+    if (auto document = cache_->find(file->identity)) return document;
+    const bool isSettled = file->identity.isSettled();
+    const JSONDocument content(readFile(*file, path_));
+    auto document = std::make_shared<const PersistedState>(readDocument(content));
+    if (isSettled) cache_->keep(std::move(*file), document);
     return document;
   });
 }
 
+// The order in which a change reaches the disk. A crash between any two steps leaves a whole
+// document under the name, and every earlier document in a whole copy.
+//
+// 1. Validate, so that a refusal touches nothing.
+// 2. Create the folders, each durable before anything is put into it.
+// 3. Write the new document under a temporary name and sync it: no name may stand for bytes that
+//    are not on the disk. A full disk or a size limit fails here, before the old file is touched.
+// 4. Give the old document the name of its copy. This is late because until the rename the copy and
+//    the data file may be one file, which a program that edits in place would change under both
+//    names. A failure from here on separates them again.
+// 5. Sync the folder of the copies: the copy has its name on the disk before the data file changes.
+// 6. Rename the new document over the old one and sync the folder. The rename is the commit: every
+//    reader sees one document or the other, and once the folder is synced, so does a reader after a
+//    power cut.
 void LocalStore::save(const PersistedState& state) const {
   if (state.schemaVersion != PersistedState::currentSchemaVersion) {
     throw LocalStoreError::unsupportedSchema(state.schemaVersion);
   }
   state.validateTasks();
-  const fs::path folder = url_.parent_path();
-  createFolders(folder);
+
+  const fs::path folder = path_.parent_path();
   const fs::path copies = folder / "State Backups";
-  const auto previous = openForReading(url_);
-  if (previous) {
-    createFolders(copies);
-    copyFile(*previous, copies / ("state-" + UUID::random().text() + ".json"));
-  }
-  FileReplacement file(url_);
+  createFolders(folder);
+  const auto previous = openForReading(path_);
+  if (previous) createFolders(copies);
+
+  FileReplacement file(path_);
   encodePersistedState(state, [&](std::string_view bytes) { file.write(bytes); });
   file.sync();
-  // As late as this, where a journal has usually taken the copy's name along with the new file.
-  if (previous) syncFolder(copies);
-  file.commit();
+  if (!previous) return file.commit();
+
+  const CopyBeforeReplacement copy(previous->descriptor, file.target(),
+                                   copies / ("state-" + UUID::random().text() + ".json"));
+  try {
+    syncFolder(copies);
+    file.commit();
+  } catch (...) {
+    copy.separate();
+    throw;
+  }
 }
 
 void LocalStore::migrateToCurrentSchema() const {
-  auto text = readFile(url_);
+  auto text = readFile(path_);
   if (!text) return;
   const JSONDocument document(std::move(*text));
   if (SchemaProbe::read(document).schemaVersion >= PersistedState::currentSchemaVersion) return;
@@ -104,8 +141,8 @@ void LocalStore::migrateToCurrentSchema() const {
 }
 
 std::shared_ptr<FileLock> LocalStore::acquireLock() const {
-  createFolders(url_.parent_path());
-  fs::path lockFile = url_;
+  createFolders(path_.parent_path());
+  fs::path lockFile = path_;
   lockFile += ".lock";
   try {
     return std::make_shared<FileLock>(lockFile);

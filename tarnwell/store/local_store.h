@@ -1,5 +1,7 @@
-// The only code that touches the data file: reads it, keeps a copy of it before each write, writes
-// it atomically, and locks it against other processes.
+// The plan on the disk. This folder holds the document and all access to it: the data file
+// (LocalStore), transactions (TaskStore), daily backups, and the noticing of changes.
+//
+// LocalStore is the only code that touches the data file.
 #pragma once
 
 #include <cstdint>
@@ -17,6 +19,7 @@ namespace tarnwell {
 
 class DocumentCache;
 class FileLock;
+class JSONDocument;
 
 class LocalStoreError : public Error {
  public:
@@ -28,46 +31,56 @@ class LocalStoreError : public Error {
 
   Case which() const noexcept { return which_; }
 
-  // By case and payload; the description holds the payload.
+  // The version that was refused; 0 for the other cases.
+  std::int64_t version() const noexcept { return version_; }
+
+  // The reason; empty for `unsupportedSchema`.
+  std::string_view message() const noexcept;
+
+  // Compares case and payload, which the description holds.
   friend bool operator==(const LocalStoreError& a, const LocalStoreError& b) {
     return a.which_ == b.which_ && a.description() == b.description();
   }
 
  private:
-  LocalStoreError(Case which, const std::string& description) : Error(description), which_(which) {}
+  LocalStoreError(Case which, const std::string& description, std::int64_t version = 0)
+      : Error(description), which_(which), version_(version) {}
 
   Case which_;
+  std::int64_t version_;
 };
 
-// A value: the location of the data file. Beside the file stand its lock ("state.json.lock") and
-// the folder "State Backups" with one copy for each write, never pruned. Everything that is created
-// is private to its owner.
+// A value: the location of the data file. Beside the file are its lock ("state.json.lock") and the
+// folder "State Backups" with one copy for each save, never pruned. New files and folders are
+// private.
 //
-// Any thread may call it. `load` and `save` do not lock: whoever reads, changes and writes does so
-// inside `withExclusiveLock` or `updateAtomically`.
+// Thread-safe. `load` and `save` do not lock: callers that read, change and write do so inside
+// `withExclusiveLock` or `updateAtomically`.
 class LocalStore {
  public:
-  explicit LocalStore(std::filesystem::path url);
+  // Accesses no file.
+  explicit LocalStore(std::filesystem::path path);
 
-  const std::filesystem::path& url() const { return url_; }
+  const std::filesystem::path& url() const { return path_; }
 
-  // The document, validated, in the current version; the initial state where there is no file.
-  // Writes nothing. Throws LocalStoreError.
+  // Returns the document, validated, in the current version, or the initial state when there is no
+  // file. Writes nothing. Throws LocalStoreError.
   PersistedState load() const { return *loadShared(); }
 
-  // The same for those who only look. A file that is still the one that this store, or a copy of
-  // it, has read before is not read again.
+  // Returns the same without copying it. Does not read a file again that this store, or a copy of
+  // this store, has read before and that has not changed since.
   std::shared_ptr<const PersistedState> loadShared() const;
 
-  // What `load` makes of a file with this content. Throws LocalStoreError.
-  static PersistedState stateFrom(std::string content);
+  // Returns what `load` returns for a file with this content. Throws LocalStoreError.
+  static PersistedState stateFrom(const JSONDocument& document);
 
-  // Throws LocalStoreError::unsupportedSchema for a state that is not in the current version,
-  // ProductivityValidationError, FileError or JSONError. The data file is then as it was.
+  // Validates every task and replaces the data file. Throws LocalStoreError::unsupportedSchema for
+  // a state that is not in the current version, ProductivityValidationError, FileError or
+  // JSONError; the data file is then unchanged.
   void save(const PersistedState& state) const;
 
-  // Runs `body` while no other process, and nobody else in this one, holds the lock. Waits without
-  // limit. Not reentrant. Returns what `body` returns; throws what it throws,
+  // Runs `body` while no other process and no other thread holds the lock. Waits without limit. Not
+  // reentrant. Returns the result of `body`. Throws the errors of `body`,
   // LocalStoreError::lockFailed, or FileError when the folder cannot be created.
   template <class Body>
   auto withExclusiveLock(Body&& body) const {
@@ -75,8 +88,8 @@ class LocalStore {
     return std::forward<Body>(body)();
   }
 
-  // Under the lock: loads, lets `body` change the state in place, saves, and returns what `body`
-  // returned. Saves nothing when `body` throws. Leaves the revision to `body`.
+  // Under the lock: loads, lets `body` change the state in place, saves, and returns the result of
+  // `body`. Saves nothing when `body` throws. Leaves the revision to `body`.
   template <class Body>
   auto updateAtomically(Body&& body) const {
     return withExclusiveLock([&] {
@@ -92,15 +105,15 @@ class LocalStore {
     });
   }
 
-  // Rewrites a file of an older version in the current one; leaves any other alone. Does not lock.
-  // Throws what reading and `save` throw, unwrapped.
+  // Rewrites a file of an older version in the current version. Leaves any other file alone. Does
+  // not lock. Throws the errors of reading and of `save`, unwrapped.
   void migrateToCurrentSchema() const;
 
  private:
   std::shared_ptr<FileLock> acquireLock() const;  // released with the last pointer to it
 
-  std::filesystem::path url_;
-  std::shared_ptr<DocumentCache> cache_;  // shared by the copies
+  std::filesystem::path path_;
+  std::shared_ptr<DocumentCache> cache_;  // shared by copies of the store
 };
 
 }  // namespace tarnwell

@@ -1,4 +1,4 @@
-// The document: everything that the data file holds.
+// The document: the content of the data file.
 #pragma once
 
 #include <cstdint>
@@ -30,10 +30,10 @@ struct PersistedState {
   std::vector<TaskAuditEvent> auditEvents{};  // oldest first, never trimmed
   ProductivityPreferences preferences{};
 
-  // What there is before there is a file: the default group and no plan.
+  // The state before the first save: the default group and an empty plan.
   static const PersistedState& initial();
 
-  // Throws the ProductivityValidationError of the first task, in stored order, that has one.
+  // Throws the ProductivityValidationError of the first invalid task in stored order.
   void validateTasks() const;
 
   // The keys that every version has.

@@ -12,7 +12,7 @@
 
 namespace tarnwell {
 
-// The version of a document, known without reading the rest of it.
+// The version of a document, read without the rest of it.
 struct SchemaProbe {
   std::int64_t schemaVersion{};
 
@@ -24,9 +24,9 @@ struct SchemaProbe {
   static SchemaProbe read(const JSONDocument& document);
 };
 
-// Reads a document of any version, and says the current one of the result: a document of version 1
-// keeps its blocking data and starts with an empty plan, however old or new any other is read in
-// full. Throws JSONError.
+// Reads a document of any version; the result always says the current one. Of version 1, reads the
+// blocking data alone and starts with an empty plan. Reads every other version in full. Throws
+// JSONError.
 PersistedState decodePersistedState(const JSONDocument& document);
 
 // Indented, keys in ascending order, instants as seconds since the reference date. Throws

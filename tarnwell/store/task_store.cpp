@@ -10,18 +10,19 @@ TaskStoreError::TaskStoreError(std::int64_t expected, std::int64_t actual)
       expected_(expected),
       actual_(actual) {}
 
-TaskStore::TaskStore(LocalStore store) : store_(std::move(store)), state_(store_.loadShared()) {}
+TaskStore::TaskStore(LocalStore localStore)
+    : localStore_(std::move(localStore)), state_(localStore_.loadShared()) {}
 
-TaskStore::TaskStore(LocalStore store, PersistedState recoveryState)
-    : store_(std::move(store)),
+TaskStore::TaskStore(LocalStore localStore, PersistedState recoveryState)
+    : localStore_(std::move(localStore)),
       state_(std::make_shared<const PersistedState>(std::move(recoveryState))) {}
 
 TaskStoreSnapshot TaskStore::snapshot() {
   const std::scoped_lock guard(mutex_);
   try {
-    state_ = store_.loadShared();
+    state_ = localStore_.loadShared();
   } catch (const LocalStoreError&) {
-    // The last good state is the answer.
+    // The last state read stands.
   }
   return TaskStoreSnapshot(state_);
 }
@@ -29,20 +30,19 @@ TaskStoreSnapshot TaskStore::snapshot() {
 TaskStoreSnapshot TaskStore::transact(const TaskTransaction& transaction,
                                       const std::function<void(PersistedState&)>& change) {
   const std::scoped_lock guard(mutex_);
-  return store_.withExclusiveLock([&] {
-    state_ = store_.loadShared();
+  return localStore_.withExclusiveLock([&] {
+    state_ = localStore_.loadShared();
     if (*transaction.expectedRevision != state_->revision) {
       throw TaskStoreError::revisionConflict(*transaction.expectedRevision, state_->revision);
     }
     auto changed = std::make_shared<PersistedState>(*state_);
     change(*changed);
-    changed->validateTasks();
     changed->revision = checkedAdd(changed->revision, 1);
     changed->auditEvents.push_back({.timestamp = transaction.now,
                                     .source = transaction.source,
                                     .action = transaction.action,
                                     .taskID = transaction.taskID});
-    store_.save(*changed);
+    localStore_.save(*changed);
     state_ = std::move(changed);
     return TaskStoreSnapshot(state_);
   });

@@ -1,4 +1,18 @@
-// The single gateway to the plan: snapshots for reading, revision-checked transactions for change.
+// The single gateway to the plan: snapshots for reading, transactions on a revision for changes.
+//
+// A change goes through these steps:
+//   1. take a snapshot and decide on it;
+//   2. call `transact` with the snapshot's revision and a function that changes the state;
+//   3. use the returned snapshot, or, after a TaskStoreError, take a new snapshot and decide again.
+//
+//   const TaskStoreSnapshot before = taskStore.snapshot();
+//   const FocusTask task = FocusTask::make({.title = "Water the plants"});
+//   const TaskStoreSnapshot after = taskStore.transact(
+//       {.expectedRevision = before.revision(),
+//        .source = MutationSource::user,
+//        .action = "task.create",
+//        .taskID = task.id},
+//       [&](PersistedState& state) { state.tasks.push_back(task); });
 #pragma once
 
 #include <cstdint>
@@ -18,7 +32,7 @@
 
 namespace tarnwell {
 
-// The plan changed since the caller looked at it.
+// The plan has changed since the caller's snapshot.
 class TaskStoreError : public Error {
  public:
   static TaskStoreError revisionConflict(std::int64_t expected, std::int64_t actual) {
@@ -42,6 +56,8 @@ class TaskStoreError : public Error {
 // An immutable view of the plan at one revision. Copies share the state.
 class TaskStoreSnapshot {
  public:
+  explicit TaskStoreSnapshot(PersistedState state)
+      : TaskStoreSnapshot(std::make_shared<const PersistedState>(std::move(state))) {}
   explicit TaskStoreSnapshot(std::shared_ptr<const PersistedState> state)
       : state_(std::move(state)) {}
 
@@ -56,38 +72,39 @@ class TaskStoreSnapshot {
   std::shared_ptr<const PersistedState> state_;
 };
 
-// What a transaction is and what its audit event says.
+// The revision that a change is based on, and the audit event that records the change.
 struct TaskTransaction {
-  Required<std::int64_t> expectedRevision;  // of the snapshot that the change was computed from
+  Required<std::int64_t> expectedRevision;  // of the snapshot on which the change was decided
   Required<MutationSource> source;
   Required<std::string> action;
   std::optional<UUID> taskID{};
   Instant now = Instant::now();
 };
 
-// Operations run one at a time; any thread may call. One per process.
+// Thread-safe: operations run one at a time. One per process.
 class TaskStore {
  public:
   // Throws LocalStoreError when the file cannot be read.
-  explicit TaskStore(LocalStore store);
+  explicit TaskStore(LocalStore localStore);
 
-  // For a host that must start even then: begins from `recoveryState` without reading the file.
-  TaskStore(LocalStore store, PersistedState recoveryState);
+  // Starts from `recoveryState` without reading the file, for a host that must start even then.
+  TaskStore(LocalStore localStore, PersistedState recoveryState);
 
-  // The file's content, or the last state that could be read when it cannot be. Never fails.
+  // Returns the plan, or, while the file cannot be read, the last plan read. Does not throw.
   TaskStoreSnapshot snapshot();
 
-  // Under the lock: reloads, compares the revisions, runs `change` on a copy, validates every task,
-  // raises the revision by one, appends one audit event and saves. When a step throws
-  // (TaskStoreError, LocalStoreError, ProductivityValidationError, FileError, or what `change`
-  // throws) the file is as it was. `change` must not call the store. Returns the new state.
+  // Under the lock: reloads, compares the revisions, runs `change` on a copy, increments the
+  // revision, appends one audit event and saves, which validates every task. When a step throws
+  // (TaskStoreError, LocalStoreError, ProductivityValidationError, FileError, JSONError, or an
+  // error of `change`) the file is unchanged. `change` must not call the store. Returns the new
+  // state.
   TaskStoreSnapshot transact(const TaskTransaction& transaction,
                              const std::function<void(PersistedState&)>& change);
 
  private:
   std::mutex mutex_;
-  const LocalStore store_;
-  std::shared_ptr<const PersistedState> state_;  // the last one read or written
+  const LocalStore localStore_;
+  std::shared_ptr<const PersistedState> state_;  // the last state read or written
 };
 
 }  // namespace tarnwell

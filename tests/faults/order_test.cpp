@@ -1,4 +1,4 @@
-// In which order a change reaches the disk: by what the tool asks of the system.
+// The order in which a change reaches the disk, in the system calls of the tool.
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tarnwell/platform/atomic_file.h"
 #include "tarnwell/store/local_store.h"
 
 #include "tests/faults/traced_tool.h"
@@ -31,8 +32,8 @@ class OrderOfAChange : public testing::Test {
     const auto run = runSettled(createCommand(1, "New"));
     ASSERT_EQ(run.result.exitStatus, 0);
     calls = run.calls;
-    document = firstRenamingTo(tool.dataFile().string());
-    copy = firstRenamingTo((copies() / "state-").string());
+    document = firstNaming(tool.dataFile().string());
+    copy = firstNaming((copies() / "state-").string());
     ASSERT_LT(document, calls.size());
     ASSERT_LT(copy, calls.size());
   }
@@ -45,12 +46,13 @@ class OrderOfAChange : public testing::Test {
   test::TracedRun runSettled(const std::string& command,
                              const std::optional<test::Fault>& fault = std::nullopt) const {
     tool.awaitSettledPlan();
-    return test::runTraced(tool.home(), command, fault);
+    return test::runTraced(tool.process(command), fault);
   }
 
   fs::path copies() const { return tool.dataDirectory() / "State Backups"; }
 
-  std::size_t firstRenamingTo(const std::string& start) const {
+  // The first call that renames or links a file to a path that starts like this.
+  std::size_t firstNaming(const std::string& start) const {
     return first([&](const FileCall& call) { return call.target.starts_with(start); });
   }
 
@@ -68,7 +70,7 @@ class OrderOfAChange : public testing::Test {
     return calls.size();
   }
 
-  // That what a renaming puts into place was written, and synced after the last piece.
+  // Checks that the renamed file was written, and synced after the last piece.
   void expectSyncedBefore(std::size_t renaming) const {
     const fs::path written = calls[renaming].path;
     const std::size_t write = last("write", written, renaming);
@@ -77,26 +79,47 @@ class OrderOfAChange : public testing::Test {
     EXPECT_LT(sync, renaming);
   }
 
+  // Checks that the command is refused when any one of the syncs before its renaming fails, apart
+  // from that of the old document. There are at least `least` of them.
+  void expectSyncsToMatter(const std::string& command, std::size_t least) {
+    const test::ScratchFolder pristine;
+    fs::copy(tool.home(), pristine.path(), fs::copy_options::recursive);
+    const auto restore = [&] {
+      fs::remove_all(tool.home() / ".local");
+      fs::copy(pristine.path(), tool.home(), fs::copy_options::recursive);
+    };
+    calls = runSettled(command).calls;
+    const std::size_t renaming = firstNaming(tool.dataFile().string());
+    std::size_t count = 0;
+    for (std::size_t i = 0; i < renaming; ++i) {
+      if (calls[i].name != "sync" || calls[i].path == tool.dataFile()) continue;
+      restore();
+      const auto run = runSettled(command, {{.call = i, .error = EIO}});
+      ASSERT_EQ(run.calls.at(i).name, "sync");
+      EXPECT_FALSE(test::replyIn(run.result).ok) << calls[i].path;
+      ++count;
+    }
+    EXPECT_GE(count, least);
+  }
+
   // With a document of several pieces, before and after.
   test::Tool tool;
   std::vector<FileCall> calls;
   std::size_t document = 0;  // the renaming that puts the new document into place
-  std::size_t copy = 0;      // the one that puts the copy of the old document into place
+  std::size_t copy = 0;      // the call that gives the copy of the old document its name
 };
 
 TEST_F(OrderOfAChange, theNewDocumentIsOnTheDiskBeforeItGetsItsName) {
   expectSyncedBefore(document);
 }
 
-TEST_F(OrderOfAChange, theDiskBeginsWithAPieceBeforeTheNextIsWritten) {
-  for (const std::size_t renaming : {copy, document}) {
-    const fs::path written = calls[renaming].path;
-    const std::size_t begun = last("begin sync", written, last("write", written, renaming));
-    EXPECT_LT(begun, renaming);
-  }
+TEST_F(OrderOfAChange, writeBackOfAPieceBeginsBeforeTheNextIsWritten) {
+  const fs::path written = calls[document].path;
+  const std::size_t begun = last("begin sync", written, last("write", written, document));
+  EXPECT_LT(begun, document);
 }
 
-TEST_F(OrderOfAChange, aDiskThatWillNotBeginIsNoFailure) {
+TEST_F(OrderOfAChange, writeBackThatCannotBeginIsNoFailure) {
   calls = runSettled(createCommand(2, "Undisturbed")).calls;
   const std::size_t beginning =
       first([](const FileCall& call) { return call.name == "begin sync"; });
@@ -109,11 +132,59 @@ TEST_F(OrderOfAChange, aDiskThatWillNotBeginIsNoFailure) {
   EXPECT_EQ(LocalStore(tool.dataFile()).load().tasks.back().title, "Disturbed");
 }
 
-TEST_F(OrderOfAChange, theCopyIsOnTheDiskUnderItsNameBeforeTheNewDocumentGetsIts) {
-  expectSyncedBefore(copy);
+TEST_F(OrderOfAChange, theCopyIsALinkToTheOldDocumentWhichIsOnTheDisk) {
+  EXPECT_EQ(calls[copy].name, "link");
+  EXPECT_EQ(calls[copy].path, tool.dataFile());
+  EXPECT_LT(last("sync", tool.dataFile(), copy), copy);
+}
+
+TEST_F(OrderOfAChange, theCopyIsMadeWhenTheNewDocumentIsOnTheDisk) {
+  EXPECT_LT(last("sync", calls[document].path, document), copy);
+}
+
+TEST_F(OrderOfAChange, theCopyIsOnTheDiskUnderItsNameBeforeTheNewDocumentGetsItsName) {
   const std::size_t folder = last("sync", copies(), document);
   EXPECT_LT(copy, folder);
   EXPECT_LT(folder, document);
+}
+
+TEST_F(OrderOfAChange, aDocumentThatOtherUsersMayReadIsCopied) {
+  fs::permissions(tool.dataFile(), fs::perms(0640));
+  calls = runSettled(createCommand(2, "Shared")).calls;
+  document = firstNaming(tool.dataFile().string());
+  copy = firstNaming((copies() / "state-").string());
+  ASSERT_LT(document, calls.size());
+  EXPECT_EQ(calls.at(copy).name, "rename");
+  expectSyncedBefore(copy);
+  EXPECT_LT(copy, last("sync", copies(), document));
+}
+
+TEST_F(OrderOfAChange, aSyncThatFailsBeforeTheRenamingRefusesTheChange) {
+  expectSyncsToMatter(createCommand(2, "Refused"), 2);
+}
+
+TEST_F(OrderOfAChange, aSyncThatFailsInAnEmptyHomeRefusesTheFirstChange) {
+  fs::remove_all(tool.home() / ".local");
+  expectSyncsToMatter(createCommand(0, "Refused"), 4);
+}
+
+TEST_F(OrderOfAChange, aSyncOfTheOldDocumentThatFailsHasItCopied) {
+  calls = runSettled(createCommand(2, "Undisturbed")).calls;
+  const std::size_t sync = last("sync", tool.dataFile(), calls.size());
+  const auto run = runSettled(createCommand(3, "Disturbed"), {{.call = sync, .error = EIO}});
+  EXPECT_LT(run.calls.at(sync).result, 0);
+  EXPECT_TRUE(test::replyIn(run.result).ok);
+  calls = run.calls;
+  EXPECT_EQ(calls.at(firstNaming((copies() / "state-").string())).name, "rename");
+}
+
+TEST_F(OrderOfAChange, aSyncOfTheFolderThatFailsAfterTheRenamingIsNoRefusal) {
+  calls = runSettled(createCommand(2, "Undisturbed")).calls;
+  const std::size_t sync = last("sync", tool.dataDirectory(), calls.size());
+  const auto run = runSettled(createCommand(3, "Disturbed"), {{.call = sync, .error = EIO}});
+  EXPECT_LT(run.calls.at(sync).result, 0);
+  EXPECT_TRUE(test::replyIn(run.result).ok);
+  EXPECT_EQ(LocalStore(tool.dataFile()).load().tasks.back().title, "Disturbed");
 }
 
 TEST_F(OrderOfAChange, theNameIsOnTheDiskBeforeTheReply) {
@@ -139,6 +210,20 @@ TEST_F(OrderOfAChange, theLockIsHeldFromBeforeTheReadingUntilTheNameIsOnTheDisk)
   EXPECT_LT(taken, lastOpened);
   const std::size_t released = last("flock", lock, calls.size());
   EXPECT_LT(last("sync", tool.dataDirectory(), calls.size()), released);
+}
+
+TEST(OrderOfAReplacement, theBytesAreOnTheDiskBeforeTheyGetTheirName) {
+  if (const std::string obstacle = test::obstacleToTracing(); !obstacle.empty()) {
+    GTEST_SKIP() << obstacle;
+  }
+  const test::ScratchFolder folder;
+  std::vector<std::string> order;
+  for (const FileCall& call : test::traceCalls([&] { replaceFile(folder / "file", "content"); })) {
+    if (call.name == "write" || call.name == "sync" || call.name == "rename") {
+      order.push_back(call.name);
+    }
+  }
+  EXPECT_EQ(order, (std::vector<std::string>{"write", "sync", "rename", "sync"}));
 }
 
 }  // namespace

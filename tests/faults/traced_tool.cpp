@@ -24,10 +24,12 @@ namespace {
 
 struct Description {
   const char* name;
-  int pathArgument = -1;        // which argument names a file
-  int targetArgument = -1;      // which one names its new place
-  int descriptorArgument = -1;  // which one is a descriptor
-  int countArgument = -1;       // which one says how many bytes
+  int pathArgument = -1;        // the argument that names a file
+  int targetArgument = -1;      // the argument that is the new name
+  int descriptorArgument = -1;  // the argument that is a descriptor
+  int flagsArgument = -1;       // the argument that holds flags
+  int dataArgument = -1;        // the argument that points to bytes to write
+  int countArgument = -1;       // the argument that says how many bytes
   std::vector<int> errors{};
 };
 
@@ -36,12 +38,14 @@ const std::map<std::uint64_t, Description>& descriptions() {
       {SYS_openat,
        {.name = "open",
         .pathArgument = 1,
+        .flagsArgument = 2,
         .errors = {EACCES, EDQUOT, EINTR, EIO, EMFILE, ENFILE, ENOMEM, ENOSPC, EROFS}}},
       {SYS_read,
        {.name = "read", .descriptorArgument = 0, .countArgument = 2, .errors = {EINTR, EIO}}},
       {SYS_write,
        {.name = "write",
         .descriptorArgument = 0,
+        .dataArgument = 1,
         .countArgument = 2,
         .errors = {EDQUOT, EFBIG, EINTR, EIO, ENOSPC, EPERM}}},
       {SYS_close,
@@ -58,6 +62,11 @@ const std::map<std::uint64_t, Description>& descriptions() {
         .pathArgument = 0,
         .targetArgument = 1,
         .errors = {EACCES, EDQUOT, ENOMEM, ENOSPC, EPERM, EROFS}}},
+      {SYS_link,
+       {.name = "link",
+        .pathArgument = 0,
+        .targetArgument = 1,
+        .errors = {EACCES, EDQUOT, EIO, EMLINK, ENOMEM, ENOSPC, EOPNOTSUPP, EPERM, EROFS, EXDEV}}},
       {SYS_unlink,
        {.name = "unlink", .pathArgument = 0, .errors = {EACCES, EIO, ENOMEM, EPERM, EROFS}}},
       {SYS_mkdir,
@@ -65,11 +74,15 @@ const std::map<std::uint64_t, Description>& descriptions() {
       {SYS_chmod, {.name = "chmod", .pathArgument = 0, .errors = {EIO, ENOMEM, EPERM, EROFS}}},
       {SYS_fchmod, {.name = "fchmod", .descriptorArgument = 0, .errors = {EIO, EPERM, EROFS}}},
       {SYS_fchown, {.name = "fchown", .descriptorArgument = 0, .errors = {EIO, EPERM, EROFS}}},
-      {SYS_flock, {.name = "flock", .descriptorArgument = 0, .errors = {EINTR, ENOLCK}}},
+      {SYS_flock,
+       {.name = "flock", .descriptorArgument = 0, .flagsArgument = 1, .errors = {EINTR, ENOLCK}}},
       {SYS_ioctl, {.name = "ioctl", .descriptorArgument = 0, .errors = {EIO, ENOSPC, EXDEV}}},
       {SYS_fcntl, {.name = "fcntl", .descriptorArgument = 0, .errors = {EMFILE}}},
       {SYS_dup2, {.name = "dup2", .descriptorArgument = 0, .errors = {EBUSY, EINTR}}},
       {SYS_lseek, {.name = "seek", .descriptorArgument = 0}},
+      {SYS_clone, {.name = "spawn"}},
+      {SYS_clone3, {.name = "spawn"}},
+      {SYS_vfork, {.name = "spawn"}},
       {SYS_readlink, {.name = "readlink", .pathArgument = 0, .errors = {EACCES, EIO, ENOMEM}}},
   };
   return all;
@@ -120,7 +133,9 @@ class MemoryFile {
 
 class Tracer {
  public:
-  Tracer(pid_t child, const std::optional<Fault>& fault) : child_(child), fault_(fault) {}
+  // Counts the calls from the tool's first one, or all of them.
+  Tracer(pid_t child, const std::optional<Fault>& fault, bool countsAll)
+      : child_(child), fault_(fault), hasBegun_(countsAll) {}
 
   // Returns what waitpid says of the end.
   int run() {
@@ -181,6 +196,10 @@ class Tracer {
     hasBegun_ = hasBegun_ || (call.name == "open" && call.path == "/dev/null");
     if (!hasBegun_) return;
     current_ = &description;
+    data_ = 0;
+    if (description.dataArgument >= 0) {
+      data_ = arguments.at(static_cast<std::size_t>(description.dataArgument));
+    }
     const std::size_t index = calls_.size();
     calls_.push_back(std::move(call));
     if (fault_ && isHit(index)) inject(description, arguments);
@@ -218,6 +237,7 @@ class Tracer {
     if (current_ == nullptr) return;
     FileCall& call = calls_.back();
     call.result = result;
+    if (data_ != 0 && result > 0) call.data = bytesAt(data_, static_cast<std::size_t>(result));
     const auto descriptor = static_cast<int>(result);
     if (call.name == "open" && result >= 0) opened_[descriptor] = call.path;
     if (call.name == "fcntl" && result >= 0) opened_[descriptor] = call.path;
@@ -230,11 +250,25 @@ class Tracer {
     const auto argument = [&](int index) { return arguments.at(static_cast<std::size_t>(index)); };
     if (description.pathArgument >= 0) call.path = textAt(argument(description.pathArgument));
     if (description.targetArgument >= 0) call.target = textAt(argument(description.targetArgument));
-    if (call.path.empty() && description.descriptorArgument >= 0) {
-      const auto found = opened_.find(static_cast<int>(argument(description.descriptorArgument)));
-      if (found != opened_.end()) call.path = found->second;
+    if (description.flagsArgument >= 0) {
+      call.flags = static_cast<int>(argument(description.flagsArgument));
+    }
+    if (description.descriptorArgument >= 0) {
+      call.descriptor = static_cast<int>(argument(description.descriptorArgument));
+      const auto found = opened_.find(call.descriptor);
+      if (call.path.empty() && found != opened_.end()) call.path = found->second;
     }
     return call;
+  }
+
+  std::string bytesAt(std::uint64_t address, std::size_t count) const {
+    std::string bytes(count, '\0');
+    const iovec here{.iov_base = bytes.data(), .iov_len = count};
+    const iovec there{.iov_base = reinterpret_cast<void*>(address), .iov_len = count};  // NOLINT
+    if (::process_vm_readv(child_, &here, 1, &there, 1, 0) != static_cast<ssize_t>(count)) {
+      throw std::system_error(errno, std::generic_category(), "process_vm_readv");
+    }
+    return bytes;
   }
 
   // A text of the traced process, read word by word as it may end at the end of its memory.
@@ -263,9 +297,24 @@ class Tracer {
   std::set<std::uint64_t> unknownCalls_;
   std::map<int, std::string> opened_{{STDIN_FILENO, "input"}, {STDOUT_FILENO, "output"}};
   const Description* current_ = nullptr;
+  std::uint64_t data_ = 0;  // where the bytes of the present write are
   std::optional<int> injected_;
-  bool hasBegun_ = false;
+  bool hasBegun_;
 };
+
+pid_t forkProcess() {
+  const pid_t child = ::fork();
+  if (child == -1) throw std::system_error(errno, std::generic_category(), "fork");
+  return child;
+}
+
+std::vector<char*> pointersTo(std::vector<std::string>& texts) {
+  std::vector<char*> pointers;
+  pointers.reserve(texts.size() + 1);
+  for (std::string& text : texts) pointers.push_back(text.data());
+  pointers.push_back(nullptr);
+  return pointers;
+}
 
 }  // namespace
 
@@ -280,27 +329,25 @@ std::string obstacleToTracing() {
   return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? "" : "processes may not be traced here";
 }
 
-TracedRun runTraced(const std::filesystem::path& home, std::string_view input,
-                    const std::optional<Fault>& fault) {
-  const MemoryFile standardInput(input);
+TracedRun runTraced(const Process& process, const std::optional<Fault>& fault) {
+  const MemoryFile standardInput(process.input);
   const MemoryFile standardOutput;
   const MemoryFile standardError;
-  std::string program = TARNWELLCTL;
-  std::string variable = "HOME=" + home.string();
-  std::array<char*, 2> arguments{program.data(), nullptr};
-  std::array<char*, 2> environment{variable.data(), nullptr};
+  std::vector<std::string> arguments = process.arguments;
+  std::vector<std::string> environment = process.environment;
+  const std::vector<char*> argumentPointers = pointersTo(arguments);
+  const std::vector<char*> environmentPointers = pointersTo(environment);
 
-  const pid_t child = ::fork();
-  if (child == -1) throw std::system_error(errno, std::generic_category(), "fork");
+  const pid_t child = forkProcess();
   if (child == 0) {
     ::dup2(standardInput.number(), STDIN_FILENO);
     ::dup2(standardOutput.number(), STDOUT_FILENO);
     ::dup2(standardError.number(), STDERR_FILENO);
     ::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
-    ::execve(program.c_str(), arguments.data(), environment.data());
+    ::execve(argumentPointers.front(), argumentPointers.data(), environmentPointers.data());
     ::_exit(127);
   }
-  Tracer tracer(child, fault);
+  Tracer tracer(child, fault, false);
   const int status = tracer.run();
   TracedRun run{.calls = tracer.calls(), .unknownCalls = tracer.unknownCalls()};
   run.result.output = standardOutput.content();
@@ -308,6 +355,26 @@ TracedRun runTraced(const std::filesystem::path& home, std::string_view input,
   if (WIFEXITED(status)) run.result.exitStatus = WEXITSTATUS(status);
   if (WIFSIGNALED(status)) run.result.signal = WTERMSIG(status);
   return run;
+}
+
+std::vector<FileCall> traceCalls(const std::function<void()>& function) {
+  const pid_t child = forkProcess();
+  if (child == 0) {
+    ::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
+    ::raise(SIGTRAP);
+    try {
+      function();
+    } catch (const std::exception&) {
+      ::_exit(1);
+    }
+    ::_exit(0);
+  }
+  Tracer tracer(child, std::nullopt, true);
+  const int status = tracer.run();
+  if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
+    throw std::runtime_error("the traced function failed");
+  }
+  return tracer.calls();
 }
 
 std::vector<int> errorsOf(std::string_view call) {

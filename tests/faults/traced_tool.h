@@ -1,10 +1,10 @@
-// Runs the real tool one system call at a time, to see what it asks of the system and to make any
-// of it fail.
+// Runs the real tool one system call at a time, to record its system calls and to make any of them
+// fail.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
-#include <filesystem>
+#include <functional>
 #include <optional>
 #include <set>
 #include <string>
@@ -15,12 +15,15 @@
 
 namespace tarnwell::test {
 
-// A system call that touches a file, made by the tool's own code: what the loader does before it is
-// not counted.
+// A system call that touches a file, made by the traced program's own code. The calls that the
+// loader makes before are not counted.
 struct FileCall {
   std::string name{};
-  std::string path{};    // what it names, or what its descriptor was opened on
-  std::string target{};  // the new name, of a renaming
+  std::string path{};    // the path in the call, or the path on which its descriptor was opened
+  std::string target{};  // the new name, for a rename and a link
+  int descriptor = -1;   // the descriptor on which it works
+  int flags = 0;         // for an open and a lock
+  std::string data{};    // the bytes written, for a write
   std::int64_t result = 0;
 };
 
@@ -39,17 +42,21 @@ struct Fault {
 struct TracedRun {
   ProcessResult result{};
   std::vector<FileCall> calls{};
-  std::set<std::uint64_t> unknownCalls{};  // the numbers of those that nothing is known of here
+  std::set<std::uint64_t> unknownCalls{};  // the numbers of calls that the tracer does not know
 };
 
-// Why no process can be traced on this machine; empty when one can.
+// Returns why no process can be traced on this machine; empty when one can.
 std::string obstacleToTracing();
 
-TracedRun runTraced(const std::filesystem::path& home, std::string_view input,
-                    const std::optional<Fault>& fault = std::nullopt);
+// Runs the tool, or a command that ends as the tool, with this environment and input.
+TracedRun runTraced(const Process& process, const std::optional<Fault>& fault = std::nullopt);
 
-// The errors that the call of this name may give by its manual page, of those that mean a fault of
-// the machine or a lack of something.
+// Runs a function in a process of its own, and returns the calls that it makes. Throws when the
+// function does.
+std::vector<FileCall> traceCalls(const std::function<void()>& function);
+
+// Returns the errors that the manual page names for the call, of those that mean a fault of the
+// machine, a missing permission, or a lack of a resource.
 std::vector<int> errorsOf(std::string_view call);
 
 }  // namespace tarnwell::test

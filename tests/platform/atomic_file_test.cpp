@@ -4,9 +4,11 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "tarnwell/platform/file.h"
 
+#include "tests/support/expect_error.h"
 #include "tests/support/scratch_folder.h"
 
 namespace tarnwell {
@@ -96,32 +98,31 @@ TEST_F(AtomicFileTest, leavesNoTemporaryFileWhenItFails) {
   EXPECT_TRUE(fs::is_directory(file / "not empty"));
 }
 
-TEST_F(AtomicFileTest, copiesToAPrivateFile) {
-  const std::string content = std::string(1'000'000, 'x') + "end\xFF";
-  writeFile(file, content);
-  fs::permissions(file, fs::perms(0644));
-  const mode_t previous = ::umask(0);
-  copyFile(*openForReading(file), folder / "copy");
-  ::umask(previous);
-  EXPECT_EQ(contentOf(folder / "copy"), content);
-  EXPECT_EQ(permissionsOf(folder / "copy"), privateFileMode);
-  EXPECT_EQ(contentOf(file), content);
-  EXPECT_EQ(entryCount(folder.path()), 2U);
+TEST_F(AtomicFileTest, followsAChainOf40LinksAndRefusesALongerOne) {
+  constexpr int longestChain = 40;
+  fs::path name = "target";
+  for (int link = 1; link <= longestChain; ++link) {
+    fs::create_symlink(name, folder / std::to_string(link));
+    name = std::to_string(link);
+  }
+  replaceFile(folder / name.string(), "new");
+  EXPECT_EQ(contentOf(folder / "target"), "new");
+  fs::create_symlink(name, folder / "one too many");
+  test::expectError(FileError("resolve", folder / "target", ELOOP),
+                    [&] { replaceFile(folder / "one too many", "newer"); });
+  EXPECT_EQ(contentOf(folder / "target"), "new");
 }
 
-TEST_F(AtomicFileTest, copiesAnEmptyFile) {
-  writeFile(file, "");
-  copyFile(*openForReading(file), folder / "copy");
-  EXPECT_TRUE(fs::exists(folder / "copy"));
-}
-
-TEST_F(AtomicFileTest, leavesNothingOfACopyThatFails) {
-  writeFile(file, "content");
-  const auto source = openForReading(file);
-  EXPECT_THROW(copyFile(*source, folder / "missing/copy"), FileError);
-  fs::create_directories(folder / "copies/in the way");
-  EXPECT_THROW(copyFile(*source, folder / "copies"), FileError);
-  EXPECT_EQ(entryCount(folder.path()), 2U);
+TEST_F(AtomicFileTest, keepsAnotherOwnerOfTheReplacedFile) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can give a file to another user";
+  constexpr uid_t otherUser = 65534;
+  writeFile(file, "old");
+  ASSERT_EQ(::chown(file.c_str(), otherUser, otherUser), 0);
+  replaceFile(file, "new");
+  struct stat status {};
+  ASSERT_EQ(::stat(file.c_str(), &status), 0);
+  EXPECT_EQ(status.st_uid, otherUser);
+  EXPECT_EQ(status.st_gid, otherUser);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "tarnwell/platform/file_descriptor.h"
 
+#include <atomic>
 #include <csignal>
 #include <string>
 #include <thread>
@@ -42,8 +43,8 @@ TEST(FileDescriptor, closesOnceAndReportsAFailureToClose) {
   EXPECT_EQ(file.close(), 0);
   EXPECT_FALSE(file.isOpen());
   EXPECT_EQ(file.close(), 0);
-  FileDescriptor nobodys(1'000'000);
-  EXPECT_EQ(nobodys.close(), EBADF);
+  FileDescriptor unopened(1'000'000);
+  EXPECT_EQ(unopened.close(), EBADF);
 }
 
 TEST(ReadToEnd, takesEverythingThatAPipeGivesHoweverSlowly) {
@@ -75,6 +76,23 @@ TEST(ReadToEnd, waitsWhereTheDescriptorDoesNot) {
   writer.join();
   EXPECT_EQ(read, content);
 }
+
+#ifdef __linux__
+TEST(ReadToEnd, sleepsWhileItWaits) {
+  Pipe pipe;
+  test::setNotToWait(pipe.readEnd);
+  std::atomic<pid_t> reader = 0;
+  std::string read;
+  std::thread thread([&] {
+    reader = ::gettid();
+    EXPECT_EQ(readToEnd(pipe.readEnd.number(), read), 0);
+  });
+  while (reader == 0) std::this_thread::yield();
+  EXPECT_TRUE(test::awaitSleep(reader));
+  pipe.writeEnd.close();
+  thread.join();
+}
+#endif
 
 TEST(ReadToEnd, reportsWhatCannotBeRead) {
   std::string read = "kept";

@@ -19,7 +19,9 @@ TEST(FileIdentity, isTheSameThroughThePathAndThroughTheOpenFile) {
   writeFile(folder / "file", "a");
   const auto identity = FileIdentity::of(folder / "file");
   ASSERT_TRUE(identity);
-  EXPECT_EQ(FileIdentity::of(*openForReading(folder / "file")), identity);
+  const auto opened = openForReading(folder / "file");
+  EXPECT_EQ(opened->identity, identity);
+  EXPECT_EQ(FileIdentity::of(opened->descriptor), identity);
 }
 
 TEST(FileIdentity, isAbsentWhereThereIsNoFile) {

@@ -13,6 +13,7 @@
 #include "tarnwell/platform/file.h"
 
 #include "tests/support/expect_error.h"
+#include "tests/support/other_user.h"
 #include "tests/support/scratch_folder.h"
 
 namespace tarnwell {
@@ -46,7 +47,7 @@ TEST_F(FileLockTest, excludesOtherProcessesForItsLife) {
   EXPECT_TRUE(isFree());
 }
 
-TEST_F(FileLockTest, excludesOthersOfItsOwnProcess) {
+TEST_F(FileLockTest, excludesOtherLocksOfItsOwnProcess) {
   const FileLock lock(path);
   const FileDescriptor other(::open(path.c_str(), O_RDWR));
   EXPECT_EQ(::flock(other.number(), LOCK_EX | LOCK_NB), -1);
@@ -89,9 +90,21 @@ TEST_F(FileLockTest, createsAPrivateFileWhateverTheUmask) {
 }
 
 TEST_F(FileLockTest, keepsTheContentOfAFileThatIsThere) {
-  test::writeFile(path, "somebody's note");
+  test::writeFile(path, "a note");
   const FileLock lock(path);
-  EXPECT_EQ(test::contentOf(path), "somebody's note");
+  EXPECT_EQ(test::contentOf(path), "a note");
+}
+
+TEST_F(FileLockTest, isTakenOnAnotherUsersFileThatEveryUserMayWrite) {
+  if (!test::canBecomeOtherUser()) GTEST_SKIP() << "only root can become another user";
+  fs::permissions(folder.path(), fs::perms(0755));
+  test::writeFile(path, "");
+  fs::permissions(path, fs::perms(0666));
+  EXPECT_TRUE(test::succeedsAsOtherUser([&] {
+    const FileLock lock(path);
+    return true;
+  }));
+  EXPECT_EQ(static_cast<unsigned>(fs::status(path).permissions()), 0666U);
 }
 
 TEST_F(FileLockTest, refusesALinkAFolderAndAMissingFolder) {

@@ -5,8 +5,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "tests/support/expect_error.h"
+#include "tests/support/other_user.h"
 #include "tests/support/scratch_folder.h"
 
 namespace tarnwell {
@@ -14,6 +16,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
+using test::contentOf;
 using test::expectError;
 using test::writeFile;
 
@@ -73,7 +76,24 @@ TEST_F(FileTest, isRefusedWhenItIsTooLargeToBeAPlan) {
   expectError(FileError("read", file, EFBIG), [&] { readFile(file); });
 }
 
-TEST_F(FileTest, anErrorSaysWhatWasTriedOnWhichPathAndWhy) {
+TEST_F(FileTest, isCreatedPrivateWhateverTheUmask) {
+  for (const mode_t mask : {mode_t{0}, mode_t{0777}}) {
+    fs::remove(file);
+    const mode_t previous = ::umask(mask);
+    createFile(file, "content");
+    ::umask(previous);
+    EXPECT_EQ(contentOf(file), "content");
+    EXPECT_EQ(permissionsOf(file), privateFileMode);
+  }
+}
+
+TEST_F(FileTest, isNotCreatedOverAnotherOne) {
+  writeFile(file, "in the way");
+  expectError(FileError("create", file, EEXIST), [&] { createFile(file, "content"); });
+  EXPECT_EQ(contentOf(file), "in the way");
+}
+
+TEST_F(FileTest, anErrorNamesTheOperationThePathAndTheReason) {
   const FileError error("open", "/some/path", ENOENT);
   EXPECT_EQ(error.description(), "open /some/path: No such file or directory");
   EXPECT_EQ(error.reason(), "No such file or directory");
@@ -107,7 +127,7 @@ TEST_F(FileTest, foldersAreNotCreatedOverAFileOrBelowOne) {
   writeFile(file, "in the way");
   expectError(FileError("create folder", file, EEXIST), [&] { createFolders(file); });
   EXPECT_THROW(createFolders(file / "below"), FileError);
-  EXPECT_EQ(test::contentOf(file), "in the way");
+  EXPECT_EQ(contentOf(file), "in the way");
 }
 
 TEST_F(FileTest, foldersAreNotCreatedThroughALinkToNowhere) {
@@ -118,6 +138,17 @@ TEST_F(FileTest, foldersAreNotCreatedThroughALinkToNowhere) {
 TEST_F(FileTest, aFolderCanBeSyncedAndAMissingOneCannot) {
   EXPECT_NO_THROW(syncFolder(folder.path()));
   EXPECT_THROW(syncFolder(folder / "missing"), FileError);
+}
+
+TEST_F(FileTest, aFolderThatItsUserMayNotReadIsLeftUnsynced) {
+  if (!test::canBecomeOtherUser()) GTEST_SKIP() << "root may read every folder";
+  ASSERT_EQ(::chown(folder.path().c_str(), test::otherUser, test::otherUser), 0);
+  fs::permissions(folder.path(), fs::perms(0300));
+  EXPECT_TRUE(test::succeedsAsOtherUser([&] {
+    createFolders(folder / "below");
+    syncFolder(folder.path());
+    return true;
+  }));
 }
 
 TEST_F(FileTest, anEmptyPathIsTheCurrentFolder) {

@@ -4,6 +4,7 @@
 #include <string>
 #include <thread>
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -12,6 +13,21 @@
 #include "tarnwell/store/local_store.h"
 
 #include "tests/support/scratch_folder.h"
+
+#ifdef __linux__
+
+namespace {
+const struct stat* rememberedAttributes = nullptr;  // when not null, what is said of every path
+}
+
+// Stands in for the system's function, for a file system that remembers attributes for a while.
+extern "C" int stat(const char* path, struct stat* status) noexcept {
+  if (rememberedAttributes == nullptr) return ::fstatat(AT_FDCWD, path, status, 0);
+  *status = *rememberedAttributes;
+  return 0;
+}
+
+#endif
 
 namespace tarnwell {
 namespace {
@@ -116,14 +132,44 @@ TEST_F(DocumentCacheTest, aFileThatHasJustChangedIsReadEachTime) {
 TEST_F(DocumentCacheTest, aDocumentWhoseFileChangedWhileItWasReadIsNotKept) {
   DocumentCache cache;
   const auto document = std::make_shared<const PersistedState>(PersistedState::initial());
-  const auto before = FileIdentity::of(file);
+  auto opened = openForReading(file);
   writeFile(file, documentWithRevision(20));
-  cache.keep(*openForReading(file), *before, document);
-  EXPECT_EQ(cache.find(file), nullptr);
+  cache.keep(std::move(*opened), document);
+  EXPECT_EQ(cache.find(*FileIdentity::of(file)), nullptr);
 
-  cache.keep(*openForReading(file), *FileIdentity::of(file), document);
-  EXPECT_EQ(cache.find(file), document);
+  cache.keep(*openForReading(file), document);
+  EXPECT_EQ(cache.find(*FileIdentity::of(file)), document);
 }
+
+// For the thread sanitizer.
+TEST_F(DocumentCacheTest, threadsMayFindAndKeepAtTheSameTime) {
+  DocumentCache cache;
+  const auto document = std::make_shared<const PersistedState>(PersistedState::initial());
+  const FileIdentity identity = *FileIdentity::of(file);
+  const auto use = [&] {
+    for (int i = 0; i < 1000; ++i) {
+      cache.keep(*openForReading(file), document);
+      EXPECT_EQ(cache.find(identity), document);
+    }
+  };
+  std::thread other(use);
+  use();
+  other.join();
+}
+
+#ifdef __linux__
+// As some network file systems do.
+TEST_F(DocumentCacheTest, aReplacedFileIsReadAgainWhereTheSystemRemembersAttributes) {
+  waitUntilSettled();
+  store.loadShared();
+  struct stat old {};
+  ASSERT_EQ(::stat(file.c_str(), &old), 0);
+  replaceFile(file, documentWithRevision(2));
+  rememberedAttributes = &old;
+  EXPECT_EQ(store.loadShared()->revision, 2);
+  rememberedAttributes = nullptr;
+}
+#endif
 
 TEST_F(DocumentCacheTest, whatCannotBeReadIsNotKept) {
   writeFile(file, "{");

@@ -84,6 +84,39 @@ TEST_F(LocalStoreTest, everySaveLeavesItsCopy) {
   EXPECT_EQ(entryCount(copies), 3U);
 }
 
+TEST_F(LocalStoreTest, anEditInPlaceReachesNoCopyOfASaveThatSucceeded) {
+  for (int i = 0; i < 3; ++i) store.save(stateWith(makeTask(std::to_string(i))));
+  const auto before = test::treeOf(copies);
+  writeFile(file, R"({"schemaVersion":2})");
+  EXPECT_EQ(test::treeOf(copies), before);
+}
+
+// What a process leaves that is killed between linking the copy and renaming the new document.
+TEST_F(LocalStoreTest, theNextSaveSeparatesACopyThatIsStillTheDataFile) {
+  store.save(PersistedState::initial());
+  const std::string first = contentOf(file);
+  std::filesystem::create_directory(copies);
+  std::filesystem::create_hard_link(file, copies / "state-of-a-killed-save.json");
+  store.save(stateWith(makeTask("New")));
+  ASSERT_EQ(entryCount(copies), 2U);
+  for (const auto& copy : std::filesystem::directory_iterator(copies)) {
+    EXPECT_EQ(contentOf(copy.path()), first);
+    EXPECT_EQ(copy.hard_link_count(), 1U);
+  }
+}
+
+TEST_F(LocalStoreTest, copiesTheFileBehindALinkOnAnotherFileSystem) {
+  if (!std::filesystem::is_directory("/dev/shm")) GTEST_SKIP() << "there is no other file system";
+  const auto elsewhere = std::filesystem::path("/dev/shm") / folder.path().filename();
+  writeFile(elsewhere, R"({"schemaVersion":2})");
+  std::filesystem::create_symlink(elsewhere, file);
+  store.save(PersistedState::initial());
+  EXPECT_EQ(contentOf(std::filesystem::directory_iterator(copies)->path()),
+            R"({"schemaVersion":2})");
+  EXPECT_EQ(store.load(), PersistedState::initial());
+  std::filesystem::remove(elsewhere);
+}
+
 TEST_F(LocalStoreTest, aNameAloneIsAFileInTheCurrentFolder) {
   const std::filesystem::path previous = std::filesystem::current_path();
   std::filesystem::current_path(folder.path());
@@ -341,6 +374,13 @@ TEST(LocalStoreError, describesEachCaseAndComparesByCaseAndPayload) {
   EXPECT_EQ(LocalStoreError::unreadable("a"), LocalStoreError::unreadable("a"));
   EXPECT_FALSE(LocalStoreError::unreadable("a") == LocalStoreError::unreadable("b"));
   EXPECT_FALSE(LocalStoreError::unsupportedSchema(3) == LocalStoreError::unsupportedSchema(4));
+}
+
+TEST(LocalStoreError, handsOutItsPayload) {
+  EXPECT_EQ(LocalStoreError::unsupportedSchema(3).version(), 3);
+  EXPECT_EQ(LocalStoreError::unsupportedSchema(3).message(), "");
+  EXPECT_EQ(LocalStoreError::unreadable("why").message(), "why");
+  EXPECT_EQ(LocalStoreError::lockFailed("why").message(), "why");
 }
 
 }  // namespace

@@ -3,7 +3,9 @@
 
 #include <array>
 #include <cerrno>
+#include <fstream>
 #include <stdexcept>
+#include <string>
 #include <system_error>
 #include <thread>
 
@@ -19,18 +21,18 @@ class Pipe {
  public:
   Pipe() : Pipe(opened()) {}
 
-  // How many bytes were written and not read.
+  // Returns how many bytes were written and not read.
   int content() const {
     int count = 0;
     require(::ioctl(readEnd.number(), FIONREAD, &count));
     return count;
   }
 
-  // Gives up when nobody reads.
+  // Throws when no thread reads.
   void awaitEmpty() const {
     constexpr int mostTurns = 2'000'000;
     for (int turn = 0; content() > 0; ++turn) {
-      if (turn == mostTurns) throw std::runtime_error("nobody reads from the pipe");
+      if (turn == mostTurns) throw std::runtime_error("no thread reads from the pipe");
       std::this_thread::yield();
     }
   }
@@ -66,6 +68,20 @@ inline void setNotToWait(const FileDescriptor& file) {
   if (::fcntl(file.number(), F_SETFL, O_NONBLOCK) != 0) {
     throw std::system_error(errno, std::generic_category(), "fcntl");
   }
+}
+
+// Returns whether a thread of this process goes to sleep, which one that spins does not.
+inline bool awaitSleep(pid_t thread) {
+  constexpr int mostTurns = 200'000;
+  const std::string path = "/proc/self/task/" + std::to_string(thread) + "/stat";
+  for (int turn = 0; turn < mostTurns; ++turn) {
+    std::ifstream stream(path);
+    std::string status;
+    std::getline(stream, status);
+    if (status.find(") S ") != std::string::npos) return true;
+    std::this_thread::yield();
+  }
+  return false;
 }
 
 }  // namespace tarnwell::test
