@@ -120,12 +120,11 @@ void PrivateSystem::willAnswer(const std::vector<Answer>& answers) {
   writeFile(folder_ / "answers", lines);
 }
 
-ProcessResult PrivateSystem::run(std::string_view input,
-                                 const std::vector<std::string>& command) const {
-  return Process{.arguments = inPrivateNamespace(folder_.path(), command),
-                 .environment = {"HOME=" + tool_.home().string()},
-                 .input = input}
-      .run();
+Process PrivateSystem::process(std::string_view input,
+                               const std::vector<std::string>& command) const {
+  return {.arguments = inPrivateNamespace(folder_.path(), command),
+          .environment = {"HOME=" + tool_.home().string()},
+          .input = input};
 }
 
 AgentResponseEnvelope PrivateSystem::ask(std::string_view command) const {

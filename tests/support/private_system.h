@@ -47,9 +47,13 @@ class PrivateSystem {
   // Sets the command that another process gives to the tool while a prompt is open.
   void willMeddle(std::string_view command) const { writeFile(folder_ / "meddling", command); }
 
-  // Runs the tool, or a command that starts it.
+  // Returns the tool, or a command that starts it, ready to run on this system.
+  Process process(std::string_view input,
+                  const std::vector<std::string>& command = {TARNWELLCTL}) const;
   ProcessResult run(std::string_view input,
-                    const std::vector<std::string>& command = {TARNWELLCTL}) const;
+                    const std::vector<std::string>& command = {TARNWELLCTL}) const {
+    return process(input, command).run();
+  }
   AgentResponseEnvelope ask(std::string_view command) const;
 
   // The number of prompts, and the arguments of the last one.
@@ -69,6 +73,7 @@ class PrivateSystem {
   // The commands that flushed name caches, one a line.
   std::string flushes() const { return contentOf(folder_ / "flushes"); }
 
+  const std::filesystem::path& home() const { return tool_.home(); }
   LocalStore plan() const { return LocalStore(tool_.dataFile()); }
   std::filesystem::path etc() const { return folder_ / "etc"; }
   std::filesystem::path hosts() const { return etc() / "hosts"; }
