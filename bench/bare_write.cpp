@@ -1,6 +1,7 @@
-// bare_write FILE: the least that a durable change of the file with a copy of it before can do.
-// Reads it piece by piece into a copy and a new file, syncs both, renames the new one over the old
-// and syncs the folder. Nothing is parsed.
+// bare_write FILE: the least that a durable change of the file can do, with a copy of it kept in
+// the folder FILE.copies. Copies the bytes to a new file, syncs both, links the old one into the
+// folder and syncs it, renames the new one over the old one, and syncs their folder. Parses
+// nothing.
 #include <array>
 #include <cstdlib>
 #include <string>
@@ -31,25 +32,31 @@ void write(int file, const char* bytes, std::size_t size) {
   }
 }
 
+void syncFolder(const std::string& path) {
+  require(::fsync(open(path, O_RDONLY | O_DIRECTORY)) == 0);
+}
+
 }  // namespace
 
 int main(int count, char** values) {
   require(count == 2);
   const std::string path = values[1];
+  const std::string changed = path + ".new";
+  const std::string copies = path + ".copies";
   const int source = open(path, O_RDONLY);
-  const int copy = open(path + ".copy", O_WRONLY | O_CREAT | O_TRUNC);
-  const int changed = open(path + ".new", O_WRONLY | O_CREAT | O_TRUNC);
-  static std::array<char, pieceSize> piece;
+  const int target = open(changed, O_WRONLY | O_CREAT | O_TRUNC);
+  static std::array<char, tarnwell::pieceSize> piece;
   while (true) {
     const ssize_t taken = ::read(source, piece.data(), piece.size());
     require(taken >= 0);
     if (taken == 0) break;
-    write(copy, piece.data(), static_cast<std::size_t>(taken));
-    write(changed, piece.data(), static_cast<std::size_t>(taken));
+    write(target, piece.data(), static_cast<std::size_t>(taken));
   }
-  require(::fsync(copy) == 0);
-  require(::fsync(changed) == 0);
-  require(::rename((path + ".new").c_str(), path.c_str()) == 0);
+  require(::fsync(target) == 0);
+  require(::fsync(source) == 0);
+  require(::link(path.c_str(), (copies + "/copy").c_str()) == 0);
+  syncFolder(copies);
+  require(::rename(changed.c_str(), path.c_str()) == 0);
   const std::string folder = path.substr(0, path.rfind('/') + 1);
-  require(::fsync(open(folder.empty() ? "." : folder, O_RDONLY | O_DIRECTORY)) == 0);
+  syncFolder(folder.empty() ? "." : folder);
 }

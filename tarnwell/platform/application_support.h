@@ -1,4 +1,4 @@
-// Where the data of the user's applications lives.
+// The folders of the user's applications.
 #pragma once
 
 #include <filesystem>
@@ -6,17 +6,18 @@
 
 namespace tarnwell {
 
-// macOS: ~/Library/Application Support. Elsewhere: $XDG_DATA_HOME where it is absolute, otherwise
-// ~/.local/share. The home is $HOME where it is absolute, otherwise what the user database says.
-// Absent when there is no absolute path to be had. Creates nothing.
+// Each function returns an absolute path, or nothing when there is none, and creates no folder. The
+// home folder is $HOME if absolute, otherwise that of the user database.
+
+// Returns the folder for data. macOS: ~/Library/Application Support. Elsewhere: $XDG_DATA_HOME if
+// absolute, otherwise ~/.local/share.
 std::optional<std::filesystem::path> applicationSupportFolder();
 
-// Where what is remembered from one run of an application to the next lives. macOS: the same
-// folder. Elsewhere: $XDG_STATE_HOME where it is absolute, otherwise ~/.local/state.
+// Returns the folder for state that outlives a run. macOS: the same folder. Elsewhere:
+// $XDG_STATE_HOME if absolute, otherwise ~/.local/state.
 std::optional<std::filesystem::path> stateFolder();
 
-// Where the user's settings of applications live: $XDG_CONFIG_HOME where it is absolute, otherwise
-// ~/.config.
+// Returns the folder for settings: $XDG_CONFIG_HOME if absolute, otherwise ~/.config.
 std::optional<std::filesystem::path> configurationFolder();
 
 }  // namespace tarnwell

@@ -1,5 +1,8 @@
-// Files and folders as the plan needs them: only regular files are read, new files and folders are
-// private, and an error names the operation and the path.
+// Files and folders as the plan needs them. This folder is the only door to the operating system:
+// files, locks, processes, folders and watches.
+//
+// Reads regular files only. New files and folders are private. An error names the operation and the
+// path.
 #pragma once
 
 #include <filesystem>

@@ -8,8 +8,8 @@
 namespace tarnwell {
 namespace {
 
-// Calls a system function until it has done something. Where whoever has made the descriptor wants
-// it to fail rather than to wait, the waiting is done here.
+// Repeats a system call until it transfers bytes or fails. Waits in its place on a non-blocking
+// descriptor.
 template <class Call>
 ssize_t waitingFor(short event, int descriptor, Call call) {
   while (true) {
@@ -24,13 +24,13 @@ ssize_t waitingFor(short event, int descriptor, Call call) {
 
 int FileDescriptor::close() noexcept {
   if (!isOpen()) return 0;
-  // An interrupted close has closed: calling it again could hit somebody else's descriptor.
+  // An interrupted close has closed: a second call could close another thread's descriptor.
   const int result = ::close(std::exchange(number_, -1));
   return result == 0 || errno == EINTR ? 0 : errno;
 }
 
 int readToEnd(int descriptor, std::string& bytes) {
-  // Whoever knows the size reserves a little more, so that meeting the end takes no new memory.
+  // Callers that know the size reserve a little more, so that finding the end allocates nothing.
   constexpr std::size_t smallestRoom = 64;
   constexpr std::size_t smallestBuffer = 4096;
   std::size_t filled = bytes.size();

@@ -1,4 +1,4 @@
-// An owned file descriptor, and reading or writing all there is.
+// An owned file descriptor, and complete reads and writes.
 #pragma once
 
 #include <cerrno>
@@ -24,14 +24,14 @@ class FileDescriptor {
   int number() const noexcept { return number_; }
   bool isOpen() const noexcept { return number_ >= 0; }
 
-  // Closes now. Returns the error number, 0 when all is well.
+  // Closes now. Returns the error number, or 0.
   int close() noexcept;
 
  private:
   int number_;
 };
 
-// Calls a system function again for as long as a signal interrupts it.
+// Repeats a system call while signals interrupt it.
 template <class Call>
 auto retryingInterrupted(Call call) {
   while (true) {
@@ -40,13 +40,12 @@ auto retryingInterrupted(Call call) {
   }
 }
 
-// Both wait as long as it takes, also on a descriptor that is set not to (O_NONBLOCK).
+// The next two wait as long as necessary, on non-blocking descriptors too.
 
-// Appends everything up to the end of the file. Returns the error number, 0 when all is well.
+// Appends everything up to the end of the file. Returns the error number, or 0.
 int readToEnd(int descriptor, std::string& bytes);
 
-// Writes every byte, however few the system takes at a time. Returns the error number, 0 when all
-// is well.
+// Writes every byte, however few the system accepts at a time. Returns the error number, or 0.
 int writeAll(int descriptor, std::string_view bytes);
 
 }  // namespace tarnwell

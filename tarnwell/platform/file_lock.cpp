@@ -17,7 +17,7 @@ FileDescriptor openLockFile(const std::filesystem::path& path) {
   FileDescriptor file(
       retryingInterrupted([&] { return ::open(path.c_str(), flags, privateFileMode); }));
   if (!file.isOpen()) throw FileError("open", path, errno);
-  // A umask that takes the owner's own permissions would lock everybody out for good.
+  // A umask that removes the owner's permissions would lock out every process for good.
   struct stat status {};
   const bool isUsable =
       ::fstat(file.number(), &status) == 0 && (status.st_mode & privateFileMode) == privateFileMode;

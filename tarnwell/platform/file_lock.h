@@ -8,9 +8,9 @@
 
 namespace tarnwell {
 
-// An advisory lock of the flock kind on a file of its own, which is created private where missing
-// and never removed. It belongs to the object, not to the process: two of one process exclude each
-// other too.
+// An advisory lock (flock) on a file of its own, which is created private if missing and never
+// removed. The lock belongs to the object, not to the process: two locks of one process exclude
+// each other too.
 class FileLock {
  public:
   // Waits without limit until the lock is granted. Throws FileError.

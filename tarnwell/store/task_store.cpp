@@ -35,7 +35,10 @@ TaskStoreSnapshot TaskStore::transact(const TaskTransaction& transaction,
     if (*transaction.expectedRevision != state_->revision) {
       throw TaskStoreError::revisionConflict(*transaction.expectedRevision, state_->revision);
     }
-    auto changed = std::make_shared<PersistedState>(*state_);
+    auto changed = std::make_shared<PersistedState>();
+    // The assignment keeps the room, so that the new event does not copy all others once more.
+    changed->auditEvents.reserve(state_->auditEvents.size() + 1);
+    *changed = *state_;
     change(*changed);
     changed->revision = checkedAdd(changed->revision, 1);
     changed->auditEvents.push_back({.timestamp = transaction.now,

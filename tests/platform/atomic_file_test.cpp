@@ -61,7 +61,7 @@ TEST_F(AtomicFileTest, leavesNothingElseInTheFolder) {
   EXPECT_EQ(entryCount(folder.path()), 1U);
 }
 
-TEST_F(AtomicFileTest, replacesWhatAChainOfLinksEndsAt) {
+TEST_F(AtomicFileTest, replacesTheFileAtTheEndOfAChainOfLinks) {
   fs::create_directories(folder / "elsewhere/deep");
   writeFile(folder / "elsewhere/target", "old");
   fs::create_symlink("../target", folder / "elsewhere/deep/second");
@@ -73,7 +73,7 @@ TEST_F(AtomicFileTest, replacesWhatAChainOfLinksEndsAt) {
   EXPECT_EQ(entryCount(folder / "elsewhere"), 2U);
 }
 
-TEST_F(AtomicFileTest, createsWhatALinkToNowherePointsTo) {
+TEST_F(AtomicFileTest, createsTheMissingTargetOfALink) {
   fs::create_symlink(folder / "target", file);
   replaceFile(file, "new");
   EXPECT_TRUE(fs::is_symlink(file));

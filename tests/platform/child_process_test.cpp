@@ -35,7 +35,7 @@ namespace {
 
 ChildResult runShell(const std::string& script) { return runChild({"/bin/sh", "-c", script}); }
 
-TEST(ChildProcess, reportsItsStatusAndWhatItWroteToStandardError) {
+TEST(ChildProcess, reportsItsStatusAndItsStandardError) {
   const auto result = runShell("echo problem >&2; exit 3");
   EXPECT_EQ(result.exitStatus, 3);
   EXPECT_EQ(result.errors, "problem\n");
@@ -61,7 +61,7 @@ TEST(ChildProcess, thatCannotBeStartedIsAnError) {
                     [] { runChild({"/no/such/program"}); });
 }
 
-TEST(ChildProcess, readsWhatItIsGiven) {
+TEST(ChildProcess, readsItsStandardInput) {
   const test::ScratchFolder folder;
   test::writeFile(folder / "input", "what it is given");
   const auto input = openForReading(folder / "input");

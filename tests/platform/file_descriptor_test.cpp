@@ -94,7 +94,7 @@ TEST(ReadToEnd, sleepsWhileItWaits) {
 }
 #endif
 
-TEST(ReadToEnd, reportsWhatCannotBeRead) {
+TEST(ReadToEnd, reportsAFailureToRead) {
   std::string read = "kept";
   EXPECT_EQ(readToEnd(-1, read), EBADF);
   const FileDescriptor folder(::open("/", O_RDONLY));
@@ -117,7 +117,7 @@ TEST(WriteAll, waitsWhereTheDescriptorDoesNot) {
   EXPECT_EQ(read, content);
 }
 
-TEST(WriteAll, reportsWhatCannotBeWritten) {
+TEST(WriteAll, reportsAFailureToWrite) {
   EXPECT_EQ(writeAll(-1, "x"), EBADF);
   EXPECT_EQ(writeAll(-1, ""), 0);
   const auto previous = std::signal(SIGPIPE, SIG_IGN);

@@ -24,7 +24,7 @@ TEST(FileIdentity, isTheSameThroughThePathAndThroughTheOpenFile) {
   EXPECT_EQ(FileIdentity::of(opened->descriptor), identity);
 }
 
-TEST(FileIdentity, isAbsentWhereThereIsNoFile) {
+TEST(FileIdentity, isAbsentForAMissingFile) {
   const test::ScratchFolder folder;
   EXPECT_EQ(FileIdentity::of(folder / "file"), std::nullopt);
   EXPECT_EQ(FileIdentity::of(FileDescriptor(-1)), std::nullopt);

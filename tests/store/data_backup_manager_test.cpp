@@ -27,7 +27,7 @@ using test::writeFile;
 class DataBackupManagerTest : public testing::Test {
  protected:
   void save(std::int64_t revision) const {
-    local.save({.revision = revision, .tasks = {test::makeTask("T")}});
+    localStore.save({.revision = revision, .tasks = {test::makeTask("T")}});
   }
 
   fs::path backUp(Instant now = someInstant) const {
@@ -46,23 +46,23 @@ class DataBackupManagerTest : public testing::Test {
 
     writeFile(folder / "backup.json", document);
     save(3);
-    const std::string before = contentOf(local.url());
+    const std::string before = contentOf(localStore.url());
     expectError(error, [&] { manager.restoreBackup(folder / "backup.json"); });
-    EXPECT_EQ(contentOf(local.url()), before);
+    EXPECT_EQ(contentOf(localStore.url()), before);
   }
 
   test::ScopedTimeZone zone{"UTC"};
   test::ScratchFolder folder;
   fs::path backups = folder / "daily/backups";
-  LocalStore local{folder / "live/state.json"};
-  DataBackupManager manager{local, backups};
+  LocalStore localStore{folder / "live/state.json"};
+  DataBackupManager manager{localStore, backups};
 };
 
 TEST_F(DataBackupManagerTest, copiesTheLiveFileUnderTheNameOfTheDay) {
-  writeFile(local.url(), R"({"schemaVersion":2,  "unknown":1})");
+  writeFile(localStore.url(), R"({"schemaVersion":2,  "unknown":1})");
   const fs::path backup = backUp();
   EXPECT_EQ(backup, backups / "Tarnwell-2025-03-04.json");
-  EXPECT_EQ(contentOf(backup), contentOf(local.url()));
+  EXPECT_EQ(contentOf(backup), contentOf(localStore.url()));
 }
 
 TEST_F(DataBackupManagerTest, keepsTheFirstCopyOfADay) {
@@ -82,23 +82,23 @@ TEST_F(DataBackupManagerTest, takesTheDayInTheCalendarsZone) {
   EXPECT_EQ(backUp(midnight).filename(), "Tarnwell-2025-03-05.json");
 }
 
-TEST_F(DataBackupManagerTest, exportsTheLiveFileOverWhatThereIs) {
+TEST_F(DataBackupManagerTest, exportsTheDataFileOverAnExistingFile) {
   save(1);
   const fs::path destination = folder / "chosen/by/the user.json";
   writeFile(destination, "older");
   manager.exportBackup(destination);
-  EXPECT_EQ(contentOf(destination), contentOf(local.url()));
+  EXPECT_EQ(contentOf(destination), contentOf(localStore.url()));
 }
 
 TEST_F(DataBackupManagerTest, restoresABackupWithItsRevisionAndKeepsTheFileFromBefore) {
   save(4);
-  const PersistedState state = local.load();
+  const PersistedState state = localStore.load();
   const fs::path backup = backUp();
   save(9);
-  const std::string before = contentOf(local.url());
+  const std::string before = contentOf(localStore.url());
   fs::remove_all(folder / "live/State Backups");
   EXPECT_EQ(manager.restoreBackup(backup), state);
-  EXPECT_EQ(local.load(), state);
+  EXPECT_EQ(localStore.load(), state);
   const auto copy = fs::directory_iterator(folder / "live/State Backups")->path();
   EXPECT_EQ(contentOf(copy), before);
 }
@@ -121,7 +121,7 @@ TEST_F(DataBackupManagerTest, refusesADocumentThatDoesNotLoad) {
 }
 
 TEST_F(DataBackupManagerTest, refusesAFileThatIsMissing) {
-  const FileError missing("open", local.url(), ENOENT);
+  const FileError missing("open", localStore.url(), ENOENT);
   expectError(missing, [&] { backUp(); });
   expectError(missing, [&] { manager.exportBackup(folder / "export.json"); });
   expectError(FileError("open", folder / "none.json", ENOENT),

@@ -49,80 +49,80 @@ class DocumentCacheTest : public testing::Test {
 
   test::ScratchFolder folder;
   std::filesystem::path file = folder / "state.json";
-  LocalStore store{file};
+  LocalStore localStore{file};
 };
 
 TEST_F(DocumentCacheTest, aFileThatIsTheSameIsReadOnce) {
   waitUntilSettled();
-  const auto document = store.loadShared();
+  const auto document = localStore.loadShared();
   EXPECT_EQ(document->revision, 1);
-  EXPECT_EQ(store.loadShared(), document);
+  EXPECT_EQ(localStore.loadShared(), document);
 }
 
-TEST_F(DocumentCacheTest, copiesOfAStoreShareWhatWasReadAndOtherStoresDoNot) {
+TEST_F(DocumentCacheTest, copiesOfAStoreShareADocumentAndOtherStoresDoNot) {
   waitUntilSettled();
-  const LocalStore copy = store;
+  const LocalStore copy = localStore;
   const LocalStore other(file);
-  const auto document = store.loadShared();
+  const auto document = localStore.loadShared();
   EXPECT_EQ(copy.loadShared(), document);
   EXPECT_NE(other.loadShared(), document);
 }
 
 TEST_F(DocumentCacheTest, aReplacedFileIsReadAgain) {
   waitUntilSettled();
-  store.loadShared();
+  localStore.loadShared();
   replaceFile(file, documentWithRevision(2));
-  EXPECT_EQ(store.loadShared()->revision, 2);
+  EXPECT_EQ(localStore.loadShared()->revision, 2);
 }
 
 TEST_F(DocumentCacheTest, aFileThatWasRemovedIsNoLongerThere) {
   waitUntilSettled();
-  store.loadShared();
+  localStore.loadShared();
   std::filesystem::remove(file);
-  EXPECT_EQ(store.loadShared()->revision, 0);
+  EXPECT_EQ(localStore.loadShared()->revision, 0);
 }
 
 TEST_F(DocumentCacheTest, aRewriteInPlaceOfTheSameSizeIsReadAgain) {
   waitUntilSettled();
-  store.loadShared();
+  localStore.loadShared();
   writeFile(file, documentWithRevision(2));
-  EXPECT_EQ(store.loadShared()->revision, 2);
+  EXPECT_EQ(localStore.loadShared()->revision, 2);
 }
 
 TEST_F(DocumentCacheTest, aRewriteThatPutsTheTimeOfTheContentBackIsReadAgain) {
   waitUntilSettled();
-  store.loadShared();
+  localStore.loadShared();
   const auto time = std::filesystem::last_write_time(file);
   writeFile(file, documentWithRevision(2));
   std::filesystem::last_write_time(file, time);
-  EXPECT_EQ(store.loadShared()->revision, 2);
+  EXPECT_EQ(localStore.loadShared()->revision, 2);
 }
 
 TEST_F(DocumentCacheTest, theNextFileWithTheSameNumberIsNotTakenForTheFirst) {
   waitUntilSettled();
-  store.loadShared();
+  localStore.loadShared();
   for (int revision = 2; revision < 50; ++revision) {
     std::filesystem::remove(file);  // its number is now free for the next file
     writeFile(file, documentWithRevision(revision));
-    EXPECT_EQ(store.loadShared()->revision, revision);
+    EXPECT_EQ(localStore.loadShared()->revision, revision);
   }
 }
 
-// Quicker than the clock that stamps files moves.
+// Faster than the steps of the clock that stamps files.
 TEST_F(DocumentCacheTest, everyOneOfManyQuickRewritesOfTheSameSizeIsSeen) {
   for (int revision = 1000; revision < 2000; ++revision) {
     writeFile(file, documentWithRevision(revision));
-    ASSERT_EQ(store.loadShared()->revision, revision);
+    ASSERT_EQ(localStore.loadShared()->revision, revision);
   }
 }
 
-// Some kernels stamp two quick changes alike, so what was read between them is not kept. On a busy
-// machine a quick read may come late, but not each time.
+// Some kernels stamp two quick changes alike, so a document that was read between them is not kept.
+// On a busy machine a quick read may come late, but not each time.
 TEST_F(DocumentCacheTest, aFileThatHasJustChangedIsReadEachTime) {
   const auto isReadTwice = [&] {
     writeFile(file, documentWithRevision(2));
-    const auto document = store.loadShared();
-    return store.loadShared() != document;
+    const auto document = localStore.loadShared();
+    return localStore.loadShared() != document;
   };
   int attempts = 1;
   while (attempts < 100 && !isReadTwice()) ++attempts;
@@ -158,24 +158,24 @@ TEST_F(DocumentCacheTest, threadsMayFindAndKeepAtTheSameTime) {
 }
 
 #ifdef __linux__
-// As some network file systems do.
+// As on some network file systems.
 TEST_F(DocumentCacheTest, aReplacedFileIsReadAgainWhereTheSystemRemembersAttributes) {
   waitUntilSettled();
-  store.loadShared();
+  localStore.loadShared();
   struct stat old {};
   ASSERT_EQ(::stat(file.c_str(), &old), 0);
   replaceFile(file, documentWithRevision(2));
   rememberedAttributes = &old;
-  EXPECT_EQ(store.loadShared()->revision, 2);
+  EXPECT_EQ(localStore.loadShared()->revision, 2);
   rememberedAttributes = nullptr;
 }
 #endif
 
-TEST_F(DocumentCacheTest, whatCannotBeReadIsNotKept) {
+TEST_F(DocumentCacheTest, anUnreadableDocumentIsNotKept) {
   writeFile(file, "{");
   waitUntilSettled();
-  EXPECT_THROW(store.loadShared(), LocalStoreError);
-  EXPECT_THROW(store.loadShared(), LocalStoreError);
+  EXPECT_THROW(localStore.loadShared(), LocalStoreError);
+  EXPECT_THROW(localStore.loadShared(), LocalStoreError);
 }
 
 TEST_F(DocumentCacheTest, anotherFileBelowALinkIsReadAgain) {

@@ -31,11 +31,11 @@ using testing::StartsWith;
 
 class LocalStoreTest : public testing::Test {
  protected:
-  // What `load` says of a data file with this content.
+  // Returns the error of loading a data file with this content.
   std::string descriptionOfLoading(std::string_view content) {
     writeFile(file, content);
     try {
-      store.load();
+      localStore.load();
     } catch (const LocalStoreError& error) {
       EXPECT_EQ(contentOf(file), content) << "the file was touched";
       EXPECT_EQ(entryCount(folder.path()), 1U) << "something was created beside it";
@@ -47,7 +47,7 @@ class LocalStoreTest : public testing::Test {
   test::ScratchFolder folder;
   std::filesystem::path file = folder / "state.json";
   std::filesystem::path copies = folder / "State Backups";
-  LocalStore store{file};
+  LocalStore localStore{file};
 };
 
 PersistedState stateWith(FocusTask task) {
@@ -70,9 +70,9 @@ TEST_F(LocalStoreTest, theFirstSaveCreatesTheFolderAndMakesNoCopy) {
 }
 
 TEST_F(LocalStoreTest, theSecondSaveLeavesExactlyOneCopyOfThePreviousFile) {
-  store.save(PersistedState::initial());
+  localStore.save(PersistedState::initial());
   const std::string previous = contentOf(file);
-  store.save(stateWith(makeTask("New")));
+  localStore.save(stateWith(makeTask("New")));
   ASSERT_EQ(entryCount(copies), 1U);
   const auto copy = std::filesystem::directory_iterator(copies)->path();
   EXPECT_EQ(contentOf(copy), previous);
@@ -80,12 +80,12 @@ TEST_F(LocalStoreTest, theSecondSaveLeavesExactlyOneCopyOfThePreviousFile) {
 }
 
 TEST_F(LocalStoreTest, everySaveLeavesItsCopy) {
-  for (int i = 0; i < 4; ++i) store.save(PersistedState::initial());
+  for (int i = 0; i < 4; ++i) localStore.save(PersistedState::initial());
   EXPECT_EQ(entryCount(copies), 3U);
 }
 
 TEST_F(LocalStoreTest, anEditInPlaceReachesNoCopyOfASaveThatSucceeded) {
-  for (int i = 0; i < 3; ++i) store.save(stateWith(makeTask(std::to_string(i))));
+  for (int i = 0; i < 3; ++i) localStore.save(stateWith(makeTask(std::to_string(i))));
   const auto before = test::treeOf(copies);
   writeFile(file, R"({"schemaVersion":2})");
   EXPECT_EQ(test::treeOf(copies), before);
@@ -93,11 +93,11 @@ TEST_F(LocalStoreTest, anEditInPlaceReachesNoCopyOfASaveThatSucceeded) {
 
 // What a process leaves that is killed between linking the copy and renaming the new document.
 TEST_F(LocalStoreTest, theNextSaveSeparatesACopyThatIsStillTheDataFile) {
-  store.save(PersistedState::initial());
+  localStore.save(PersistedState::initial());
   const std::string first = contentOf(file);
   std::filesystem::create_directory(copies);
   std::filesystem::create_hard_link(file, copies / "state-of-a-killed-save.json");
-  store.save(stateWith(makeTask("New")));
+  localStore.save(stateWith(makeTask("New")));
   ASSERT_EQ(entryCount(copies), 2U);
   for (const auto& copy : std::filesystem::directory_iterator(copies)) {
     EXPECT_EQ(contentOf(copy.path()), first);
@@ -110,10 +110,10 @@ TEST_F(LocalStoreTest, copiesTheFileBehindALinkOnAnotherFileSystem) {
   const auto elsewhere = std::filesystem::path("/dev/shm") / folder.path().filename();
   writeFile(elsewhere, R"({"schemaVersion":2})");
   std::filesystem::create_symlink(elsewhere, file);
-  store.save(PersistedState::initial());
+  localStore.save(PersistedState::initial());
   EXPECT_EQ(contentOf(std::filesystem::directory_iterator(copies)->path()),
             R"({"schemaVersion":2})");
-  EXPECT_EQ(store.load(), PersistedState::initial());
+  EXPECT_EQ(localStore.load(), PersistedState::initial());
   std::filesystem::remove(elsewhere);
 }
 
@@ -127,14 +127,14 @@ TEST_F(LocalStoreTest, aNameAloneIsAFileInTheCurrentFolder) {
     here.save(here.load());
   });
   std::filesystem::current_path(previous);
-  EXPECT_EQ(store.load(), state);
+  EXPECT_EQ(localStore.load(), state);
   EXPECT_EQ(entryCount(copies), 1U);
 }
 
 TEST_F(LocalStoreTest, savesAndLoadsEqualStates) {
   const PersistedState state = stateWith(makeTask("Water the plants"));
-  store.save(state);
-  EXPECT_EQ(store.load(), state);
+  localStore.save(state);
+  EXPECT_EQ(localStore.load(), state);
 }
 
 TEST_F(LocalStoreTest, refusesToLoadANewerSchemaAndLeavesTheFile) {
@@ -152,9 +152,9 @@ TEST_F(LocalStoreTest, refusesANewerSchemaEvenWhenTheRestCannotBeRead) {
 TEST_F(LocalStoreTest, acceptsVersionsZeroAndBelow) {
   for (const auto* content : {R"({"schemaVersion":0})", R"({"schemaVersion":-7,"revision":4})"}) {
     writeFile(file, content);
-    EXPECT_EQ(store.load().schemaVersion, 2);
+    EXPECT_EQ(localStore.load().schemaVersion, 2);
   }
-  EXPECT_EQ(store.load().revision, 4);
+  EXPECT_EQ(localStore.load().revision, 4);
 }
 
 TEST_F(LocalStoreTest, reportsAFileThatIsNotJSONAsUnreadable) {
@@ -163,30 +163,30 @@ TEST_F(LocalStoreTest, reportsAFileThatIsNotJSONAsUnreadable) {
 }
 
 TEST_F(LocalStoreTest, reportsAStoredTaskThatIsInvalidByItsValidationError) {
-  store.save(stateWith(makeTask("Title")));
+  localStore.save(stateWith(makeTask("Title")));
   std::string content = contentOf(file);
   content.replace(content.find("Title"), 5, " ");
   std::filesystem::remove(file);
   EXPECT_EQ(descriptionOfLoading(content), "Tarnwell data could not be read: Enter a task title.");
 }
 
-TEST_F(LocalStoreTest, takesNothingButARegularFileForThePlan) {
+TEST_F(LocalStoreTest, refusesToLoadAnythingButARegularFile) {
   const auto unreadable =
       testing::ThrowsMessage<LocalStoreError>(StartsWith("Tarnwell data could not be read: "));
   std::filesystem::create_directory(file);
-  EXPECT_THAT([&] { store.load(); }, unreadable);
+  EXPECT_THAT([&] { localStore.load(); }, unreadable);
   std::filesystem::remove(file);
   ASSERT_EQ(::mkfifo(file.c_str(), 0600), 0);
-  EXPECT_THAT([&] { store.load(); }, unreadable);
+  EXPECT_THAT([&] { localStore.load(); }, unreadable);
   std::filesystem::remove(file);
   std::filesystem::create_symlink("/dev/zero", file);
-  EXPECT_THAT([&] { store.load(); }, unreadable);
+  EXPECT_THAT([&] { localStore.load(); }, unreadable);
   std::filesystem::remove(file);
   std::filesystem::create_symlink(file, file);
-  EXPECT_THAT([&] { store.load(); }, unreadable);
+  EXPECT_THAT([&] { localStore.load(); }, unreadable);
 }
 
-TEST_F(LocalStoreTest, takesAFileWhereItsFolderShouldBeForAnErrorAndNotForAnEmptyPlan) {
+TEST_F(LocalStoreTest, aFileInThePlaceOfTheFolderIsAnErrorAndNotAnEmptyPlan) {
   writeFile(folder / "file", "");
   const LocalStore inside(folder / "file/state.json");
   EXPECT_THROW(inside.load(), LocalStoreError);
@@ -195,38 +195,38 @@ TEST_F(LocalStoreTest, takesAFileWhereItsFolderShouldBeForAnErrorAndNotForAnEmpt
 TEST_F(LocalStoreTest, saveRefusesAnyOtherSchemaVersionBeforeTouchingAnything) {
   PersistedState state = PersistedState::initial();
   state.schemaVersion = 1;
-  expectError(LocalStoreError::unsupportedSchema(1), [&] { store.save(state); });
+  expectError(LocalStoreError::unsupportedSchema(1), [&] { localStore.save(state); });
   EXPECT_EQ(entryCount(folder.path()), 0U);
 }
 
 TEST_F(LocalStoreTest, saveRefusesAnInvalidTaskAndLeavesTheFileAndItsCopies) {
-  store.save(PersistedState::initial());
+  localStore.save(PersistedState::initial());
   const auto before = test::treeOf(folder.path());
   FocusTask task = makeTask("Too long");
   task.estimatedMinutes = 2000;
   expectError(ProductivityValidationError(ProductivityValidationError::invalidEstimate),
-              [&] { store.save(stateWith(task)); });
+              [&] { localStore.save(stateWith(task)); });
   EXPECT_EQ(test::treeOf(folder.path()), before);
 }
 
 TEST_F(LocalStoreTest, saveRefusesTextThatIsNotUTF8AndLeavesTheFile) {
-  store.save(PersistedState::initial());
+  localStore.save(PersistedState::initial());
   const std::string before = contentOf(file);
   FocusTask task = makeTask("Title");
   task.notes = "\xFF";
-  EXPECT_THROW(store.save(stateWith(task)), Error);
+  EXPECT_THROW(localStore.save(stateWith(task)), Error);
   EXPECT_EQ(contentOf(file), before);
 }
 
 TEST_F(LocalStoreTest, aFailedCopyAbortsTheSaveBeforeTheFileIsReplaced) {
-  store.save(PersistedState::initial());
+  localStore.save(PersistedState::initial());
   const std::string before = contentOf(file);
   writeFile(copies, "a file where the folder of copies should be");
-  EXPECT_THROW(store.save(stateWith(makeTask("New"))), FileError);
+  EXPECT_THROW(localStore.save(stateWith(makeTask("New"))), FileError);
   EXPECT_EQ(contentOf(file), before);
 }
 
-TEST_F(LocalStoreTest, whatItCreatesIsPrivateWhateverTheUmask) {
+TEST_F(LocalStoreTest, createsPrivateFilesAndFoldersWhateverTheUmask) {
   for (const mode_t mask : {mode_t{0}, mode_t{0777}}) {
     const LocalStore masked(folder / (mask == 0 ? "open" : "closed") / "inner/state.json");
     const mode_t previous = ::umask(mask);
@@ -244,31 +244,31 @@ TEST_F(LocalStoreTest, whatItCreatesIsPrivateWhateverTheUmask) {
 }
 
 TEST_F(LocalStoreTest, aReplacedFileKeepsItsPermissions) {
-  store.save(PersistedState::initial());
+  localStore.save(PersistedState::initial());
   ::chmod(file.c_str(), 0640);
-  store.save(PersistedState::initial());
+  localStore.save(PersistedState::initial());
   EXPECT_EQ(static_cast<unsigned>(std::filesystem::status(file).permissions()), 0640U);
 }
 
 TEST_F(LocalStoreTest, replacesTheFileThatALinkPointsToAndKeepsTheLink) {
   std::filesystem::create_directory(folder / "elsewhere");
   std::filesystem::create_symlink("elsewhere/plan.json", file);
-  store.save(PersistedState::initial());
-  store.save(stateWith(makeTask("Through the link")));
+  localStore.save(PersistedState::initial());
+  localStore.save(stateWith(makeTask("Through the link")));
   EXPECT_TRUE(std::filesystem::is_symlink(file));
   EXPECT_THAT(contentOf(folder / "elsewhere/plan.json"), HasSubstr("Through the link"));
   EXPECT_EQ(entryCount(folder / "elsewhere"), 1U);
 }
 
-TEST_F(LocalStoreTest, theLockReturnsWhatItsBodyReturnsAndThrowsWhatItThrows) {
-  EXPECT_EQ(store.withExclusiveLock([] { return 7; }), 7);
-  EXPECT_THROW(store.withExclusiveLock([]() -> int { throw std::out_of_range("mine"); }),
+TEST_F(LocalStoreTest, theLockPassesOnTheResultAndTheErrorOfItsBody) {
+  EXPECT_EQ(localStore.withExclusiveLock([] { return 7; }), 7);
+  EXPECT_THROW(localStore.withExclusiveLock([]() -> int { throw std::out_of_range("mine"); }),
                std::out_of_range);
-  EXPECT_EQ(store.withExclusiveLock([] { return 8; }), 8) << "the lock was not released";
+  EXPECT_EQ(localStore.withExclusiveLock([] { return 8; }), 8) << "the lock was not released";
 }
 
 TEST_F(LocalStoreTest, theLockFileIsPrivateAndStays) {
-  store.withExclusiveLock([] {});
+  localStore.withExclusiveLock([] {});
   const auto lock = folder / "state.json.lock";
   EXPECT_EQ(static_cast<unsigned>(std::filesystem::status(lock).permissions()), 0600U);
   EXPECT_EQ(entryCount(folder.path()), 1U);
@@ -279,7 +279,7 @@ TEST_F(LocalStoreTest, aLockFileThatIsALinkIsRefusedWithTheSystemsText) {
   std::filesystem::create_symlink(folder / "target", folder / "state.json.lock");
   bool hasRun = false;
   expectError(LocalStoreError::lockFailed(FileError("open", file, ELOOP).reason()),
-              [&] { store.withExclusiveLock([&] { hasRun = true; }); });
+              [&] { localStore.withExclusiveLock([&] { hasRun = true; }); });
   EXPECT_FALSE(hasRun);
 }
 
@@ -289,12 +289,12 @@ TEST_F(LocalStoreTest, aFolderThatCannotBeCreatedForTheLockIsAFileError) {
   EXPECT_THROW(inside.withExclusiveLock([] {}), FileError);
 }
 
-TEST_F(LocalStoreTest, whileABodyRunsNobodyElseCanTakeTheLock) {
+TEST_F(LocalStoreTest, noOtherProcessCanTakeTheLockWhileABodyRuns) {
   const auto isFree = [&] {
     const FileDescriptor other(::open((folder / "state.json.lock").c_str(), O_RDWR));
     return ::flock(other.number(), LOCK_EX | LOCK_NB) == 0;
   };
-  store.withExclusiveLock([&] { EXPECT_FALSE(isFree()); });
+  localStore.withExclusiveLock([&] { EXPECT_FALSE(isFree()); });
   EXPECT_TRUE(isFree());
 }
 
@@ -303,7 +303,7 @@ TEST_F(LocalStoreTest, aSecondBodyRunsWhenTheFirstHasFinished) {
   std::promise<void> mayFinish;
   std::atomic<bool> firstHasFinished = false;
   std::thread first([&] {
-    store.withExclusiveLock([&] {
+    localStore.withExclusiveLock([&] {
       isLocked.set_value();
       mayFinish.get_future().wait();
       firstHasFinished = true;
@@ -311,26 +311,26 @@ TEST_F(LocalStoreTest, aSecondBodyRunsWhenTheFirstHasFinished) {
   });
   isLocked.get_future().wait();
   std::thread second(
-      [&] { store.withExclusiveLock([&] { EXPECT_TRUE(firstHasFinished.load()); }); });
+      [&] { localStore.withExclusiveLock([&] { EXPECT_TRUE(firstHasFinished.load()); }); });
   mayFinish.set_value();
   first.join();
   second.join();
 }
 
-TEST_F(LocalStoreTest, updateAtomicallySavesWhatItsBodyChangedAndLeavesTheRevision) {
-  const int result = store.updateAtomically([](PersistedState& state) {
+TEST_F(LocalStoreTest, updateAtomicallySavesTheChangeAndLeavesTheRevision) {
+  const int result = localStore.updateAtomically([](PersistedState& state) {
     state.groups.clear();
     return 5;
   });
   EXPECT_EQ(result, 5);
-  EXPECT_TRUE(store.load().groups.empty());
-  EXPECT_EQ(store.load().revision, 0);
+  EXPECT_TRUE(localStore.load().groups.empty());
+  EXPECT_EQ(localStore.load().revision, 0);
 }
 
 TEST_F(LocalStoreTest, updateAtomicallySavesNothingWhenItsBodyFails) {
-  store.save(PersistedState::initial());
+  localStore.save(PersistedState::initial());
   const std::string before = contentOf(file);
-  EXPECT_THROW(store.updateAtomically([](PersistedState& state) {
+  EXPECT_THROW(localStore.updateAtomically([](PersistedState& state) {
     state.groups.clear();
     throw std::out_of_range("mine");
   }),
@@ -341,18 +341,18 @@ TEST_F(LocalStoreTest, updateAtomicallySavesNothingWhenItsBodyFails) {
 
 TEST_F(LocalStoreTest, migrationRewritesAnOlderFileAndKeepsACopyOfIt) {
   writeFile(file, R"({"schemaVersion":1,"groups":[]})");
-  store.migrateToCurrentSchema();
+  localStore.migrateToCurrentSchema();
   EXPECT_THAT(contentOf(file), HasSubstr("\"schemaVersion\": 2"));
-  EXPECT_TRUE(store.load().groups.empty());
+  EXPECT_TRUE(localStore.load().groups.empty());
   EXPECT_EQ(entryCount(copies), 1U);
 }
 
 TEST_F(LocalStoreTest, migrationLeavesCurrentAndNewerFilesAndMissingOnesAlone) {
-  store.migrateToCurrentSchema();
+  localStore.migrateToCurrentSchema();
   EXPECT_EQ(entryCount(folder.path()), 0U);
   for (const auto* content : {R"({"schemaVersion":2})", R"({"schemaVersion":3})"}) {
     writeFile(file, content);
-    store.migrateToCurrentSchema();
+    localStore.migrateToCurrentSchema();
     EXPECT_EQ(contentOf(file), content);
     EXPECT_EQ(entryCount(folder.path()), 1U);
   }
@@ -360,7 +360,7 @@ TEST_F(LocalStoreTest, migrationLeavesCurrentAndNewerFilesAndMissingOnesAlone) {
 
 TEST_F(LocalStoreTest, migrationPassesAFailedProbeOnUnwrapped) {
   writeFile(file, "{}");
-  EXPECT_THAT([&] { store.migrateToCurrentSchema(); },
+  EXPECT_THAT([&] { localStore.migrateToCurrentSchema(); },
               testing::ThrowsMessage<Error>(testing::Not(HasSubstr("could not be read"))));
 }
 

@@ -35,19 +35,19 @@ class TaskStoreTest : public testing::Test {
 
   test::ScratchFolder folder;
   std::filesystem::path file = folder / "state.json";
-  LocalStore local{file};
+  LocalStore localStore{file};
 };
 
 TEST_F(TaskStoreTest, theFirstTransactionOfAnEmptyFolderWritesRevisionOneAndOneEvent) {
-  TaskStore store(local);
+  TaskStore taskStore(localStore);
   const FocusTask task = makeTask("First");
   TaskTransaction first = transaction(0);
   first.taskID = task.id;
-  const auto snapshot = store.transact(first, [&](auto& state) { state.tasks.push_back(task); });
-  EXPECT_EQ(snapshot.revision(), 1);
-  EXPECT_EQ(snapshot.state(), local.load());
-  ASSERT_EQ(snapshot.state().auditEvents.size(), 1U);
-  const TaskAuditEvent& event = snapshot.state().auditEvents.front();
+  const auto after = taskStore.transact(first, [&](auto& state) { state.tasks.push_back(task); });
+  EXPECT_EQ(after.revision(), 1);
+  EXPECT_EQ(after.state(), localStore.load());
+  ASSERT_EQ(after.state().auditEvents.size(), 1U);
+  const TaskAuditEvent& event = after.state().auditEvents.front();
   EXPECT_EQ(event.timestamp, someInstant);
   EXPECT_EQ(event.source, MutationSource::agent);
   EXPECT_EQ(event.action, "task.create");
@@ -55,9 +55,9 @@ TEST_F(TaskStoreTest, theFirstTransactionOfAnEmptyFolderWritesRevisionOneAndOneE
 }
 
 TEST_F(TaskStoreTest, refusesAStaleRevisionAndWritesNothing) {
-  local.save({.revision = 5});
-  TaskStore one(local);
-  TaskStore other(local);
+  localStore.save({.revision = 5});
+  TaskStore one(localStore);
+  TaskStore other(localStore);
   EXPECT_EQ(one.transact(transaction(5), changeNothing).revision(), 6);
   const auto before = treeOf(folder.path());
   expectError(TaskStoreError::revisionConflict(5, 6),
@@ -66,124 +66,124 @@ TEST_F(TaskStoreTest, refusesAStaleRevisionAndWritesNothing) {
 }
 
 TEST_F(TaskStoreTest, refusesARevisionOfTheFuture) {
-  TaskStore store(local);
+  TaskStore taskStore(localStore);
   expectError(TaskStoreError::revisionConflict(1, 0),
-              [&] { store.transact(transaction(1), changeNothing); });
+              [&] { taskStore.transact(transaction(1), changeNothing); });
 }
 
 TEST_F(TaskStoreTest, aChangeThatModifiesNothingStillCountsAndLeavesAnEvent) {
-  TaskStore store(local);
-  store.transact(transaction(0), changeNothing);
-  const auto snapshot = store.transact(transaction(1), changeNothing);
-  EXPECT_EQ(snapshot.revision(), 2);
-  EXPECT_EQ(snapshot.state().auditEvents.size(), 2U);
+  TaskStore taskStore(localStore);
+  taskStore.transact(transaction(0), changeNothing);
+  const auto after = taskStore.transact(transaction(1), changeNothing);
+  EXPECT_EQ(after.revision(), 2);
+  EXPECT_EQ(after.state().auditEvents.size(), 2U);
 }
 
 TEST_F(TaskStoreTest, aChangeThatLeavesATaskInvalidIsRefusedAndTheRevisionStays) {
-  TaskStore store(local);
+  TaskStore taskStore(localStore);
   const auto blank = [](PersistedState& state) { state.tasks.push_back(makeTask("")); };
   expectError(ProductivityValidationError(ProductivityValidationError::blankTitle),
-              [&] { store.transact(transaction(0), blank); });
-  EXPECT_EQ(store.snapshot().revision(), 0);
+              [&] { taskStore.transact(transaction(0), blank); });
+  EXPECT_EQ(taskStore.snapshot().revision(), 0);
   EXPECT_FALSE(std::filesystem::exists(file));
 }
 
 TEST_F(TaskStoreTest, aChangeThatFailsPassesItsErrorOnAndWritesNothing) {
-  local.save({.revision = 3});
-  TaskStore store(local);
+  localStore.save({.revision = 3});
+  TaskStore taskStore(localStore);
   const std::string before = contentOf(file);
   const auto change = [](PersistedState& state) {
     state.tasks.push_back(makeTask("Half done"));
     throw std::out_of_range("mine");
   };
-  EXPECT_THROW(store.transact(transaction(3), change), std::out_of_range);
+  EXPECT_THROW(taskStore.transact(transaction(3), change), std::out_of_range);
   EXPECT_EQ(contentOf(file), before);
-  EXPECT_TRUE(store.snapshot().state().tasks.empty());
+  EXPECT_TRUE(taskStore.snapshot().state().tasks.empty());
 }
 
 TEST_F(TaskStoreTest, aSaveThatFailsLeavesTheStateAsLoaded) {
-  local.save({.revision = 3});
-  TaskStore store(local);
+  localStore.save({.revision = 3});
+  TaskStore taskStore(localStore);
   writeFile(folder / "State Backups", "in the way of the copy");
-  EXPECT_THROW(store.transact(transaction(3), changeNothing), Error);
-  EXPECT_EQ(store.snapshot().revision(), 3);
-  EXPECT_EQ(local.load().revision, 3);
+  EXPECT_THROW(taskStore.transact(transaction(3), changeNothing), Error);
+  EXPECT_EQ(taskStore.snapshot().revision(), 3);
+  EXPECT_EQ(localStore.load().revision, 3);
 }
 
 TEST_F(TaskStoreTest, aFailedTransactionStillRefreshesTheMemory) {
-  TaskStore store(local);
-  local.save({.revision = 4});
-  EXPECT_THROW(store.transact(transaction(0), changeNothing), TaskStoreError);
+  TaskStore taskStore(localStore);
+  localStore.save({.revision = 4});
+  EXPECT_THROW(taskStore.transact(transaction(0), changeNothing), TaskStoreError);
   writeFile(file, "unreadable from now on");
-  EXPECT_EQ(store.snapshot().revision(), 4);
+  EXPECT_EQ(taskStore.snapshot().revision(), 4);
 }
 
 TEST_F(TaskStoreTest, aLockThatCannotBeTakenLeavesFileAndMemory) {
-  local.save({.revision = 3});
-  TaskStore store(local);
+  localStore.save({.revision = 3});
+  TaskStore taskStore(localStore);
   std::filesystem::create_directory(folder / "state.json.lock");
-  EXPECT_THROW(store.transact(transaction(3), changeNothing), LocalStoreError);
-  EXPECT_EQ(local.load().revision, 3);
+  EXPECT_THROW(taskStore.transact(transaction(3), changeNothing), LocalStoreError);
+  EXPECT_EQ(localStore.load().revision, 3);
 }
 
-TEST_F(TaskStoreTest, aSnapshotShowsWhatAnotherProcessWrote) {
-  TaskStore store(local);
-  local.save({.revision = 9});
-  EXPECT_EQ(store.snapshot().revision(), 9);
+TEST_F(TaskStoreTest, aSnapshotShowsTheChangeOfAnotherProcess) {
+  TaskStore taskStore(localStore);
+  localStore.save({.revision = 9});
+  EXPECT_EQ(taskStore.snapshot().revision(), 9);
 }
 
 TEST_F(TaskStoreTest, aSnapshotOfAnUnreadableFileIsTheLastGoodState) {
-  local.save({.revision = 9});
-  TaskStore store(local);
+  localStore.save({.revision = 9});
+  TaskStore taskStore(localStore);
   writeFile(file, "damaged");
-  EXPECT_EQ(store.snapshot().revision(), 9);
+  EXPECT_EQ(taskStore.snapshot().revision(), 9);
 }
 
 TEST_F(TaskStoreTest, aTransactionOnAnUnreadableFileIsRefusedAndKeepsTheFile) {
-  TaskStore store(local);
+  TaskStore taskStore(localStore);
   writeFile(file, "damaged");
-  EXPECT_THROW(store.transact(transaction(0), changeNothing), LocalStoreError);
+  EXPECT_THROW(taskStore.transact(transaction(0), changeNothing), LocalStoreError);
   EXPECT_EQ(contentOf(file), "damaged");
 }
 
 TEST_F(TaskStoreTest, doesNotExistOverAFileThatCannotBeRead) {
   writeFile(file, "damaged");
-  EXPECT_THROW(TaskStore{local}, LocalStoreError);
+  EXPECT_THROW(TaskStore{localStore}, LocalStoreError);
 }
 
 TEST_F(TaskStoreTest, startsFromARecoveryStateWithoutReadingTheFile) {
   writeFile(file, "damaged");
-  TaskStore store(local, {.revision = 2});
-  EXPECT_EQ(store.snapshot().revision(), 2);
+  TaskStore taskStore(localStore, {.revision = 2});
+  EXPECT_EQ(taskStore.snapshot().revision(), 2);
 }
 
 TEST_F(TaskStoreTest, readingCreatesNothing) {
-  TaskStore store(local);
-  store.snapshot();
+  TaskStore taskStore(localStore);
+  taskStore.snapshot();
   EXPECT_EQ(entryCount(folder.path()), 0U);
 }
 
 TEST_F(TaskStoreTest, keepsASnapshotAsItWasWhenTheStoreMovesOn) {
-  TaskStore store(local);
-  const auto before = store.snapshot();
-  store.transact(transaction(0), changeNothing);
+  TaskStore taskStore(localStore);
+  const auto before = taskStore.snapshot();
+  taskStore.transact(transaction(0), changeNothing);
   EXPECT_EQ(before.revision(), 0);
   EXPECT_TRUE(before.state().auditEvents.empty());
-  EXPECT_FALSE(before == store.snapshot());
+  EXPECT_FALSE(before == taskStore.snapshot());
 }
 
 TEST_F(TaskStoreTest, threadsTakeTurnsAndLoseNothing) {
   constexpr int threadCount = 4;
   constexpr int changesEach = 10;
-  TaskStore store(local);
+  TaskStore taskStore(localStore);
   std::vector<std::thread> threads;
   threads.reserve(threadCount);
   for (int i = 0; i < threadCount; ++i) {
     threads.emplace_back([&] {
       for (int done = 0; done < changesEach;) {
         try {
-          store.transact(transaction(store.snapshot().revision()),
-                         [](auto& state) { state.tasks.push_back(makeTask("One of many")); });
+          taskStore.transact(transaction(taskStore.snapshot().revision()),
+                             [](auto& state) { state.tasks.push_back(makeTask("One of many")); });
           ++done;
         } catch (const TaskStoreError&) {
           continue;  // another thread was first
@@ -192,18 +192,19 @@ TEST_F(TaskStoreTest, threadsTakeTurnsAndLoseNothing) {
     });
   }
   for (std::thread& thread : threads) thread.join();
-  const auto end = local.load();
+  const auto end = localStore.load();
   EXPECT_EQ(end.revision, threadCount * changesEach);
   EXPECT_EQ(end.tasks.size(), static_cast<std::size_t>(end.revision));
   EXPECT_EQ(end.auditEvents.size(), static_cast<std::size_t>(end.revision));
 }
 
 TEST_F(TaskStoreTest, aRevisionThatOverflowsEndsTheProcessAndLeavesTheFile) {
-  local.save({.revision = std::numeric_limits<std::int64_t>::max()});
-  TaskStore store(local);
+  localStore.save({.revision = std::numeric_limits<std::int64_t>::max()});
+  TaskStore taskStore(localStore);
   const auto before = treeOf(folder.path());
-  EXPECT_DEATH(store.transact(transaction(std::numeric_limits<std::int64_t>::max()), changeNothing),
-               "overflow");
+  EXPECT_DEATH(
+      taskStore.transact(transaction(std::numeric_limits<std::int64_t>::max()), changeNothing),
+      "overflow");
   std::filesystem::remove(folder / "state.json.lock");
   EXPECT_EQ(treeOf(folder.path()), before);
 }

@@ -1,4 +1,4 @@
-// Records for tests: valid as they come, so that a test states only what it is about.
+// Valid records for tests, so that a test states only the members that matter.
 #pragma once
 
 #include <string>

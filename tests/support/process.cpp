@@ -20,7 +20,7 @@
 namespace tarnwell::test {
 namespace {
 
-// Unnamed files rather than pipes: however much is read or written, nobody has to wait.
+// Unnamed files rather than pipes, so that no process waits for another to read or write.
 class UnnamedFile {
  public:
   UnnamedFile() : file_(std::tmpfile(), &std::fclose) {
