@@ -1,5 +1,5 @@
-// Stands for the administrator: whoever owns the file needs no approval to replace it. In earnest a
-// host takes `defaultPrivilegedCommandRunner()`.
+// Stands in for the administrator: the owner of a file replaces it without approval. A real host
+// takes `defaultPrivilegedCommandRunner()`.
 #pragma once
 
 #include <filesystem>
@@ -18,7 +18,7 @@ class FileCopier : public PrivilegedCommandRunning {
     if (!file) throw BlockingError::writeFailed("the file cannot be written");
   }
 
-  // Nobody looks up names in a scratch hosts file.
+  // A scratch hosts file has no name caches.
   void refreshDNS() override {}
 };
 
