@@ -1,5 +1,5 @@
-// One launch of a desktop application, without its windows: what the person at it asks for becomes
-// calls of the engines, what they would see is printed.
+// One launch of a desktop application without windows: the user's requests become calls of the
+// engines, and the program prints what the windows would show.
 #pragma once
 
 #include <cstdint>
@@ -26,7 +26,7 @@ std::string timeOfDay(Instant instant, const Calendar& calendar);
 
 class Desktop {
  public:
-  // `now` is `Instant::now` in earnest, and `calendar` is `Calendar::current()`.
+  // A real host passes `Instant::now` and `Calendar::current()`.
   Desktop(const Machine& machine, const Calendar& calendar, std::function<Instant()> now);
 
   void launch();
@@ -39,7 +39,7 @@ class Desktop {
   void showDay(LocalDay day) const;
   void takeCommandOfAgent(const AgentCommandEnvelope& command);
 
-  // Working on it
+  // Task sessions
   void start(std::string_view title);
   void skip();
   void complete();
@@ -72,7 +72,7 @@ class Desktop {
   const Calendar calendar_;
   const std::function<Instant()> now_;
   Engines engines_;
-  TaskStoreSnapshot shown_;  // the plan that the person is looking at
+  TaskStoreSnapshot shown_;  // the plan that the user sees
 };
 
 }  // namespace tarnwell::host

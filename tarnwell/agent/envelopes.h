@@ -57,15 +57,14 @@ struct AgentResponseEnvelope {
   friend bool operator==(const AgentResponseEnvelope&, const AgentResponseEnvelope&) = default;
 };
 
-// Throws JSONError.
+// Reads a command. Throws JSONError.
 AgentCommandEnvelope decodeCommand(std::string text);
 
-// Compact and without a line feed, both. Throw JSONError.
-
-// The envelope's own keys in the order of its fields.
+// Writes a command as compact JSON without a line feed, its keys in the order of the fields. Throws
+// JSONError.
 std::string encodeCommand(const AgentCommandEnvelope& command);
 
-// Keys in ascending order at every level.
+// Writes a reply likewise, with the keys in ascending order at every level.
 std::string encodeReply(const AgentResponseEnvelope& reply);
 
 }  // namespace tarnwell

@@ -1,7 +1,6 @@
-// Memory for a process that lives for one command. A long plan is read into a few large blocks,
-// which would be faulted in by tens of thousands of small pages. So they are taken in huge pages,
-// where the system has them, and what was freed is used again instead of being given back. The
-// library leaves a host's allocator alone.
+// A long plan is read into a few large blocks. In small pages they would cost tens of thousands of
+// page faults, so this process takes them in huge pages and reuses freed memory instead of
+// returning it. The library leaves a host's allocator alone.
 #include "tarnwell/cli/process_memory.h"
 
 // Sanitizers have an allocator of their own.
@@ -19,7 +18,7 @@ namespace {
 
 constexpr std::size_t largeBlock = 2'097'152;
 
-// A hint: where the system does not take it, nothing changes.
+// Best effort: without huge pages nothing changes.
 void adviseHugePages(void* block, std::size_t size) {
   static const auto pageSize = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
   void* firstPage = block;

@@ -1,10 +1,9 @@
-// How this process takes memory from the system.
+// Memory for a process that lives for one command.
 #pragma once
 
 namespace tarnwell {
 
-// Keeps memory that was freed for the next use. For a process that lives for one command; to be
-// called before anything large is taken.
+// Keeps freed memory for reuse. Call before the first large allocation.
 void keepFreedMemory();
 
 }  // namespace tarnwell

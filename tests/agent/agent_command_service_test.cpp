@@ -28,7 +28,7 @@ TEST_F(AgentCommandServiceTest, namesTheUnknownCommand) {
 }
 
 TEST_F(AgentCommandServiceTest, answersAConflictWithBothRevisionsInWordsAndTheCurrentOne) {
-  local.save({.revision = 6});
+  localStore.save({.revision = 6});
   const auto reply = execute("tasks.create", 4, {{"title", "Late"}});
   EXPECT_EQ(reply, Service::failure(failures::revisionConflict(4, 6)));
   EXPECT_EQ(reply.revision, 6);
@@ -59,7 +59,7 @@ TEST_F(AgentCommandServiceTest, performsACommandAndReturnsThePlanAfterIt) {
       {.version = 1, .command = "tasks.create", .expectedRevision = 0, .payload = {{"title", "A"}}},
       now);
   EXPECT_EQ(result.plan.revision(), 1);
-  EXPECT_EQ(result.plan.state(), local.load());
+  EXPECT_EQ(result.plan.state(), localStore.load());
   ASSERT_TRUE(result.value);
 }
 
@@ -89,7 +89,7 @@ TEST_F(AgentCommandServiceTest, readsTheClockUnlessItIsGivenTheTime) {
                                       .expectedRevision = 0,
                                       .payload = {{"title", "A"}}});
   EXPECT_TRUE(reply.ok);
-  const Instant created = local.load().tasks.at(0).createdAt;
+  const Instant created = localStore.load().tasks.at(0).createdAt;
   EXPECT_LE(before, created);
   EXPECT_LE(created, Instant::now());
 }
@@ -97,8 +97,8 @@ TEST_F(AgentCommandServiceTest, readsTheClockUnlessItIsGivenTheTime) {
 TEST(AgentCommandServiceParts, haveTheUsersCalendarUnlessGivenAnother) {
   const test::ScopedVariable everywhere("LC_ALL", "de_DE.UTF-8");
   test::ServiceOnScratchFolder fixture;
-  const AgentCommandService::Parts parts{.store = fixture.store,
-                                         .sessions = fixture.sessions,
+  const AgentCommandService::Parts parts{.store = fixture.taskStore,
+                                         .sessions = fixture.taskSessions,
                                          .recommendations = fixture.recommendations};
   EXPECT_EQ(parts.calendar, Calendar::current());
 #ifndef __APPLE__

@@ -23,8 +23,8 @@ class BlockedTaskCommandsTest : public testing::Test {
   void save(const FocusTask& stored) {
     PersistedState state = PersistedState::initial();
     state.tasks = {stored};
-    local.save(state);
-    blocking.loadPersistedState();
+    localStore.save(state);
+    blockSessions.loadPersistedState();
   }
 
   AgentResponseEnvelope execute(const std::string& command, std::int64_t revision,
@@ -41,22 +41,22 @@ class BlockedTaskCommandsTest : public testing::Test {
     return execute("tasks.start", 0, std::move(payload));
   }
 
-  TaskStatus status() const { return local.load().tasks[0].status; }
-  std::optional<BlockSession> session() const { return local.load().activeSession; }
+  TaskStatus status() const { return localStore.load().tasks[0].status; }
+  std::optional<BlockSession> session() const { return localStore.load().activeSession; }
 
   test::ScratchFolder folder;
-  LocalStore local{folder / "state.json"};
-  TaskStore store{local};
-  TaskSessionEngine tasks{store, Calendar{}};
-  RecommendationEngine recommendations{store};
+  LocalStore localStore{folder / "state.json"};
+  TaskStore taskStore{localStore};
+  TaskSessionEngine taskSessions{taskStore, Calendar{}};
+  RecommendationEngine recommendations{taskStore};
   test::FakeBlocker blocker;
-  SessionEngine blocking{local, blocker};
-  FocusCoordinator coordinator{tasks, blocking};
-  AgentCommandService service{{.store = store,
-                               .sessions = tasks,
+  SessionEngine blockSessions{localStore, blocker};
+  FocusCoordinator focusCoordinator{taskSessions, blockSessions};
+  AgentCommandService service{{.store = taskStore,
+                               .sessions = taskSessions,
                                .recommendations = recommendations,
-                               .focusCoordinator = &coordinator,
-                               .blocking = &blocking}};
+                               .focusCoordinator = &focusCoordinator,
+                               .blocking = &blockSessions}};
   FocusTask task = test::makeTask("Blocked");
   Instant now = someInstant;
 };
@@ -105,15 +105,16 @@ TEST_F(BlockedTaskCommandsTest, aBlockedStartThatFailsIsOneRefusalAndTwoEvents) 
   blocker.onApply = [] { throw BlockingError::authorizationCancelled(); };
   EXPECT_EQ(start(), Service::failure(failures::operationFailed()));
   EXPECT_EQ(status(), TaskStatus::pending);
-  EXPECT_EQ(local.load().revision, 2);
-  EXPECT_EQ(local.load().auditEvents.size(), 2U);
+  EXPECT_EQ(localStore.load().revision, 2);
+  EXPECT_EQ(localStore.load().auditEvents.size(), 2U);
   EXPECT_EQ(session(), std::nullopt);
 }
 
 TEST_F(BlockedTaskCommandsTest, aStartWhoseUndoConflictsLeavesTheTaskActiveWithoutABlock) {
   blocker.onApply = [&] {
-    store.transact({.expectedRevision = 1, .source = MutationSource::user, .action = "task.update"},
-                   [](PersistedState&) {});
+    taskStore.transact(
+        {.expectedRevision = 1, .source = MutationSource::user, .action = "task.update"},
+        [](PersistedState&) {});
     throw BlockingError::authorizationCancelled();
   };
   EXPECT_EQ(start(), Service::failure(failures::revisionConflict(1, 2)));
@@ -152,10 +153,10 @@ TEST_F(BlockedTaskCommandsTest, resumeRefusesATaskWhoseGroupIsGone) {
 
 TEST_F(BlockedTaskCommandsTest, resumeDuringAStrictSessionLeavesThePausedTaskPending) {
   start({{"mode", "strict"}});
-  tasks.pause(1, now);  // as the desktop application may
+  taskSessions.pause(1, now);  // as the desktop application may
   EXPECT_EQ(execute("tasks.resume", 2), Service::failure(failures::operationFailed()));
   EXPECT_EQ(status(), TaskStatus::pending);
-  EXPECT_EQ(local.load().revision, 4);
+  EXPECT_EQ(localStore.load().revision, 4);
 }
 
 TEST_F(BlockedTaskCommandsTest, aStrictSessionRefusesPauseAndSkipBeforeAnyConflict) {
@@ -184,7 +185,7 @@ TEST_F(BlockedTaskCommandsTest, aBlockThatCannotBeRemovedIsARefusalThoughTheTask
   blocker.onRemove = [] { throw BlockingError::writeFailed("x"); };
   EXPECT_EQ(execute("tasks.pause", 1), Service::failure(failures::operationFailed()));
   EXPECT_EQ(status(), TaskStatus::paused);
-  EXPECT_EQ(local.load().revision, 2);
+  EXPECT_EQ(localStore.load().revision, 2);
   EXPECT_EQ(session()->state, SessionState::attentionRequired);
 }
 

@@ -27,11 +27,11 @@ class ProposalCommandsTest : public testing::Test, protected test::ServiceOnScra
     FocusTask task = makeTask("Large");
     task.plannedDay = tuesday;
     task.estimatedMinutes = 500;
-    local.save({.revision = revision, .tasks = {task}});
+    localStore.save({.revision = revision, .tasks = {task}});
     return task;
   }
 
-  PlanningProposal storedProposal() const { return local.load().proposals.front(); }
+  PlanningProposal storedProposal() const { return localStore.load().proposals.front(); }
 
   AgentResponseEnvelope decide(const std::string& command, bool userApproval,
                                std::optional<std::int64_t> expectedRevision,
@@ -69,7 +69,7 @@ TEST_F(ProposalCommandsTest, reviewAndListLeaveNoTrace) {
 TEST_F(ProposalCommandsTest, generateStoresItsProposalsAndAnswersWithThem) {
   const FocusTask task = storeOverload();
   const auto reply = execute("proposals.generate", revision);
-  const auto stored = local.load().proposals;
+  const auto stored = localStore.load().proposals;
   ASSERT_EQ(stored.size(), 1U);
   EXPECT_EQ(reply, Service::success(revision + 1, jsonValue(stored)));
   EXPECT_EQ(stored[0].taskID, task.id);
@@ -81,7 +81,7 @@ TEST_F(ProposalCommandsTest, generateGoesByTheStoredCapacity) {
   FocusTask task = makeTask("Large");
   task.plannedDay = tuesday;
   task.estimatedMinutes = 500;
-  local.save({.tasks = {task}, .preferences = {.dailyCapacityMinutes = 500}});
+  localStore.save({.tasks = {task}, .preferences = {.dailyCapacityMinutes = 500}});
   EXPECT_EQ(execute("proposals.generate", 0).result, JSONValue(JSONValue::Array{}));
 }
 
@@ -90,7 +90,7 @@ TEST_F(ProposalCommandsTest, generateAgainReplacesThePendingProposals) {
   execute("proposals.generate", revision);
   const UUID first = storedProposal().id;
   execute("proposals.generate", revision + 1);
-  ASSERT_EQ(local.load().proposals.size(), 1U);
+  ASSERT_EQ(localStore.load().proposals.size(), 1U);
   EXPECT_NE(storedProposal().id, first);
 }
 
@@ -99,7 +99,7 @@ TEST_F(ProposalCommandsTest, generateNeedsTheCurrentRevision) {
   EXPECT_EQ(execute("proposals.generate", {}),
             Service::failure(failures::expectedRevisionRequired()));
   EXPECT_EQ(execute("proposals.generate", 4), Service::failure(failures::revisionConflict(4, 5)));
-  EXPECT_TRUE(local.load().proposals.empty());
+  EXPECT_TRUE(localStore.load().proposals.empty());
 }
 
 TEST_F(ProposalCommandsTest, listGivesEveryStoredProposalInStoredOrder) {
@@ -110,7 +110,7 @@ TEST_F(ProposalCommandsTest, listGivesEveryStoredProposalInStoredOrder) {
   proposals[1].kind = ProposalKind::splitTask;
   proposals[2].status = ProposalStatus::approved;
   for (auto& each : proposals) each.id = UUID::random();
-  local.save({.revision = revision, .proposals = proposals});
+  localStore.save({.revision = revision, .proposals = proposals});
   EXPECT_EQ(execute("proposals.list", {}), Service::success(revision, jsonValue(proposals)));
 }
 
@@ -144,9 +144,9 @@ TEST_F(TrustedProposalCommandsTest, approveMovesTheTask) {
   const auto reply =
       decide("proposals.approve", true, 6, {{"proposal_id", storedProposal().id.text()}});
   EXPECT_EQ(reply, Service::success(7, {}));
-  EXPECT_EQ(local.load().tasks[0].plannedDay, wednesday);
+  EXPECT_EQ(localStore.load().tasks[0].plannedDay, wednesday);
   EXPECT_EQ(storedProposal().status, ProposalStatus::approved);
-  EXPECT_EQ(local.load().auditEvents.back().source, MutationSource::user);
+  EXPECT_EQ(localStore.load().auditEvents.back().source, MutationSource::user);
 }
 
 TEST_F(TrustedProposalCommandsTest, dismissLeavesTheTask) {
@@ -155,7 +155,7 @@ TEST_F(TrustedProposalCommandsTest, dismissLeavesTheTask) {
   const auto reply =
       decide("proposals.dismiss", true, 6, {{"proposal_id", storedProposal().id.text()}});
   EXPECT_EQ(reply, Service::success(7, {}));
-  EXPECT_EQ(local.load().tasks[0].plannedDay, tuesday);
+  EXPECT_EQ(localStore.load().tasks[0].plannedDay, tuesday);
   EXPECT_EQ(storedProposal().status, ProposalStatus::dismissed);
 }
 

@@ -36,10 +36,12 @@ class SessionCommandsTest : public testing::Test, protected test::ServiceOnScrat
     PersistedState state = PersistedState::initial();
     state.revision = revision;
     state.tasks = std::move(tasks);
-    local.save(state);
+    localStore.save(state);
   }
 
-  TaskStatus storedStatus(std::size_t index = 0) const { return local.load().tasks[index].status; }
+  TaskStatus storedStatus(std::size_t index = 0) const {
+    return localStore.load().tasks[index].status;
+  }
 
   // Everything on disk but the lock, which a conflict is found under.
   std::map<std::string, std::string> storedFiles() const {
@@ -77,7 +79,7 @@ TEST_F(SessionCommandsTest, leaveEventsOfTheApplication) {
   const FocusTask task = makeTask("A");
   save({task});
   execute("tasks.start", 5, {{"task_id", task.id.text()}});
-  const auto event = local.load().auditEvents.back();
+  const auto event = localStore.load().auditEvents.back();
   EXPECT_EQ(event.source, MutationSource::app);
   EXPECT_EQ(event.action, "task.start");
   EXPECT_EQ(event.timestamp, now);
@@ -189,8 +191,8 @@ TEST_F(SessionCommandsTest, completeIsFreeWhenTheReminderIsDisabledOrAnotherTask
 TEST_F(SessionCommandsTest, completeCancelsTheTasksRemindersWhereItCan) {
   test::NotificationService notifications;
   const ReminderCoordinator reminders(notifications);
-  AgentCommandService reminding({.store = store,
-                                 .sessions = sessions,
+  AgentCommandService reminding({.store = taskStore,
+                                 .sessions = taskSessions,
                                  .recommendations = recommendations,
                                  .reminders = &reminders});
   const auto complete = [&](std::int64_t expectedRevision) {

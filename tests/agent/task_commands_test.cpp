@@ -1,3 +1,5 @@
+#include <limits>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -26,12 +28,12 @@ class TaskCommandsTest : public testing::Test, protected test::ServiceOnScratchF
 
   // Stores a plan of one task, at `revision`.
   FocusTask storeTask(FocusTask task = makeTask("Stored")) {
-    local.save({.revision = revision, .tasks = {task}});
+    localStore.save({.revision = revision, .tasks = {task}});
     return task;
   }
 
   FocusTask onlyStoredTask() const {
-    const auto tasks = local.load().tasks;
+    const auto tasks = localStore.load().tasks;
     EXPECT_EQ(tasks.size(), 1U);
     return tasks.front();
   }
@@ -72,8 +74,21 @@ TEST_F(TaskCommandsTest, listKeepsTheStoredOrderAndLeavesNothingOut) {
   archived.status = TaskStatus::archived;
   archived.manualPosition = -1;
   const std::vector tasks{makeTask("C"), archived, makeTask("A")};
-  local.save({.tasks = tasks});
+  localStore.save({.tasks = tasks});
   EXPECT_EQ(execute("tasks.list", {}).result, jsonValue(tasks));
+}
+
+TEST_F(TaskCommandsTest, listRefusesAPlanThatCannotBeEncoded) {
+  FocusTask task = makeTask("A");
+  task.accumulatedFocusSeconds = std::numeric_limits<double>::infinity();
+  test::writeFile(folder / "state.json", "damaged");
+  TaskStore recovered(localStore, {.tasks = {task}});
+  const AgentCommandService hosts({.store = recovered,
+                                   .sessions = taskSessions,
+                                   .recommendations = recommendations,
+                                   .calendar = calendar});
+  EXPECT_EQ(hosts.execute({.version = 1, .command = "tasks.list"}, now),
+            Service::failure(failures::operationFailed()));
 }
 
 TEST_F(TaskCommandsTest, listReadsTheFileAfresh) {
@@ -104,7 +119,7 @@ TEST_F(TaskCommandsTest, createStoresTheTaskAndItsAuditEvent) {
   EXPECT_EQ(task, expected);
   EXPECT_EQ(reply, Service::success(1, jsonValue(task)));
 
-  const auto events = local.load().auditEvents;
+  const auto events = localStore.load().auditEvents;
   ASSERT_EQ(events.size(), 1U);
   const TaskAuditEvent event{.id = events[0].id,
                              .timestamp = now,
@@ -123,7 +138,7 @@ TEST_F(TaskCommandsTest, createNeedsNothingButATitle) {
 TEST_F(TaskCommandsTest, createGivesEveryTaskAnIdentifierOfItsOwn) {
   execute("tasks.create", 0, {{"title", "One"}});
   execute("tasks.create", 1, {{"title", "Two"}});
-  const auto tasks = local.load().tasks;
+  const auto tasks = localStore.load().tasks;
   ASSERT_EQ(tasks.size(), 2U);
   EXPECT_NE(tasks[0].id, tasks[1].id);
 }
@@ -134,10 +149,10 @@ TEST_F(TaskCommandsTest, createPutsTheTaskBehindTheOpenTasksOfItsDay) {
   onTheDay.manualPosition = 7;
   FocusTask undated = makeTask("Undated");
   undated.manualPosition = 30;
-  local.save({.tasks = {onTheDay, undated}});
+  localStore.save({.tasks = {onTheDay, undated}});
   execute("tasks.create", 0, {{"title", "Dated"}, {"planned_day", "2026-11-21"}});
   execute("tasks.create", 1, {{"title", "Also undated"}});
-  const auto tasks = local.load().tasks;
+  const auto tasks = localStore.load().tasks;
   EXPECT_EQ(tasks[2].manualPosition, 8);
   EXPECT_EQ(tasks[3].manualPosition, 31);
 }
@@ -236,7 +251,7 @@ TEST_F(TaskCommandsTest, updateChangesWhatIsGivenAndItsTimeAndNothingElse) {
 TEST_F(TaskCommandsTest, updateLeavesAnAuditEventOfTheAgent) {
   const FocusTask task = storeTask();
   update(task, {});
-  const auto events = local.load().auditEvents;
+  const auto events = localStore.load().auditEvents;
   ASSERT_EQ(events.size(), 1U);
   EXPECT_EQ(events[0].action, "task.update");
   EXPECT_EQ(events[0].source, MutationSource::agent);
@@ -299,10 +314,10 @@ TEST_F(TaskCommandsTest, updateCannotClearADay) {
 
 TEST_F(TaskCommandsTest, updateChangesTheFirstOfTasksWithTheSameIdentifier) {
   const FocusTask task = makeTask("Twin");
-  local.save({.revision = revision, .tasks = {task, task}});
+  localStore.save({.revision = revision, .tasks = {task, task}});
   execute("tasks.update", revision, {{"task_id", task.id.text()}, {"title", "Changed"}});
-  EXPECT_EQ(local.load().tasks[0].title, "Changed");
-  EXPECT_EQ(local.load().tasks[1].title, "Twin");
+  EXPECT_EQ(localStore.load().tasks[0].title, "Changed");
+  EXPECT_EQ(localStore.load().tasks[1].title, "Twin");
 }
 
 TEST_F(TaskCommandsTest, updateRefusesABlankTitleOrAnEstimateOutOfRangeAndWritesNothing) {

@@ -55,8 +55,8 @@ TEST(ConcurrencyEndToEnd, ofTwoProcessesWithTheSameRevisionOneWinsAndTheOtherGet
   EXPECT_EQ(conflicts, 1);
 }
 
-// Several writers that try again on a conflict, each with processes of its own, beside a reader and
-// somebody who kills writers at any moment.
+// Runs several writers that try again on a conflict, alongside a reader and a process that kills
+// writers at random.
 class Crowd {
  public:
   Crowd(int writers, int createsEach) : writersLeft_(writers) {
@@ -123,15 +123,15 @@ void expectNothingLost(const PersistedState& plan, int created) {
   EXPECT_EQ(plan.auditEvents.size(), static_cast<std::size_t>(plan.revision));
 }
 
-TEST(ConcurrencyEndToEnd, writersThatTryAgainLoseNothingBesideAReaderAndAKiller) {
+TEST(ConcurrencyEndToEnd, retryingWritersLoseNothingAlongsideAReaderAndAKiller) {
   expectNothingLost(Crowd(8, 20).end(), 8 * 20);
 }
 
-TEST(LongRun, eightWritersOf500TasksEachLoseNothingBesideAReaderAndAKiller) {
+TEST(LongRun, eightWritersOf500TasksEachLoseNothingAlongsideAReaderAndAKiller) {
   expectNothingLost(Crowd(8, 500).end(), 8 * 500);
 }
 
-TEST(ConcurrencyEndToEnd, whileSomebodyHoldsTheLockWritersWaitAndReadersDoNot) {
+TEST(ConcurrencyEndToEnd, aHeldLockDelaysWritersAndNotReaders) {
   const Tool tool;
   tool.ask(createCommand(0));
   const LocalStore document(tool.dataFile());

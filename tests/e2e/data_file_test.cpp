@@ -133,7 +133,7 @@ TEST_F(DataFileEndToEnd, aStoredTaskThatIsInvalid) {
       R"("updatedAt":0,"skipCount":0,"accumulatedFocusSeconds":0}]})");
 }
 
-TEST_F(DataFileEndToEnd, comesBeforeWhatIsWrongWithTheCommand) {
+TEST_F(DataFileEndToEnd, isReportedBeforeAFaultOfTheCommand) {
   writeFile(tool.dataFile(), "damaged");
   for (const auto* command :
        {R"({"version":2,"command":"tasks.list"})", R"({"version":1,"command":"nope"})"}) {

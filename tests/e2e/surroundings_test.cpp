@@ -1,5 +1,5 @@
-// Surroundings that nobody would choose: odd homes, masks, links and other people's files. What
-// cannot be used is refused, and nobody's file is touched who has not asked for it.
+// Unusual surroundings: odd homes, masks, links and files of other users. The tool refuses what it
+// cannot use, and touches no file but its own.
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -30,11 +30,11 @@ using test::writeFile;
 constexpr std::string_view listCommand = R"({"version":1,"command":"tasks.list"})";
 constexpr std::string_view createCommand =
     R"({"version":1,"command":"tasks.create","expectedRevision":0,"payload":{"title":"New"}})";
-constexpr std::string_view somebodysFile = "somebody's own";
+constexpr std::string_view otherFile = "the content of another file";
 
 class SurroundingsEndToEnd : public testing::Test {
  protected:
-  // The change must be refused, the plan be readable, and nothing be changed or created.
+  // Checks that the tool refuses a change, still reads the plan, and changes and creates nothing.
   void expectRefusalThatLeavesEverything() {
     const auto before = treeOf(tool.home());
     const auto reply = tool.ask(createCommand);
@@ -168,11 +168,11 @@ TEST_F(SurroundingsEndToEnd, aDataFolderThatIsALinkToNowhereIsNotMadeUp) {
 }
 
 TEST_F(SurroundingsEndToEnd, aLockThatIsALinkIsRefusedAndItsTargetIsUntouched) {
-  writeFile(elsewhere / "file", somebodysFile);
+  writeFile(elsewhere / "file", otherFile);
   fs::create_directories(tool.dataDirectory());
   fs::create_symlink(elsewhere / "file", tool.dataFile().string() + ".lock");
   expectRefusalThatLeavesEverything();
-  EXPECT_EQ(contentOf(elsewhere / "file"), somebodysFile);
+  EXPECT_EQ(contentOf(elsewhere / "file"), otherFile);
 }
 
 TEST_F(SurroundingsEndToEnd, aLockThatIsALinkToNowhereCreatesNothing) {
@@ -190,11 +190,11 @@ TEST_F(SurroundingsEndToEnd, aLockThatIsAPipeIsNotWaitedFor) {
 
 TEST_F(SurroundingsEndToEnd, aFileWhereTheCopiesBelongRefusesTheChange) {
   writeFile(tool.dataFile(), R"({"schemaVersion":2})");
-  writeFile(tool.dataDirectory() / "State Backups", somebodysFile);
+  writeFile(tool.dataDirectory() / "State Backups", otherFile);
   const auto reply = tool.ask(createCommand);
   EXPECT_FALSE(reply.ok);
   EXPECT_EQ(contentOf(tool.dataFile()), R"({"schemaVersion":2})");
-  EXPECT_EQ(contentOf(tool.dataDirectory() / "State Backups"), somebodysFile);
+  EXPECT_EQ(contentOf(tool.dataDirectory() / "State Backups"), otherFile);
 }
 
 TEST_F(SurroundingsEndToEnd, aSparseFileOfTenGigabytesIsRefusedAtOnce) {
@@ -208,7 +208,7 @@ TEST_F(SurroundingsEndToEnd, aSparseFileOfTenGigabytesIsRefusedAtOnce) {
   EXPECT_EQ(fs::file_size(tool.dataFile()), 10'000'000'000U);
 }
 
-// Everybody may do everything to root's files but other people, so the tool runs as one of these.
+// File modes do not restrain root, so the tool runs as another user.
 class OtherPeoplesFiles : public SurroundingsEndToEnd {
  protected:
   void SetUp() override {

@@ -1,5 +1,5 @@
-// Disks that are full, limits that are reached, and places where nothing may be written: the plan
-// stays as it was, and works again when there is room.
+// Full disks, resource limits and read-only places: a refused change leaves the plan as it was, and
+// the next one succeeds when there is room.
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -26,7 +26,7 @@ constexpr std::string_view listCommand = R"({"version":1,"command":"tasks.list"}
 constexpr std::string_view createCommand =
     R"({"version":1,"command":"tasks.create","expectedRevision":0,"payload":{"title":"New"}})";
 
-// Of so many tasks, each of about half a kilobyte.
+// Returns a document of that many tasks, each of about half a kilobyte.
 std::string planOf(int tasks) {
   PersistedState plan = PersistedState::initial();
   for (int i = 0; i < tasks; ++i) {
@@ -61,7 +61,7 @@ class Limits : public testing::Test {
         .run();
   }
 
-  // Where this machine does not give what the script needs, which it says with status 77.
+  // Says whether the machine lacks what the script needs: the script then exits with 77.
   static bool couldNotBegin(const test::ProcessResult& result) {
     return result.exitStatus == 77 || result.errors.starts_with("unshare: ");
   }
@@ -76,7 +76,7 @@ class Limits : public testing::Test {
     EXPECT_TRUE(decodeJSON<AgentResponseEnvelope>(reply).ok) << reply;
   }
 
-  // That the plan is as it was, and that there is nothing half-made.
+  // Checks that the plan is as it was and that no temporary file is left.
   void expectUntouched() const {
     EXPECT_EQ(contentOf(tool.dataFile()), document);
     for (const auto& entry : fs::recursive_directory_iterator(tool.dataDirectory())) {

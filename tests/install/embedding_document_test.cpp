@@ -1,4 +1,4 @@
-// The document for those who embed the engines shows code that is compiled, and what it printed.
+// The document on embedding shows code that compiles and its real output.
 #include <algorithm>
 
 #include <gmock/gmock.h>
@@ -17,7 +17,7 @@ using test::contentOf;
 
 const fs::path root = TARNWELL_SOURCE_DIR;
 
-// The content of the document's fenced blocks in a language.
+// Returns the content of the document's fenced blocks in a language.
 std::vector<std::string> blocks(std::string_view language) {
   const std::string text = contentOf(root / "docs/embedding.md");
   std::vector<std::string> result;
@@ -34,7 +34,7 @@ std::vector<std::string> blocks(std::string_view language) {
   return result;
 }
 
-// Without the indentation, which depends on the surroundings.
+// Removes the indentation, which depends on the context.
 std::string withoutIndentation(const std::string& code) {
   std::string result;
   for (std::string_view line : split(code, '\n')) {
@@ -44,7 +44,7 @@ std::string withoutIndentation(const std::string& code) {
   return result;
 }
 
-// The code that other tests compile and run.
+// Returns the code that other tests compile and run.
 std::vector<std::string> compiledCode() {
   std::vector<std::string> code;
   for (const char* const folder : {"examples/host", "tests/install/consumer", "tests/blocking"}) {

@@ -1,4 +1,4 @@
-// The project installed to a folder of a test's own, and other programs built with it there.
+// The project installed into a scratch folder, and other programs built with it.
 #pragma once
 
 #include <filesystem>
@@ -12,17 +12,16 @@ namespace tarnwell::test {
 
 class Installation {
  public:
-  // Installs to one folder and moves all of it to another: nothing may remember the first.
+  // Installs into one folder and moves everything to another, as the installation is relocatable.
   Installation();
 
-  // Where all of it stands.
+  // Returns the folder of the installation.
   std::filesystem::path prefix() const { return folder_ / "moved"; }
 
-  // A place for what a test makes beside it.
+  // Returns a path beside the installation.
   std::filesystem::path place(std::string_view name) const { return folder_ / name; }
 
-  // Builds a CMake project outside of the source tree, with this installation to be found. Returns
-  // where the built program is.
+  // Builds a CMake project outside of the source tree with this installation. Returns the program.
   std::filesystem::path buildWithCMake(const std::filesystem::path& source,
                                        const std::string& program) const;
 

@@ -1,4 +1,4 @@
-// What `cmake --install` puts where, and that programs build with it.
+// The files that `cmake --install` installs, and programs that build with them.
 #include <algorithm>
 
 #include <gmock/gmock.h>
@@ -29,7 +29,7 @@ TEST(InstalledLibrary, isFoundByPkgConfig) {
   EXPECT_EQ(output({program.string(), installation.place("data").string()}), printedByTheConsumer);
 }
 
-// The headers below a folder of the installation, by their names in an include.
+// Returns the installed headers by their names in an include.
 std::vector<std::string> headersOf(const Installation& installation) {
   const fs::path root = installation.prefix() / "include";
   std::vector<std::string> headers;
@@ -39,7 +39,7 @@ std::vector<std::string> headersOf(const Installation& installation) {
   return headers;
 }
 
-// A program that includes the headers and does nothing.
+// Writes a program that includes the headers and does nothing.
 fs::path programIncluding(const Installation& installation, std::vector<std::string> headers) {
   std::string text;
   for (const std::string& header : headers) text += "#include \"" + header + "\"\n";

@@ -1,4 +1,4 @@
-// A stored plan with one task that blocks one website, on a system of a test's own.
+// A stored plan with one task that blocks one website, on a private system.
 #pragma once
 
 #include <string>

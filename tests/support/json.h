@@ -1,4 +1,4 @@
-// Looking into JSON texts.
+// Readers of JSON texts.
 #pragma once
 
 #include <string>
@@ -14,7 +14,7 @@ inline JSONValue parseJSON(std::string_view text) {
   return jsonValueFrom(JSONDocument(std::string(text)).root());
 }
 
-// The member of an object; null when there is none.
+// Returns the member of an object; null when there is none.
 inline JSONValue member(const JSONValue& value, std::string_view key) {
   const auto& object = std::get<JSONValue::Object>(value.variant());
   const auto found = object.find(key);

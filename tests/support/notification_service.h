@@ -1,4 +1,4 @@
-// A notification service without notifications.
+// A fake of the system's notification service.
 #pragma once
 
 #include <map>

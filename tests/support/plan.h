@@ -1,4 +1,4 @@
-// A plan stored in a folder of a test's own, for the engines that change plans.
+// A plan stored in a scratch folder, for the engines that change plans.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// Shows replies as the texts that they are, in the messages of tests.
+// Prints replies as JSON in the messages of tests.
 #pragma once
 
 #include <ostream>

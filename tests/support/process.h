@@ -22,10 +22,10 @@ struct Process {
   std::vector<std::string> environment{};  // NAME=VALUE, and nothing else
   std::string_view input{};
 
-  // Waits for its end.
+  // Runs the program and waits for its end.
   ProcessResult run();
 
-  // Kills it once this thread has let others run so many times, unless it has ended by then.
+  // Runs the program and kills it after this thread has yielded `turns` times.
   ProcessResult runAndKillAfter(int turns);
 
  private:

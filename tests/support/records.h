@@ -1,4 +1,4 @@
-// What the tool wrote during the tests, kept to be held against the schemas when they have run.
+// Keeps what the tool writes during the tests. Another test validates it against the schemas.
 #pragma once
 
 #include <filesystem>
@@ -10,7 +10,7 @@
 
 namespace tarnwell::test {
 
-// `schema` names the schema that the text must fit.
+// Keeps a text that must satisfy the named schema.
 inline void record(std::string_view schema, const std::string& text) {
   const std::string name = std::to_string(std::hash<std::string>()(text)) + ".json";
   writeFile(std::filesystem::path(TARNWELL_RECORDS) / schema / name, text);

@@ -1,4 +1,4 @@
-// Environment variables that a test sets for a while.
+// Environment variables that a test sets and restores.
 #pragma once
 
 #include <cstdlib>
@@ -8,7 +8,7 @@
 
 namespace tarnwell::test {
 
-// Sets a variable, or unsets it for null, and puts it back on destruction.
+// Sets a variable, or unsets it for null, and restores it on destruction.
 class ScopedVariable {
  public:
   ScopedVariable(const char* name, const char* value) : name_(name) {

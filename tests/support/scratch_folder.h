@@ -1,4 +1,4 @@
-// A folder of a test's own, removed with the test.
+// A temporary folder, removed at the end of the test.
 #pragma once
 
 #include <filesystem>
@@ -43,8 +43,8 @@ inline void writeFile(const std::filesystem::path& file, std::string_view conten
   stream.write(content.data(), static_cast<std::streamsize>(content.size()));
 }
 
-// Every entry below a folder, with the content of the regular files: equal exactly when nothing
-// was created, changed or removed between two looks.
+// Returns every entry below a folder with the content of the regular files: two results are equal
+// exactly when nothing was created, changed or removed between them.
 inline std::map<std::string, std::string> treeOf(const std::filesystem::path& folder) {
   std::map<std::string, std::string> tree;
   if (!std::filesystem::exists(folder)) return tree;

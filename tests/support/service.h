@@ -1,4 +1,4 @@
-// The command service on a data file of a test's own.
+// The command service over a data file in a scratch folder.
 #pragma once
 
 #include <cstdint>
@@ -19,8 +19,8 @@ namespace tarnwell::test {
 class ServiceOnScratchFolder {
  public:
   explicit ServiceOnScratchFolder(ApprovalAuthority authority = ApprovalAuthority::untrustedAgent)
-      : service({.store = store,
-                 .sessions = sessions,
+      : service({.store = taskStore,
+                 .sessions = taskSessions,
                  .recommendations = recommendations,
                  .calendar = calendar,
                  .approvalAuthority = authority}) {}
@@ -35,11 +35,11 @@ class ServiceOnScratchFolder {
   }
 
   ScratchFolder folder;
-  LocalStore local{folder / "state.json"};
-  TaskStore store{local};
+  LocalStore localStore{folder / "state.json"};
+  TaskStore taskStore{localStore};
   Calendar calendar;
-  TaskSessionEngine sessions{store, calendar};
-  RecommendationEngine recommendations{store};
+  TaskSessionEngine taskSessions{taskStore, calendar};
+  RecommendationEngine recommendations{taskStore};
   AgentCommandService service;
   Instant now = someInstant;
 };

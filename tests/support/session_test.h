@@ -1,4 +1,4 @@
-// What the tests of the task session engine start from: a stored plan and an engine over it.
+// A fixture for the task session engine: a stored plan and an engine over it.
 #pragma once
 
 #include <string>
@@ -15,7 +15,7 @@ namespace tarnwell::test {
 // 10:00 on 2025-03-04, in UTC.
 inline constexpr Instant tenOClock{762'775'200};
 
-// An active one has been running since ten o'clock.
+// Returns a task that, if active, has been running since ten o'clock.
 inline FocusTask withStatus(TaskStatus status) {
   FocusTask task = makeTask(std::string(textOf(status)));
   task.status = status;

@@ -1,4 +1,4 @@
-// The real tarnwellctl in a home of a test's own.
+// The real tarnwellctl in a scratch home.
 #pragma once
 
 #include <filesystem>
@@ -13,8 +13,8 @@
 
 namespace tarnwell::test {
 
-// The reply of a run that must have been answered, with exit status 0, one line and nothing on
-// standard error.
+// Returns the reply of a run, and checks that the exit status is 0, the reply one line and standard
+// error empty.
 AgentResponseEnvelope replyIn(const ProcessResult& result);
 
 class Tool {
@@ -28,15 +28,15 @@ class Tool {
   std::filesystem::path dataDirectory() const;
   const std::filesystem::path& home() const { return home_.path(); }
 
-  // The tool in this home, which is to be run.
+  // Returns the tool in this home, ready to run.
   Process process(std::string_view input) const;
 
   ProcessResult run(std::string_view input) const { return process(input).run(); }
 
   AgentResponseEnvelope ask(std::string_view command) const { return replyIn(run(command)); }
 
-  // Returns when the plan was written so long ago that a command reads it once, and so makes the
-  // same system calls every time.
+  // Returns once the plan is old enough for a command to cache it. Each run then makes the same
+  // system calls.
   void awaitSettledPlan() const;
 
  private:
@@ -45,7 +45,7 @@ class Tool {
   ScratchFolder home_;
 };
 
-// The reply to whatever is not a command, or cannot be given one's engines.
+// The reply to input that is no command, and to a failed set-up.
 inline constexpr std::string_view invalidEnvelopeReply =
     R"({"error":{"code":"invalid_envelope","message":"Input must be a valid versioned JSON )"
     R"(command."},"ok":false,"version":1})"
