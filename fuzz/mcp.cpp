@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "fuzz/records.h"
 #include "fuzz/require.h"
 
 #include "tarnwell/agent/data_directory.h"
@@ -33,20 +34,6 @@ namespace {
 using mcp::Line;
 using mcp::RPCError;
 using mcp::RPCMessage;
-
-// What the dictionary and the corpus call the records by.
-UUID numbered(char digit) {
-  return *UUID::parse("1111111" + std::string(1, digit) + "-1111-4111-8111-111111111111");
-}
-
-FocusTask task(char digit, TaskStatus status) {
-  FocusTask task = test::makeTask("Task " + std::string(1, digit));
-  task.id = numbered(digit);
-  task.status = status;
-  task.estimatedMinutes = 90;
-  task.plannedDay = LocalDay{.year = 2025, .month = 3, .day = 4};
-  return task;
-}
 
 PersistedState smallPlan() {
   PersistedState plan = PersistedState::initial();

@@ -25,8 +25,7 @@ TaskStoreSnapshot perform(const ToolCall& call, const char* command) {
 TaskResult resultOf(const ToolCall& call, const TaskStoreSnapshot& after) {
   const Changes changes = changesSince(after.state(), call.arguments.revision());
   if (!changes.empty() && changes.back()->taskID) {
-    auto tasks = after.state().tasks;
-    const FocusTask* const task = findTask(tasks, *changes.back()->taskID);
+    const FocusTask* const task = findTask(after.state().tasks, *changes.back()->taskID);
     if (task != nullptr) return {.revision = after.revision(), .task = TaskView::of(*task)};
   }
   throw AgentServiceError(failures::taskNotFound());
@@ -36,10 +35,8 @@ TaskResult resultOf(const ToolCall& call, const TaskStoreSnapshot& after) {
 // the plan's, the engine refuses the change anyway, and in its own order of checks.
 void requireTask(const ToolCall& call, TaskStatus status, std::string_view problem) {
   const auto meant = call.arguments.identifier("task_id");
-  const auto& tasks = call.plan.tasks;
-  const auto task = std::find_if(tasks.begin(), tasks.end(),
-                                 [&](const FocusTask& each) { return each.status == status; });
-  if (!meant || task == tasks.end() || task->id == *meant) return;
+  const FocusTask* const task = findTask(call.plan.tasks, status);
+  if (!meant || task == nullptr || task->id == *meant) return;
   if (call.arguments.revision() != call.plan.revision) return;
   throw Refusal(FailureCode::operationFailed, std::string(problem) + task->title,
                 "Call get_day to see the tasks, and ask the user if it is unclear which is meant.");

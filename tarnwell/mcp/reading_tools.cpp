@@ -1,6 +1,5 @@
 // The tools that read the plan.
 #include <algorithm>
-#include <iterator>
 
 #include "tarnwell/mcp/case_folding.h"
 #include "tarnwell/mcp/refusal.h"
@@ -81,8 +80,7 @@ DayResult dayResult(const PersistedState& plan, LocalDay day, Instant now,
   const auto queue = PlannerEngine::queueTasks(plan.tasks, day);
   const auto next = PlannerEngine::nextTask(plan.tasks, day, now, calendar);
   const WorkloadSummary workload = PlannerEngine::workload(plan.tasks, day);
-  const auto isActive = [](const FocusTask& task) { return task.status == TaskStatus::active; };
-  const auto active = std::find_if(plan.tasks.begin(), plan.tasks.end(), isActive);
+  const FocusTask* const active = findTask(plan.tasks, TaskStatus::active);
   Tasks queued;
   for (const FocusTask& task : queue) queued.push_back(&task);
 
@@ -94,7 +92,7 @@ DayResult dayResult(const PersistedState& plan, LocalDay day, Instant now,
                    .openTasks = workload.taskCount,
                    .capacityMinutes = plan.preferences.dailyCapacityMinutes};
   if (next) result.nextTaskID = next->id;
-  if (active != plan.tasks.end()) result.activeTask = ActiveTaskView::of(*active, now);
+  if (active != nullptr) result.activeTask = ActiveTaskView::of(*active, now);
   result.pendingProposals = std::count_if(
       plan.proposals.begin(), plan.proposals.end(),
       [](const PlanningProposal& proposal) { return proposal.status == ProposalStatus::pending; });
@@ -125,9 +123,8 @@ TasksResult tools::listTasks(const ToolCall& call) {
 
 TaskResult tools::getTask(const ToolCall& call) {
   const UUID id = call.arguments.identifier("task_id").value();
-  const auto task = std::find_if(call.plan.tasks.begin(), call.plan.tasks.end(),
-                                 [&](const FocusTask& each) { return each.id == id; });
-  if (task == call.plan.tasks.end()) throw AgentServiceError(failures::taskNotFound());
+  const FocusTask* const task = findTask(call.plan.tasks, id);
+  if (task == nullptr) throw AgentServiceError(failures::taskNotFound());
   return {.revision = call.plan.revision, .task = TaskView::of(*task)};
 }
 

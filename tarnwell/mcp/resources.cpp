@@ -1,7 +1,5 @@
 #include "tarnwell/mcp/resources.h"
 
-#include <algorithm>
-
 #include "tarnwell/json/json_encode.h"
 #include "tarnwell/mcp/tools.h"
 
@@ -13,12 +11,6 @@ constexpr std::string_view taskPrefix = "tarnwell://tasks/";
 std::optional<UUID> taskIDOf(std::string_view uri) {
   if (!uri.starts_with(taskPrefix)) return std::nullopt;
   return UUID::parse(uri.substr(taskPrefix.size()));
-}
-
-const FocusTask* findTask(const PersistedState& plan, const UUID& id) {
-  const auto task = std::find_if(plan.tasks.begin(), plan.tasks.end(),
-                                 [&](const FocusTask& each) { return each.id == id; });
-  return task == plan.tasks.end() ? nullptr : &*task;
 }
 
 JSONValue::Object resource(const char* name, const char* title, const char* description) {
@@ -56,7 +48,7 @@ std::optional<std::string> readResource(std::string_view uri, const PersistedSta
   }
   if (uri == reviewURI) return encodeJSON(reviewResult(plan, now, calendar), layout);
   const auto id = taskIDOf(uri);
-  const FocusTask* const task = id ? findTask(plan, *id) : nullptr;
+  const FocusTask* const task = id ? findTask(plan.tasks, *id) : nullptr;
   if (task == nullptr) return std::nullopt;
   return encodeJSON(TaskResult{.revision = plan.revision, .task = TaskView::of(*task)}, layout);
 }
@@ -64,8 +56,8 @@ std::optional<std::string> readResource(std::string_view uri, const PersistedSta
 bool hasChanged(std::string_view uri, const PersistedState& before, const PersistedState& after) {
   const auto id = taskIDOf(uri);
   if (!id) return true;
-  const FocusTask* const old = findTask(before, *id);
-  const FocusTask* const present = findTask(after, *id);
+  const FocusTask* const old = findTask(before.tasks, *id);
+  const FocusTask* const present = findTask(after.tasks, *id);
   if (old == nullptr || present == nullptr) return old != present;
   return !(*old == *present);
 }

@@ -21,9 +21,8 @@ double lengthOfSegment(const FocusTask& task, Instant now) {
 }
 
 std::optional<std::string> titleOf(const UUID& taskID, const PersistedState& plan) {
-  const auto task = std::find_if(plan.tasks.begin(), plan.tasks.end(),
-                                 [&](const FocusTask& each) { return each.id == taskID; });
-  return task == plan.tasks.end() ? std::nullopt : std::optional(task->title);
+  const FocusTask* const task = findTask(plan.tasks, taskID);
+  return task != nullptr ? std::optional(task->title) : std::nullopt;
 }
 
 }  // namespace
