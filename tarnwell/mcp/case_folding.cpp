@@ -20,9 +20,12 @@ locale_t lettersOfUnicode() {
   return nullptr;
 }
 
-char32_t lower(char32_t letter, locale_t letters) {
+// Takes the locale up only for letters beyond ASCII: it costs memory.
+char32_t lower(char32_t letter) {
   if (U'A' <= letter && letter <= U'Z') return letter - U'A' + U'a';
-  if (letters == nullptr || letter < 0x80) return letter;
+  if (letter < 0x80) return letter;
+  static const locale_t letters = lettersOfUnicode();
+  if (letters == nullptr) return letter;
   return static_cast<char32_t>(towlower_l(static_cast<std::wint_t>(letter), letters));
 }
 
@@ -43,10 +46,9 @@ char32_t takeCodePoint(std::string_view& text) {
 }  // namespace
 
 std::u32string foldedCase(std::string_view text) {
-  static const locale_t letters = lettersOfUnicode();
   std::u32string folded;
   folded.reserve(text.size());
-  while (!text.empty()) folded += lower(takeCodePoint(text), letters);
+  while (!text.empty()) folded += lower(takeCodePoint(text));
   return folded;
 }
 
