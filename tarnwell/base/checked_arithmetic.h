@@ -1,5 +1,5 @@
-// Arithmetic on counts, sums and positions. An overflow is a programming error and ends the process
-// with a message, before a wrong value can be stored.
+// Arithmetic on counts, sums and positions. An overflow ends the process before a wrong value can
+// be stored.
 #pragma once
 
 #include <cstdint>

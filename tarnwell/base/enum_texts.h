@@ -1,4 +1,4 @@
-// Enumerations with texts. An enumeration whose values count up from 0 lists its texts once, in
+// Enumerations with texts. An enumeration whose values count up from 0 lists its texts, in
 // declaration order, in a function beside it:
 //
 //   enum class Fruit { apple, pear };

@@ -1,11 +1,13 @@
-// The base of every typed error, and the form that most of them take: an enumerated case with a
-// fixed, user-facing description.
+// The base of every typed error, and the form that typed errors share.
 #pragma once
 
+#include <concepts>
 #include <exception>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <variant>
 
 #include "tarnwell/base/enum_texts.h"
 
@@ -15,7 +17,7 @@ class Error : public std::runtime_error {
  public:
   explicit Error(std::string_view description) : std::runtime_error(std::string(description)) {}
 
-  // What a person is shown.
+  // Returns the fixed text that the user is shown.
   std::string_view description() const noexcept { return what(); }
 };
 
@@ -31,18 +33,32 @@ inline std::string descriptionOfCurrentException() {
   }
 }
 
-// An error that is one of several cases without a payload. `texts(Case)` lists the descriptions.
-template <TextEnum Case>
+// The form of every typed error: an enumerated case, the case's payload, and the fixed description
+// of both. Equal when case and payload are. Without payloads, `texts(Case)` lists the descriptions;
+// with payloads, a named function makes each case and describes it.
+template <class Cases, std::equality_comparable PayloadOfCases = std::monostate>
 class CaseError : public Error {
  public:
-  explicit CaseError(Case which) : Error(textOf(which)), which_(which) {}
+  using Case = Cases;
+  using Payload = PayloadOfCases;
+
+  explicit CaseError(Case which) requires std::same_as<Payload, std::monostate>
+      : Error(textOf(which)), which_(which) {}
 
   Case which() const noexcept { return which_; }
+  const Payload& payload() const noexcept { return payload_; }
 
-  friend bool operator==(const CaseError& a, const CaseError& b) { return a.which_ == b.which_; }
+  friend bool operator==(const CaseError& a, const CaseError& b) {
+    return a.which_ == b.which_ && a.payload_ == b.payload_;
+  }
+
+ protected:
+  CaseError(Case which, Payload payload, std::string_view description)
+      : Error(description), which_(which), payload_(std::move(payload)) {}
 
  private:
   Case which_;
+  Payload payload_{};
 };
 
 }  // namespace tarnwell

@@ -1,4 +1,4 @@
-// A value that a user interface can watch.
+// A value that a user interface can observe.
 #pragma once
 
 #include <functional>
@@ -6,7 +6,7 @@
 
 namespace tarnwell {
 
-// Only the owner sets it, on its thread; anyone may read it, and one observer may watch it.
+// Set by its owner alone, on the owner's thread; read by anyone, observed by one observer.
 template <class Value, class Owner>
 class Published {
  public:
@@ -17,8 +17,8 @@ class Published {
 
   const Value& value() const { return value_; }
 
-  // Calls the observer with each new value, after the change. Replaces the previous observer. The
-  // change stands whatever the observer does: what it throws ends here. It may replace itself.
+  // Replaces the observer, which is called with each new value after the change. It may replace
+  // itself. Its exceptions are ignored.
   void observe(std::function<void(const Value&)> observer) { observer_ = std::move(observer); }
 
  private:
@@ -27,12 +27,12 @@ class Published {
   void set(Value value) {
     if (value == value_) return;
     value_ = std::move(value);
-    const auto observer = observer_;  // lives on when it replaces itself
+    const auto observer = observer_;  // survives its own replacement
     if (!observer) return;
     try {
       observer(value_);
     } catch (...) {
-      // The owner's operation is no concern of a display's.
+      // A display must not fail the owner's operation.
     }
   }
 

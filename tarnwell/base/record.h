@@ -1,5 +1,5 @@
-// How a record names its JSON keys. A record lists its members once; the reader, the writer and the
-// wire conversion all walk that list:
+// The field lists of records. A record lists its members once; the reader, the writer and the wire
+// conversion walk that list:
 //
 //   struct Point {
 //     double x{}, y{};
@@ -10,9 +10,15 @@
 //     }
 //   };
 //
-// A `std::optional` member is an optional key: read as absent when missing or null, left out when
-// absent. A `defaultedField` keeps the value it had when its key is missing or null, and is always
-// written. Every other key is required.
+// A `std::optional` member is an optional key: absent when missing or null, not written when
+// absent. A `defaultedField` keeps its value when its key is missing or null, and is always
+// written; only `decodeFields` reads it. Every other key is required.
+//
+// To add a field to a record:
+//   1. Declare the member. Give it a default that suits a new record, or make it `Required`.
+//   2. List it in `fields()` at the same position: reading initialises members in that order.
+//   3. Make it optional unless every stored document has it.
+//   4. Describe it in schema/ and in docs/data-file.md.
 #pragma once
 
 #include <algorithm>

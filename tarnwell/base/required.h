@@ -1,5 +1,5 @@
-// A member without a default: an initialiser that leaves it out does not compile. For values whose
-// zero would pass for a choice, such as an enumeration.
+// A member that every initialiser must give. For types whose zero could be taken for a choice, such
+// as enumerations.
 #pragma once
 
 #include <concepts>
@@ -8,7 +8,7 @@
 
 namespace tarnwell {
 
-// Made from whatever converts to a T without a cast; read with `*`.
+// Converts implicitly from what converts to a T. `*` reads it.
 template <class T>
 class Required {
  public:

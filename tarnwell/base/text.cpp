@@ -17,14 +17,14 @@ constexpr std::array<std::string_view, 25> whiteSpace = {
 
 bool isVisibleASCII(char c) { return ' ' < c && c < '\x7F'; }
 
-// The size of the white-space character that `matches` finds; 0 when there is none.
+// Returns the size of the white-space character that `matches`; 0 when there is none.
 template <class Matches>
 std::size_t sizeOfWhiteSpace(Matches matches) {
   const auto* const found = std::find_if(whiteSpace.begin(), whiteSpace.end(), matches);
   return found == whiteSpace.end() ? 0 : found->size();
 }
 
-// Texts seldom begin or end with white space, which their first or last byte tells.
+// Most texts neither begin nor end with white space. One look at their first or last byte shows it.
 
 std::size_t leadingWhiteSpace(std::string_view text) {
   if (text.empty() || isVisibleASCII(text.front())) return 0;
@@ -71,7 +71,7 @@ std::vector<std::string_view> splitAtWhiteSpace(std::string_view text) {
 }
 
 std::optional<std::int64_t> parseInteger(std::string_view text) {
-  // from_chars knows the minus sign but not the plus.
+  // from_chars reads the minus sign but not the plus.
   if (text.starts_with('+')) {
     text.remove_prefix(1);
     if (text.starts_with('-')) return std::nullopt;

@@ -8,22 +8,21 @@
 
 namespace tarnwell {
 
-// Without the Unicode white space (line breaks included) at both ends. `text` is valid UTF-8; the
-// result points into it.
+// Removes Unicode white space (line breaks included) from both ends of valid UTF-8. The result
+// points into `text`.
 std::string_view trimmed(std::string_view text);
 
-// Returns the character in the other case where it is an ASCII letter of this one, and itself where
-// it is not.
+// Change the case of ASCII letters and return every other byte as it is.
 char asciiLowercase(char c);
 char asciiUppercase(char c);
 
-// The pieces between the separators, empty ones included. They point into `text`.
+// Returns the pieces between separators, empty ones included. They point into `text`.
 std::vector<std::string_view> split(std::string_view text, char separator);
 
-// The words between runs of Unicode white space, never empty. They point into `text`.
+// Returns the words between runs of Unicode white space. They point into `text`.
 std::vector<std::string_view> splitAtWhiteSpace(std::string_view text);
 
-// The whole text as a decimal integer: an optional sign, then ASCII digits, within 64 bits.
+// Reads the whole text as a decimal integer within 64 bits: an optional sign, then ASCII digits.
 std::optional<std::int64_t> parseInteger(std::string_view text);
 
 }  // namespace tarnwell

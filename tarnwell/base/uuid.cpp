@@ -17,7 +17,7 @@ bool isDashPosition(std::size_t position) {
 
 constexpr std::uint8_t noDigit = 0xFF;
 
-// A table, because the digits are random: branches on them would be guessed wrong.
+// A table, because branches on random digits are mispredicted.
 constexpr std::array<std::uint8_t, 256> digitValues = [] {
   std::array<std::uint8_t, 256> values{};
   values.fill(noDigit);

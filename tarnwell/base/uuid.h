@@ -13,7 +13,7 @@
 
 namespace tarnwell {
 
-// A value without a default: every identifier is read, drawn or copied.
+// Has no default: an identifier is random, parsed or copied.
 struct UUID {
   std::array<std::uint8_t, 16> bytes;
 
@@ -21,10 +21,10 @@ struct UUID {
 
   static UUID random();
 
-  // Reads the canonical 36-character form in either case, and nothing else.
+  // Reads the canonical 36-character form, in either case, and nothing else.
   static std::optional<UUID> parse(std::string_view text);
 
-  // The canonical form in upper case.
+  // Return the canonical form in upper case.
   std::string text() const;
   std::array<char, 36> characters() const;
 

@@ -18,18 +18,18 @@ constexpr std::array<std::string_view, 4> texts(BlockingStatus) {
   return {"inactive", "active", "mismatch", "unreadable"};
 }
 
-// `text` is always the description of the causing error.
-class BlockingError : public Error {
- public:
-  enum class Case {
-    readFailed,
-    writeFailed,
-    dnsRefreshFailed,
-    rollbackFailed,
-    authorizationCancelled,
-    verificationFailed
-  };
+enum class BlockingCase {
+  readFailed,
+  writeFailed,
+  dnsRefreshFailed,
+  rollbackFailed,
+  authorizationCancelled,
+  verificationFailed
+};
 
+// `text` is always the description of the causing error.
+class BlockingError : public CaseError<BlockingCase, std::string> {
+ public:
   static BlockingError readFailed(std::string_view text) {
     return {Case::readFailed, "Could not read the hosts file: ", text};
   }
@@ -50,18 +50,9 @@ class BlockingError : public Error {
     return {Case::verificationFailed, "The hosts file update could not be verified.", ""};
   }
 
-  Case which() const noexcept { return which_; }
-
-  // By case and text; the description holds the text.
-  friend bool operator==(const BlockingError& a, const BlockingError& b) {
-    return a.which_ == b.which_ && a.description() == b.description();
-  }
-
  private:
   BlockingError(Case which, std::string_view prefix, std::string_view text)
-      : Error(std::string(prefix) + std::string(text)), which_(which) {}
-
-  Case which_;
+      : CaseError(which, std::string(text), std::string(prefix) + std::string(text)) {}
 };
 
 // The hosts come from `DomainRules::expandedHosts` and are not normalised again.

@@ -1,4 +1,4 @@
-// Where bytes go, piece by piece.
+// A consumer of bytes that arrive in pieces.
 #pragma once
 
 #include <functional>
@@ -6,7 +6,7 @@
 
 namespace tarnwell {
 
-// Takes the pieces in order. May throw.
+// Called with the pieces in order. May throw.
 using ByteSink = std::function<void(std::string_view)>;
 
 }  // namespace tarnwell

@@ -1,4 +1,4 @@
-// Turning records into the values of a reply by their field lists.
+// Conversion of records into the values of a reply, by their field lists.
 #pragma once
 
 #include <cmath>
@@ -18,9 +18,9 @@
 
 namespace tarnwell {
 
-// Instants become ISO 8601 texts, numbers of every kind become doubles. A map becomes an array that
-// alternates keys, which need not be texts, and values. Throws JSONError for what no reply can
-// hold: a number or an instant that is not finite, a text that is not valid UTF-8.
+// Converts instants to ISO 8601 text, every number to a double, and a map to an array of
+// alternating keys and values. Throws JSONError for what no reply can hold: a number or instant
+// that is not finite, text that is not valid UTF-8.
 template <class T>
 JSONValue jsonValue(const T& value) {
   if constexpr (std::is_same_v<T, bool>) {

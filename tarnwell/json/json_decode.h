@@ -22,7 +22,7 @@ namespace tarnwell {
 template <class T>
 T decode(JSONElement element, std::string_view key);
 
-// Reads a member from its element, which is absent where the key is.
+// Reads a member from its element; the element is absent when the key is.
 template <class Owner, class Member>
 Member decodeMember(const Field<Owner, Member>& field, const std::optional<JSONElement>& element) {
   if constexpr (isOptional<Member>) {
@@ -34,7 +34,7 @@ Member decodeMember(const Field<Owner, Member>& field, const std::optional<JSONE
   }
 }
 
-// Reads a member into a record. A defaulted one keeps its value where the key is absent or null.
+// Reads a member into a record. A defaulted member keeps its value when its key is absent or null.
 template <class Owner, class Member>
 void decodeField(ObjectReader& members, const Field<Owner, Member>& field, Owner& record) {
   const auto element = members.find(field.key);
@@ -49,9 +49,9 @@ void decodeFields(ObjectReader members, const std::tuple<Field<Owner, Members>..
   std::apply([&](const auto&... field) { (decodeField(members, field, record), ...); }, fields);
 }
 
-// Makes a record of the members. Its own defaults, which may cost a random number or the time, are
-// not made: it is initialised with what is read, in the order of its fields. Finding the members
-// in the order of their keys is fast.
+// Reads a record. Initialises every member with the value read, in the order of the fields, so that
+// defaults such as a random identifier are not evaluated. Looks for the members in the order of
+// their keys, in which documents are written.
 template <Record T>
 T decodeRecord(ObjectReader members) {
   constexpr auto fields = T::fields();

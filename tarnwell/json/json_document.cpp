@@ -33,14 +33,14 @@ bool isNumberCharacter(char c) {
   return ('0' <= c && c <= '9') || c == '-' || c == '+' || c == '.' || c == 'e' || c == 'E';
 }
 
-// An integer as JSON writes it, of any length, that 64 bits cannot hold.
+// Whether the token is an integer beyond 64 bits.
 bool isIntegerBeyond64Bits(std::string_view token) {
   const std::string_view digits = token.substr(token.starts_with('-') ? 1 : 0);
   return digits.find_first_not_of("0123456789") == std::string_view::npos && !parseInteger(token);
 }
 
-// The parser refuses a whole text for one integer beyond 64 bits, even where nobody wants an
-// integer. Written with a fraction, the same number is read as the double that it is.
+// The parser refuses a text for one integer beyond 64 bits, even where a double is wanted. With a
+// fraction it reads the same number as a double.
 std::string withLongIntegersAsDoubles(std::string_view text) {
   std::string result;
   result.reserve(text.size() + simdjson::SIMDJSON_PADDING);
@@ -89,7 +89,7 @@ struct JSONDocument::Parser {
     if (text.starts_with(byteOrderMark)) throw JSONError::malformed();
     dom::element root;
     auto error = parser.parse(text).get(root);
-    if (error != simdjson::SUCCESS) {  // which error a long integer is depends on the version
+    if (error != simdjson::SUCCESS) {  // versions report long integers as different errors
       text = withLongIntegersAsDoubles(text);
       error = parser.parse(text).get(root);
     }
@@ -162,7 +162,7 @@ std::int64_t integerFrom(JSONElement value, std::string_view key) {
   const auto number = handle<dom::element>(value);
   if (number.is_int64()) return require(number.get_int64(), key);
   const auto integer = exactInteger(doubleFrom(value, key));
-  // As a double, the least integer cannot be told from the ones below it, which do not fit.
+  // As a double, the least integer equals integers below it, which do not fit.
   const bool isBeyondDoubt = integer && *integer != std::numeric_limits<std::int64_t>::min();
   if (!isBeyondDoubt) throw JSONError::invalidValue(key);
   return *integer;

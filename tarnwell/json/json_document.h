@@ -1,4 +1,4 @@
-// A parsed JSON text, and the values that can be taken from it.
+// A parsed JSON text and access to its values. json/ is the only folder that knows the parser.
 #pragma once
 
 #include <cstddef>
@@ -13,14 +13,13 @@
 
 namespace tarnwell {
 
-// A value in a parsed document: a view of two words, valid as long as the document lives.
+// A view of a value in a parsed document. Valid while the document lives.
 class JSONElement {
  public:
   bool isNull() const;
 
  private:
-  // The parser's own handle, under a type that does not name the parser. Only json_document.cpp
-  // converts between the two.
+  // The parser's handle in a form that does not name the parser; json_document.cpp converts it.
   [[maybe_unused]] const void* document_ = nullptr;
   [[maybe_unused]] std::size_t position_ = 0;
 };
@@ -44,15 +43,14 @@ class JSONDocument {
   JSONElement root_;
 };
 
-// Finds the members of an object. Where a key is repeated, the first one counts. Looking for the
-// members in the order in which they were written is fast: the next one is tried before all of
-// them are searched.
+// Finds the members of an object. The first of repeated keys counts. Searching in the written order
+// is fast: the next member is compared before the search over all.
 class ObjectReader {
  public:
-  // Throws JSONError when the element is not an object. `key` names the element in the error.
+  // Throws JSONError when the element, called `key` in the error, is not an object.
   ObjectReader(JSONElement element, std::string_view key);
 
-  // Absent when no member has the key.
+  // Returns the member; absent when the object has none with the key.
   std::optional<JSONElement> find(std::string_view key);
 
  private:
@@ -64,12 +62,12 @@ class ObjectReader {
 // Reads the items of an array in order.
 class ArrayReader {
  public:
-  // Throws JSONError when the element is not an array. `key` names the element in the error.
+  // Throws JSONError when the element, called `key` in the error, is not an array.
   ArrayReader(JSONElement element, std::string_view key);
 
   std::size_t size() const { return size_; }
 
-  // Absent after the last item.
+  // Returns the next item; absent after the last.
   std::optional<JSONElement> next();
 
  private:
@@ -78,16 +76,16 @@ class ArrayReader {
   std::size_t size_;
 };
 
-// Each throws JSONError when the element is not of the type. `key` names the element in the error.
+// Each throws JSONError when the element, called `key` in the error, is not of the type.
 bool boolFrom(JSONElement element, std::string_view key);
 double doubleFrom(JSONElement element, std::string_view key);
 std::string_view textFrom(JSONElement element, std::string_view key);
 UUID uuidFrom(JSONElement element, std::string_view key);
 
-// Any number whose value is integral and fits: 25, 25.0, 2.5e1.
+// Reads any number with an integral value within 64 bits: 25, 25.0, 2.5e1.
 std::int64_t integerFrom(JSONElement element, std::string_view key);
 
-// Where an object repeats a key, the first one counts.
+// Copies the element. The first of repeated keys counts.
 JSONValue jsonValueFrom(JSONElement element);
 
 }  // namespace tarnwell

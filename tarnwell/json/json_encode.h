@@ -1,4 +1,4 @@
-// Writing records as JSON text by their field lists, keys in ascending order at every level.
+// Encoding of records as JSON text by their field lists, with keys in ascending order.
 #pragma once
 
 #include <cstdint>
@@ -20,8 +20,8 @@ namespace tarnwell {
 template <class T, class Member>
 void encodeField(JSONWriter& writer, const T& record, const Field<T, Member>& field);
 
-// Writes a value, instants as seconds since the reference date. Throws JSONError when a number is
-// not finite or a text is not valid UTF-8.
+// Writes a value, with instants as seconds since the reference date. Throws JSONError for a number
+// that is not finite and text that is not valid UTF-8.
 template <class T>
 void encode(JSONWriter& writer, const T& value) {
   if constexpr (std::is_same_v<T, bool>) {
@@ -85,7 +85,7 @@ std::string encodeJSON(const T& value, JSONLayout layout) {
   return writer.take();
 }
 
-// The same in pieces, for a value that is large.
+// Hands the text of a large value to the sink in pieces.
 template <class T>
 void encodeJSON(const T& value, JSONLayout layout, const ByteSink& sink) {
   JSONWriter writer(layout, sink);

@@ -1,4 +1,4 @@
-// A JSON text that cannot be read, or a value that cannot be written.
+// Failures to read JSON text or to write a value.
 #pragma once
 
 #include <string>
@@ -8,23 +8,25 @@
 
 namespace tarnwell {
 
-class JSONError : public Error {
+enum class JSONCase { malformed, missingKey, invalidValue, notEncodable };
+
+// The payload is the key concerned, if any.
+class JSONError : public CaseError<JSONCase, std::string> {
  public:
-  static JSONError malformed() { return JSONError("The text is not valid JSON."); }
+  static JSONError malformed() { return {Case::malformed, {}, "The text is not valid JSON."}; }
   static JSONError missingKey(std::string_view key) {
-    return JSONError("The key \"" + std::string(key) + "\" is missing.");
+    return {Case::missingKey, key, "The key \"" + std::string(key) + "\" is missing."};
   }
   static JSONError invalidValue(std::string_view key) {
-    return JSONError("The value of \"" + std::string(key) + "\" is not valid.");
+    return {Case::invalidValue, key, "The value of \"" + std::string(key) + "\" is not valid."};
   }
-  static JSONError notEncodable() { return JSONError("A value cannot be written as JSON."); }
-
-  friend bool operator==(const JSONError& a, const JSONError& b) {
-    return a.description() == b.description();
+  static JSONError notEncodable() {
+    return {Case::notEncodable, {}, "A value cannot be written as JSON."};
   }
 
  private:
-  using Error::Error;
+  JSONError(Case which, std::string_view key, std::string_view description)
+      : CaseError(which, std::string(key), description) {}
 };
 
 }  // namespace tarnwell

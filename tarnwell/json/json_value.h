@@ -1,4 +1,4 @@
-// The dynamic JSON value: what a command's payload and a reply's result are made of.
+// The dynamic JSON value of payloads and results.
 #pragma once
 
 #include <cstddef>
@@ -11,8 +11,8 @@
 
 namespace tarnwell {
 
-// A value. There is no integer case: every number is a double. Equality is structural. What is read
-// from text nests at most as deep as the reader allows, so that walking it may recurse.
+// Numbers are doubles; there is no integer case. Equality is structural. The reader limits nesting,
+// so functions over a value may recurse.
 class JSONValue {
  public:
   using Object = std::map<std::string, JSONValue, std::less<>>;
@@ -32,10 +32,10 @@ class JSONValue {
 
   bool isNull() const { return std::holds_alternative<Null>(value_); }
 
-  // The text of a string; null for any other case. Owned by the value.
+  // Returns the text of a string, owned by the value; null for any other case.
   const std::string* string() const { return std::get_if<std::string>(&value_); }
 
-  // A number that is integral and within 64 bits.
+  // Returns a number that is integral and within 64 bits.
   std::optional<std::int64_t> integer() const;
 
   friend bool operator==(const JSONValue&, const JSONValue&) = default;

@@ -18,7 +18,7 @@ constexpr std::size_t longestEscape = 6;
 
 bool mustBeEscaped(char c) { return c == '"' || c == '\\' || static_cast<unsigned char>(c) < 0x20; }
 
-// Stands in JSON as it is.
+// Appears in JSON text as it is.
 bool isPlain(char c) { return static_cast<unsigned char>(c) < 0x80 && !mustBeEscaped(c); }
 
 char* put(char* at, std::string_view bytes) { return std::copy(bytes.begin(), bytes.end(), at); }
@@ -63,7 +63,7 @@ void JSONWriter::integer(std::int64_t value) {
 void JSONWriter::number(double value) {
   if (!std::isfinite(value)) throw JSONError::notEncodable();
   char* const at = beginValue(longestNumber);
-  // -0 becomes the 0 that it equals, and is read back as.
+  // Writes -0 as 0.
   advanceTo(std::to_chars(at, at + longestNumber, value + 0.0).ptr);
 }
 

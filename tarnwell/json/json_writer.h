@@ -1,4 +1,4 @@
-// Writes JSON text: compact for the wire, indented for the data file.
+// Writing of JSON text: compact for the wire, indented for the data file.
 #pragma once
 
 #include <algorithm>
@@ -13,13 +13,12 @@ namespace tarnwell {
 
 enum class JSONLayout { compact, indented };
 
-// Appends values one after another; the caller keeps objects and arrays balanced and gives the keys
-// in the order in which they are to stand. The same values always give the same bytes: integral
-// doubles without a fraction, others in the shortest form that reads back as the same number, and
-// only what must be escaped is.
+// Appends values one after another. The caller balances objects and arrays and orders the keys. The
+// same values always give the same bytes: integral doubles without a fraction, other doubles in the
+// shortest form that reads back as the same number, and no needless escapes.
 class JSONWriter {
  public:
-  // Hands on what was written in pieces, where there is a sink to take it.
+  // With a sink, hands the text on in pieces.
   explicit JSONWriter(JSONLayout layout, ByteSink sink = nullptr)
       : layout_(layout), sink_(std::move(sink)) {}
 
@@ -28,7 +27,7 @@ class JSONWriter {
   void beginArray() { begin('['); }
   void endArray() { end(']'); }
 
-  // Before each value of an object. Throws JSONError when it is not valid UTF-8.
+  // Precedes each value of an object. Throws JSONError when not valid UTF-8.
   void key(std::string_view key) { endKey(putText(key)); }
 
   void null();
@@ -40,14 +39,14 @@ class JSONWriter {
   // Appends a value that is JSON text already, unchecked.
   void written(std::string_view json) { word(json); }
 
-  // Of ASCII without anything that must be escaped. Inline: the sizes are often known.
+  // Take ASCII that needs no escapes. Inline, because sizes are often known at compile time.
   void plainKey(std::string_view key) { endKey(putPlain(key)); }
   void plainString(std::string_view text) { advanceTo(putPlain(text)); }
 
-  // What was written and not handed on. The writer is used up.
+  // Returns the text not handed on. Consumes the writer.
   std::string take();
 
-  // Hands on the rest.
+  // Hands the rest to the sink.
   void flush();
 
  private:
@@ -55,8 +54,8 @@ class JSONWriter {
   void begin(char bracket);
   void end(char bracket);
 
-  // Where a value or key of at most so many bytes is to be put, behind what separates it from the
-  // one before it. There is room for what follows a key, too.
+  // Writes the separator before a value or key of at most `size` bytes and returns where to put it.
+  // Leaves room for what follows a key.
   char* beginValue(std::size_t size);
   char* room(std::size_t size);
   char* newLine(char* at) const;
@@ -79,10 +78,10 @@ class JSONWriter {
 
   JSONLayout layout_;
   ByteSink sink_;
-  std::string text_;      // what was written, and room for more
-  std::size_t size_ = 0;  // of what was written
+  std::string text_;      // the text written, and room for more
+  std::size_t size_ = 0;  // of the text written
   std::size_t depth_ = 0;
-  bool isFirst_ = true;      // nothing yet stands in the innermost object or array
+  bool isFirst_ = true;      // the innermost object or array is still empty
   bool isAfterKey_ = false;  // the next value belongs to the key just written
 };
 

@@ -1,4 +1,4 @@
-// The encoding of every JSON text.
+// UTF-8, the encoding of every JSON text.
 #pragma once
 
 #include <string_view>

@@ -1,4 +1,4 @@
-// The history of changes: one event for each committed change, saying who did what and when.
+// The history of changes: one event per committed change, with its author, time and action.
 #pragma once
 
 #include <array>
@@ -15,9 +15,9 @@
 namespace tarnwell {
 
 enum class MutationSource {
-  user,  // a person in the desktop application
-  app,   // the application itself
-  agent  // an external agent through the command interface
+  user,  // the user, in a program of theirs
+  app,   // an application by itself
+  agent  // an agent, through the command interface
 };
 
 constexpr std::array<std::string_view, 3> texts(MutationSource) { return {"user", "app", "agent"}; }

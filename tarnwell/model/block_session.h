@@ -28,7 +28,7 @@ constexpr std::array<std::string_view, 3> texts(SessionState) {
 
 struct BlockSession {
   UUID id = UUID::random();
-  DomainGroup group;  // a copy from the start: later edits of the group do not change the session
+  DomainGroup group;  // a copy: later edits of the group do not change the session
   Required<SessionMode> mode;
   Instant startedAt;
   Instant endsAt;

@@ -1,4 +1,4 @@
-// Named lists of websites to keep away from while focusing.
+// Named groups of websites to block while focusing.
 #pragma once
 
 #include <string>
@@ -12,7 +12,7 @@ namespace tarnwell {
 
 struct DomainRule {
   UUID id = UUID::random();
-  std::string domain{};  // as stored; not to be trusted before it is normalised
+  std::string domain{};  // as stored; untrusted until normalised
   bool isEnabled = true;
 
   static constexpr auto fields() {
@@ -28,7 +28,7 @@ struct DomainGroup {
   std::vector<DomainRule> rules{};  // in the user's order
   bool isEnabled = true;
 
-  // The group that a new plan begins with. It has the same identifiers on every machine.
+  // Returns the group of a new plan. Its identifiers are the same on every machine.
   static const DomainGroup& socialDistractions();
 
   static constexpr auto fields() {

@@ -1,4 +1,4 @@
-// A suggestion of the weekly review, which takes effect only when the user approves it.
+// A suggestion of the weekly review. It takes effect when the user approves it.
 #pragma once
 
 #include <array>
@@ -32,7 +32,7 @@ struct PlanningProposal {
   Required<ProposalKind> kind;
   UUID taskID;
   std::string reason{};                          // shown to the user
-  std::optional<LocalDay> originalPlannedDay{};  // the task's day when the proposal was made
+  std::optional<LocalDay> originalPlannedDay{};  // the task's day at that time
   std::optional<LocalDay> suggestedPlannedDay{};
   ProposalStatus status = ProposalStatus::pending;
   Instant createdAt = Instant::now();

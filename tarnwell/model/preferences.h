@@ -9,7 +9,7 @@
 namespace tarnwell {
 
 struct ProductivityPreferences {
-  std::int64_t dailyCapacityMinutes = 480;  // planned work that a day can hold
+  std::int64_t dailyCapacityMinutes = 480;  // planned work per day
 
   static constexpr auto fields() {
     return std::tuple{

@@ -1,4 +1,5 @@
-// The task record and the small values that it is made of.
+// The task record and its parts. model/ holds the records of the data file: plain values, read and
+// written by their field lists.
 #pragma once
 
 #include <algorithm>
@@ -25,7 +26,7 @@ constexpr std::array<std::string_view, 4> texts(TaskPriority) {
   return {"critical", "high", "normal", "low"};
 }
 
-// 0 to 3; smaller is more urgent.
+// Returns 0 to 3; smaller is more urgent.
 constexpr int rank(TaskPriority priority) { return static_cast<int>(priority); }
 
 enum class TaskStatus { pending, active, paused, completed, archived };
@@ -53,7 +54,7 @@ constexpr std::array<std::string_view, 2> texts(ProductivityValidationCase) {
   return {"Enter a task title.", "Estimated time cannot be negative."};
 }
 
-// A task that may not be stored. `invalidEstimate` stands for every estimate out of range.
+// A task that cannot be stored. `invalidEstimate` covers every estimate out of range.
 class ProductivityValidationError : public CaseError<ProductivityValidationCase> {
  public:
   using CaseError::CaseError;
@@ -72,7 +73,7 @@ struct FocusTask {
   std::int64_t manualPosition = 0;  // the user's order within a day
   TaskStatus status = TaskStatus::pending;
   std::optional<TaskReminder> reminder{};
-  std::optional<UUID> blockingGroupID{};  // the websites to block while working on the task
+  std::optional<UUID> blockingGroupID{};  // the websites to block during the task
   Instant createdAt = Instant::now();
   Instant updatedAt = createdAt;
   std::optional<Instant> startedAt{};  // the first start
@@ -82,14 +83,13 @@ struct FocusTask {
   double accumulatedFocusSeconds = 0;  // of finished segments
   std::optional<Instant> activeSegmentStartedAt{};
 
-  // Makes a task of the given fields, with the title trimmed and everything else as it is. Throws
-  // ProductivityValidationError.
+  // Returns the task with its title trimmed. Throws ProductivityValidationError.
   static FocusTask make(FocusTask fields);
 
   // Neither completed nor archived.
   bool isOpen() const { return status != TaskStatus::completed && status != TaskStatus::archived; }
 
-  // Throws ProductivityValidationError. Judges the title before the estimate.
+  // Throws ProductivityValidationError: for the title before the estimate.
   void validate() const;
 
   static constexpr auto fields() {
@@ -116,8 +116,7 @@ struct FocusTask {
   friend bool operator==(const FocusTask&, const FocusTask&) = default;
 };
 
-// Returns the first task that matches; null when there is none. Owned by the list, which may be
-// constant.
+// Return the first task that matches, owned by the list; null when there is none.
 template <class Tasks, class Matches>
 auto* findTaskIf(Tasks& tasks, Matches matches) {
   const auto task = std::find_if(tasks.begin(), tasks.end(), matches);

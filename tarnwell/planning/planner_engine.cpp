@@ -20,7 +20,7 @@ bool comesBefore(const FocusTask& a, const FocusTask& b) {
 
 namespace {
 
-// The tasks of the day that `keep` accepts, in queue order.
+// Returns the day's tasks that `keep` accepts, in queue order.
 template <class Keep>
 std::vector<FocusTask> queue(const std::vector<FocusTask>& tasks, LocalDay day, Keep keep) {
   std::vector<FocusTask> result;
@@ -57,7 +57,7 @@ std::vector<FocusTask> reorder(const std::vector<FocusTask>& tasks, const QueueM
   FocusTask* const target = findTask(movable, move.targetID);
   if (moved == nullptr || target == nullptr || moved == target) return tasks;
 
-  // Rotating carries the moved task to the target's place and shifts those between by one.
+  // Rotating moves the task to the target's place and shifts those between by one.
   if (moved < target) {
     std::rotate(moved, moved + 1, target + 1);
   } else {

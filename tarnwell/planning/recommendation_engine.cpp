@@ -10,8 +10,8 @@
 namespace tarnwell {
 namespace {
 
-// The most urgent task leads, and of equally urgent ones the largest: it is the important work that
-// needs a day with room for it.
+// The most urgent task leads, and of equally urgent ones the largest: important work needs a day
+// with room for it.
 bool isProposedBefore(const FocusTask& a, const FocusTask& b) {
   if (a.priority != b.priority) return rank(a.priority) < rank(b.priority);
   const std::int64_t aMinutes = a.estimatedMinutes.value_or(0);
@@ -20,7 +20,7 @@ bool isProposedBefore(const FocusTask& a, const FocusTask& b) {
   return a.id < b.id;  // as their texts would compare
 }
 
-// In a Gregorian calendar in the device's zone; the first weekday does not matter.
+// Uses a Gregorian calendar in the device's zone. The first weekday has no influence.
 LocalDay nextDay(LocalDay day) {
   const Calendar gregorian;
   const auto start = gregorian.date(day);
@@ -32,7 +32,7 @@ LocalDay nextDay(LocalDay day) {
   return gregorian.day(*nextStart);
 }
 
-// To move the task to the day after the one it is planned for, or to plan it anew if there is none.
+// Suggests the day after the planned one; no day for a task without one.
 PlanningProposal makeProposal(ProposalKind kind, const FocusTask& task, std::string reason) {
   PlanningProposal proposal{.kind = kind,
                             .taskID = task.id,
@@ -52,7 +52,7 @@ std::vector<FocusTask> candidates(const std::vector<FocusTask>& tasks, Matches m
   return result;
 }
 
-// Throws RecommendationError when it is gone or was already handled.
+// Throws RecommendationError when the proposal is gone or was handled.
 PlanningProposal& pendingProposal(PersistedState& state, const UUID& id) {
   const auto proposal = std::find_if(state.proposals.begin(), state.proposals.end(),
                                      [&](const PlanningProposal& each) { return each.id == id; });
@@ -65,7 +65,7 @@ PlanningProposal& pendingProposal(PersistedState& state, const UUID& id) {
   return *proposal;
 }
 
-// Throws RecommendationError when it is gone or was planned anew.
+// Throws RecommendationError when the task is gone or its planned day has changed.
 FocusTask& unchangedTask(PersistedState& state, const PlanningProposal& proposal) {
   FocusTask* const task = findTask(state.tasks, proposal.taskID);
   if (task == nullptr || task->plannedDay != proposal.originalPlannedDay) {
@@ -75,6 +75,12 @@ FocusTask& unchangedTask(PersistedState& state, const PlanningProposal& proposal
 }
 
 }  // namespace
+
+WeeklyReview RecommendationEngine::review(Instant weekContaining,
+                                          const std::vector<FocusTask>& tasks,
+                                          const Calendar& calendar) {
+  return reviewOfWeek(weekContaining, tasks, calendar);
+}
 
 std::vector<PlanningProposal> RecommendationEngine::proposals(const WeeklyReview& review,
                                                               const std::vector<FocusTask>& tasks,

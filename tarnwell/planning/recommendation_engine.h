@@ -1,4 +1,4 @@
-// The weekly review, and the proposals that follow from it: made, stored, approved or dismissed.
+// The weekly review and its proposals, which are stored and then approved or dismissed.
 #pragma once
 
 #include <array>
@@ -30,30 +30,30 @@ class RecommendationError : public CaseError<RecommendationCase> {
   using enum RecommendationCase;
 };
 
-// A value. Holds the store by reference; the owner outlives the engine. Any thread may call it.
+// Thread-safe. Holds the store by reference; the owner outlives the engine.
 //
-// Saving, approving and dismissing are one transaction each. They throw RecommendationError or what
-// the store throws, with nothing written; otherwise they return the plan after the change.
+// Saving, approving and dismissing are one transaction each and return the plan after the change.
+// They throw RecommendationError or an error of the store, with nothing written.
 class RecommendationEngine {
  public:
   explicit RecommendationEngine(TaskStore& store) : store_(&store) {}
 
-  // The week that contains the instant, as the calendar begins weeks. Fatal where a sum overflows.
+  // The same as `reviewOfWeek`.
   static WeeklyReview review(Instant weekContaining, const std::vector<FocusTask>& tasks,
                              const Calendar& calendar);
 
-  // At most three: for each day with more than the capacity, to move its most urgent and largest
-  // open task to the next day; then to reschedule each open task skipped twice or more. Reads the
-  // wall clock for the time of their making.
+  // Returns at most three proposals: for each day beyond the capacity, to move its most urgent and
+  // largest open task to the next day; then to reschedule each open task skipped twice or more.
+  // Stamps them with the wall clock.
   static std::vector<PlanningProposal> proposals(const WeeklyReview& review,
                                                  const std::vector<FocusTask>& tasks,
                                                  std::int64_t dailyCapacityMinutes);
 
-  // Replaces the pending proposals; those already handled stay as history.
+  // Replaces the pending proposals. Handled ones stay as history.
   TaskStoreSnapshot save(const std::vector<PlanningProposal>& proposals,
                          std::int64_t expectedRevision, Instant now = Instant::now());
 
-  // Moves the task to the suggested day, provided that nobody has planned it anew since.
+  // Moves the task to the suggested day, unless its planned day has changed since.
   TaskStoreSnapshot approve(const UUID& proposalID, std::int64_t expectedRevision,
                             Instant now = Instant::now());
 

@@ -6,15 +6,13 @@
 
 #include "tarnwell/base/checked_arithmetic.h"
 #include "tarnwell/base/fatal_error.h"
-#include "tarnwell/json/json_value.h"
-#include "tarnwell/planning/recommendation_engine.h"
 
 namespace tarnwell {
 namespace {
 
 using TaskReferences = std::vector<std::reference_wrapper<const FocusTask>>;
 
-// The tasks that `keep` accepts, in the given order.
+// Returns the tasks that `keep` accepts, in the given order.
 template <class Keep>
 TaskReferences select(const std::vector<FocusTask>& tasks, Keep keep) {
   TaskReferences result;
@@ -35,7 +33,8 @@ bool isPlannedIn(const WeekInterval& week, const Calendar& calendar, const Focus
   return start && week.contains(*start);
 }
 
-// Whole minutes, rounded towards zero. The order of the tasks decides how their fractions add up.
+// Returns whole minutes, rounded towards zero. The order of the tasks affects the sum's last
+// digits.
 std::int64_t minutesOfFocus(const TaskReferences& tasks) {
   constexpr double secondsPerMinute = 60;
   double seconds = 0;
@@ -56,17 +55,16 @@ void addPlannedTask(WeeklyReview& review, const FocusTask& task) {
   workload = checkedAdd(workload, minutes);
 }
 
-// The day of the last second before the next week, which is right even where the zone skipped the
-// date in between.
+// Returns the day of the last second before the next week, which exists even where the zone skipped
+// a date in between.
 LocalDay lastDayOf(const WeekInterval& week, const Calendar& calendar) {
   return calendar.day(week.end - std::chrono::seconds(1));
 }
 
 }  // namespace
 
-WeeklyReview RecommendationEngine::review(Instant weekContaining,
-                                          const std::vector<FocusTask>& tasks,
-                                          const Calendar& calendar) {
+WeeklyReview reviewOfWeek(Instant weekContaining, const std::vector<FocusTask>& tasks,
+                          const Calendar& calendar) {
   const WeekInterval week = calendar.week(weekContaining);
   WeeklyReview review{.weekStart = calendar.day(week.start), .weekEnd = lastDayOf(week, calendar)};
 

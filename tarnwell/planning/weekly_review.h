@@ -1,4 +1,4 @@
-// One calendar week of the plan in figures.
+// The figures of one calendar week of the plan.
 #pragma once
 
 #include <cstdint>
@@ -9,12 +9,14 @@
 #include "tarnwell/base/record.h"
 #include "tarnwell/base/uuid.h"
 #include "tarnwell/model/task.h"
+#include "tarnwell/time/calendar.h"
+#include "tarnwell/time/instant.h"
 #include "tarnwell/time/local_day.h"
 
 namespace tarnwell {
 
-// The week's tasks are those planned for one of its days and not archived. A task is completed in
-// the week by the instant of its completion, whatever day it was planned for.
+// The week's tasks are those planned for its days and not archived. The instant of completion, not
+// the planned day, decides whether a task is completed in the week.
 struct WeeklyReview {
   LocalDay weekStart{};
   LocalDay weekEnd{};  // inclusive
@@ -45,5 +47,9 @@ struct WeeklyReview {
   }
   friend bool operator==(const WeeklyReview&, const WeeklyReview&) = default;
 };
+
+// Reviews the calendar's week that contains the instant. Fatal when a sum overflows.
+WeeklyReview reviewOfWeek(Instant weekContaining, const std::vector<FocusTask>& tasks,
+                          const Calendar& calendar);
 
 }  // namespace tarnwell

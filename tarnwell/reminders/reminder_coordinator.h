@@ -1,4 +1,5 @@
-// Keeps the scheduled notifications of a task in step with the task.
+// The reminder coordinator: keeps the scheduled notifications of a task in step with the task.
+// reminders/ plans notifications and hands them to the host's notification service.
 #pragma once
 
 #include <optional>
@@ -13,7 +14,7 @@ namespace tarnwell {
 
 enum class ReminderAuthorization { notDetermined, authorized, denied };
 
-// The platform's notification service, as a host supplies it.
+// The platform's notification service, supplied by the host.
 class ReminderScheduling {
  public:
   ReminderScheduling() = default;
@@ -24,10 +25,10 @@ class ReminderScheduling {
   // Returns the present permission without asking the user.
   virtual ReminderAuthorization authorizationStatus() noexcept = 0;
 
-  // Asks the user; true when granted. May throw.
+  // Asks the user. Returns true when granted. May throw.
   virtual bool requestAuthorization() = 0;
 
-  // Adds one notification for each request, known by the request's identifier. May throw.
+  // Adds one notification per request, under the request's identifier. May throw.
   virtual void schedule(const std::vector<ReminderRequest>& requests) = 0;
 
   // Removes the task's pending notifications of every kind.
@@ -43,15 +44,14 @@ struct ReminderWarning {
   friend bool operator==(const ReminderWarning&, const ReminderWarning&) = default;
 };
 
-// A value; keeps nothing between calls. Holds the scheduler by reference; the owner outlives it.
-// Used on the scheduler's thread.
+// Stateless. Holds the scheduler by reference; the owner outlives the coordinator. Used on the
+// scheduler's thread.
 class ReminderCoordinator {
  public:
   explicit ReminderCoordinator(ReminderScheduling& scheduler) : scheduler_(&scheduler) {}
 
-  // Replaces the task's notifications by those that it should have, asking for permission where it
-  // has never been asked for. Never fails: a task change stands whatever becomes of its
-  // notifications.
+  // Replaces the task's notifications, asking for permission that was never asked for. Returns a
+  // warning instead of failing: a change of the task stands without its notifications.
   std::optional<ReminderWarning> sync(const FocusTask& task) const noexcept;
 
   void cancel(const UUID& taskID) const noexcept { scheduler_->cancelReminders(taskID); }

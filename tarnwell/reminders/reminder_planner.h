@@ -1,4 +1,4 @@
-// Which notifications should exist for a task.
+// The notifications that a task should have.
 #pragma once
 
 #include <array>
@@ -38,15 +38,15 @@ struct ReminderRequest {
   friend bool operator==(const ReminderRequest&, const ReminderRequest&) = default;
 };
 
-// Pure functions of the task: they read no clock, so that fire dates may lie in the past.
+// Pure functions of the task. They read no clock: fire dates may lie in the past.
 namespace ReminderPlanner {
 
-// The same for a task and kind whatever becomes of the task, so that a notification that is planned
-// anew replaces the old one.
+// Returns the stable identifier of a task's notification, so that planning again replaces it.
 std::string identifier(const UUID& taskID, ReminderKind kind);
 
-// By fire date: a heads-up, the start and the overdue notice of an open task with a scheduled start
-// and an enabled reminder, as far as the reminder asks for them. Fatal when the estimate overflows.
+// Returns the heads-up, start and overdue notices that the task's reminder asks for, by fire date.
+// None unless the task is open and scheduled and its reminder enabled. Fatal when the estimate
+// overflows.
 std::vector<ReminderRequest> requests(const FocusTask& task);
 
 }  // namespace ReminderPlanner

@@ -9,14 +9,14 @@
 namespace tarnwell {
 namespace {
 
-// Throws `otherwise` when there is no task.
+// Throws `otherwise` for null.
 template <class Task>
 Task& require(Task* task, TaskSessionCase otherwise) {
   if (task == nullptr) throw TaskSessionError(otherwise);
   return *task;
 }
 
-// Another writer may have come between the snapshot and the transaction.
+// Looks again inside the transaction: another writer may have changed the task since the snapshot.
 FocusTask& requireActive(PersistedState& state, const UUID& id, TaskSessionCase otherwise) {
   const auto isActive = [&](const FocusTask& task) {
     return task.id == id && task.status == TaskStatus::active;
@@ -24,8 +24,7 @@ FocusTask& requireActive(PersistedState& state, const UUID& id, TaskSessionCase 
   return require(findTaskIf(state.tasks, isActive), otherwise);
 }
 
-// Ends the running segment, if there is one, and adds its time. A clock that went backwards adds
-// nothing.
+// Ends the running segment, if any, and adds its time. A clock that went backwards adds nothing.
 void bankFocusTime(FocusTask& task, Instant now) {
   if (!task.activeSegmentStartedAt) return;
   task.accumulatedFocusSeconds += std::max(0.0, (now - *task.activeSegmentStartedAt).count());

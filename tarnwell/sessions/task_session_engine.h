@@ -1,5 +1,5 @@
-// Moves one task at a time through its working life: start, pause, resume, skip, complete, and the
-// undoing of a start; and accounts for the time spent on it.
+// The task session engine: starts, pauses, resumes, skips and completes one task at a time, undoes
+// a start, and accounts for focus time.
 #pragma once
 
 #include <array>
@@ -33,11 +33,11 @@ class TaskSessionError : public CaseError<TaskSessionCase> {
 };
 
 // Belongs to one thread. Holds the store by reference; the owner outlives the engine. The stored
-// tasks are the truth, the published values a mirror of them for display.
+// tasks are the truth; the published values mirror them for display.
 //
-// Each change is one transaction of the store. It throws TaskSessionError or what the store throws,
-// with nothing written; otherwise it returns the plan after the change. `expectedRevision` is the
-// revision that the caller last saw.
+// Each change is one transaction and returns the plan after it. It throws TaskSessionError or an
+// error of the store, with nothing written. `expectedRevision` is the revision that the caller last
+// saw.
 class TaskSessionEngine {
  public:
   explicit TaskSessionEngine(TaskStore& store, const Calendar& calendar = Calendar::current())
@@ -56,18 +56,18 @@ class TaskSessionEngine {
   // Pauses the active task and banks its time.
   TaskStoreSnapshot pause(std::int64_t expectedRevision, Instant now = Instant::now());
 
-  // Puts the active task back, at the end of its day's open queue.
+  // Returns the active task to the end of its day's open queue.
   TaskStoreSnapshot skip(std::int64_t expectedRevision, Instant now = Instant::now());
 
-  // Completes the active task and proposes the next one of today.
+  // Completes the active task and publishes the next one of today.
   TaskStoreSnapshot complete(std::int64_t expectedRevision, Instant now = Instant::now());
 
-  // Undoes a start whose companion action failed, also the first one of a task that was paused
-  // before: the time banked until then stays.
+  // Undoes a start whose companion action failed. Clears `startedAt`, also of a task paused before,
+  // and keeps the banked time.
   TaskStoreSnapshot cancelStart(const UUID& taskID, std::int64_t expectedRevision,
                                 Instant now = Instant::now());
 
-  // Takes up the running task from what is stored. Writes nothing, never fails.
+  // Publishes the stored running task. Writes nothing, never fails.
   void recover(Instant now = Instant::now());
 
   // Never fails.

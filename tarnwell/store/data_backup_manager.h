@@ -14,24 +14,22 @@
 
 namespace tarnwell {
 
+enum class DataBackupCase { legacySchema };
+
 // A document of another version, which may hold no task history.
-class DataBackupError : public Error {
+class DataBackupError : public CaseError<DataBackupCase, std::int64_t> {
  public:
-  static DataBackupError legacySchema(std::int64_t version) { return DataBackupError(version); }
-
-  std::int64_t version() const noexcept { return version_; }
-
-  friend bool operator==(const DataBackupError& a, const DataBackupError& b) {
-    return a.version_ == b.version_;
+  static DataBackupError legacySchema(std::int64_t version) {
+    return {Case::legacySchema, version,
+            "This backup uses legacy schema " + std::to_string(version) +
+                " and cannot safely restore task history."};
   }
 
- private:
-  explicit DataBackupError(std::int64_t version)
-      : Error("This backup uses legacy schema " + std::to_string(version) +
-              " and cannot safely restore task history."),
-        version_(version) {}
+  std::int64_t version() const noexcept { return payload(); }
 
-  std::int64_t version_;
+ private:
+  DataBackupError(Case which, std::int64_t version, std::string_view description)
+      : CaseError(which, version, description) {}
 };
 
 // A value. Thread-safe. Does not lock. Copies and restores only documents in the current version

@@ -4,11 +4,11 @@
 
 namespace tarnwell {
 
-TaskStoreError::TaskStoreError(std::int64_t expected, std::int64_t actual)
-    : Error("The task list changed. Refresh and try again (expected revision " +
-            std::to_string(expected) + ", current " + std::to_string(actual) + ")."),
-      expected_(expected),
-      actual_(actual) {}
+TaskStoreError TaskStoreError::revisionConflict(std::int64_t expected, std::int64_t actual) {
+  return {Case::revisionConflict, RevisionPair{.expected = expected, .actual = actual},
+          "The task list changed. Refresh and try again (expected revision " +
+              std::to_string(expected) + ", current " + std::to_string(actual) + ")."};
+}
 
 TaskStore::TaskStore(LocalStore localStore)
     : localStore_(std::move(localStore)), state_(localStore_.loadShared()) {}

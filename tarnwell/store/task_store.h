@@ -32,25 +32,26 @@
 
 namespace tarnwell {
 
+enum class TaskStoreCase { revisionConflict };
+
+struct RevisionPair {
+  std::int64_t expected;
+  std::int64_t actual;
+
+  friend bool operator==(const RevisionPair&, const RevisionPair&) = default;
+};
+
 // The plan has changed since the caller's snapshot.
-class TaskStoreError : public Error {
+class TaskStoreError : public CaseError<TaskStoreCase, RevisionPair> {
  public:
-  static TaskStoreError revisionConflict(std::int64_t expected, std::int64_t actual) {
-    return {expected, actual};
-  }
+  static TaskStoreError revisionConflict(std::int64_t expected, std::int64_t actual);
 
-  std::int64_t expected() const noexcept { return expected_; }
-  std::int64_t actual() const noexcept { return actual_; }
-
-  friend bool operator==(const TaskStoreError& a, const TaskStoreError& b) {
-    return a.expected_ == b.expected_ && a.actual_ == b.actual_;
-  }
+  std::int64_t expected() const noexcept { return payload().expected; }
+  std::int64_t actual() const noexcept { return payload().actual; }
 
  private:
-  TaskStoreError(std::int64_t expected, std::int64_t actual);
-
-  std::int64_t expected_;
-  std::int64_t actual_;
+  TaskStoreError(Case which, RevisionPair revisions, std::string_view description)
+      : CaseError(which, revisions, description) {}
 };
 
 // An immutable view of the plan at one revision. Copies share the state.

@@ -38,9 +38,9 @@ tm requireLocalTime(Instant instant) {
   return *local;
 }
 
-// Midnight of the day as if its wall clock showed UTC, with out-of-range fields rolled over.
+// Returns midnight of the day as if the wall clock showed UTC. Out-of-range fields roll over.
 std::optional<time_t> wallClockMidnight(LocalDay day) {
-  // Far beyond any year that a double of seconds can tell apart, and safe to hand to libc's ints.
+  // Beyond any year whose seconds a double resolves, and within libc's ints.
   constexpr std::int64_t limit = 1'000'000'000;
   for (const auto field : {day.year, day.month, day.day}) {
     if (field < -limit || field > limit) return std::nullopt;
@@ -56,8 +56,7 @@ std::optional<time_t> wallClockMidnight(LocalDay day) {
   return time;
 }
 
-// The first second at which a local clock has reached the given wall-clock time, by bisection
-// between an instant before and one after.
+// Finds the first second at which the local clock has reached the wall-clock time, by bisection.
 time_t firstSecondAtOrAfter(time_t wallClock, time_t before, time_t after) {
   while (after - before > 1) {
     const time_t middle = before + (after - before) / 2;
@@ -89,8 +88,8 @@ std::optional<Instant> Calendar::instant(LocalDay day, std::chrono::seconds time
   const auto midnight = wallClockMidnight(day);
   if (!midnight) return std::nullopt;
   const time_t wallClock = *midnight + timeOfDay.count();
-  // No zone is further than two days from UTC, so the offsets in force around the day are those of
-  // two instants that safely precede and follow it.
+  // No zone is further than two days from UTC, so instants two days before and after the day have
+  // the offsets in force around it.
   const time_t before = wallClock - 2 * secondsPerDay;
   const time_t after = wallClock + 2 * secondsPerDay;
   const auto localBefore = localTime(before);

@@ -1,4 +1,4 @@
-// The user's Gregorian calendar: which day an instant falls on, when a day and a week begin.
+// The user's Gregorian calendar: the day of an instant, the start of a day, the week of an instant.
 #pragma once
 
 #include <chrono>
@@ -21,20 +21,19 @@ struct WeekInterval {
   friend bool operator==(const WeekInterval&, const WeekInterval&) = default;
 };
 
-// A value. The time zone is the process's own, with libc's rules: there is one per process, so a
-// calendar cannot carry another. The first weekday is the calendar's.
+// Uses the time zone of the process, by libc's rules. The first weekday is the calendar's own.
 struct Calendar {
   Weekday firstWeekday = Weekday::sunday;
 
-  // The calendar of the person who runs the process. Takes up a change of the zone since last time.
+  // Returns the user's calendar. Takes up a time zone changed since the last call.
   static Calendar current();
 
-  // The day that contains an instant.
+  // Returns the day that contains an instant. Fatal beyond the years of the system's calendar.
   LocalDay day(Instant instant) const;
 
-  // The first instant of a day. Out-of-range fields roll over (month 13 is the next January). Where
-  // midnight does not exist the day starts at its first existing instant; where it happens twice,
-  // at the first. Absent beyond the years that the system can represent.
+  // Returns the first instant of a day. Out-of-range fields roll over (month 13 is the next
+  // January). Where midnight does not exist the day starts at its first existing instant; where
+  // midnight happens twice, at the first. Absent beyond the years of the system's calendar.
   std::optional<Instant> date(LocalDay day) const;
 
   // The instant at which a wall clock on that day shows the time since midnight, by the same rules:
@@ -48,7 +47,7 @@ struct Calendar {
   // Absent beyond the years that the system can represent.
   static std::optional<Weekday> weekday(LocalDay day);
 
-  // The week that contains an instant. Fatal beyond the years that the system can represent.
+  // Returns the week that contains an instant. Fatal beyond the years of the system's calendar.
   WeekInterval week(Instant instant) const;
 
   friend bool operator==(const Calendar&, const Calendar&) = default;

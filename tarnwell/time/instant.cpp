@@ -11,7 +11,7 @@
 namespace tarnwell {
 namespace {
 
-// With zeros in front up to the width, which counts a sign.
+// Pads with leading zeros to the width, which includes a sign.
 void appendPadded(std::string& text, long long number, std::size_t width) {
   std::array<char, 20> digits{};
   const auto magnitude = number < 0 ? 0ULL - static_cast<unsigned long long>(number)
@@ -36,16 +36,16 @@ Instant Instant::now() {
 
 Instant Instant::fromUnix(const std::timespec& time) {
   constexpr double secondsPerNanosecond = 1e-9;
-  // Whole seconds first: their difference is exact, so the fraction keeps all the digits there are.
+  // Subtracting whole seconds is exact, so the fraction loses no more digits than it must.
   const double wholeSeconds = static_cast<double>(time.tv_sec) - referenceDateUnixSeconds;
   return Instant(wholeSeconds + static_cast<double>(time.tv_nsec) * secondsPerNanosecond);
 }
 
 std::string isoText(Instant instant) {
-  // `tm_year` is an int: about two thousand million years in seconds either way.
+  // The range of `tm_year`, an int: two thousand million years either way.
   constexpr double limit = 6.7e16;
   const double unixSeconds = std::floor(instant.seconds) + referenceDateUnixSeconds;
-  // Not std::clamp, which hands on what is not a number.
+  // std::clamp would return NaN.
   const auto time =
       static_cast<time_t>(unixSeconds > -limit ? std::min(unixSeconds, limit) : -limit);
   tm utc{};

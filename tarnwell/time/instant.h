@@ -1,5 +1,5 @@
-// An absolute time, held exactly as it is stored: a double of seconds since 2001-01-01 00:00:00
-// UTC.
+// Absolute times and lengths of time. time/ holds instants, days, weeks and the user's calendar;
+// the engines receive them as arguments.
 #pragma once
 
 #include <chrono>
@@ -9,19 +9,19 @@
 
 namespace tarnwell {
 
-// A length of time, in seconds with fraction. A bare number does not convert to it.
+// A length of time in seconds with fraction. Bare numbers do not convert to it.
 using Duration = std::chrono::duration<double>;
 
-// A value without a default.
+// An absolute time, exactly as it is stored. Has no default.
 struct Instant {
   double seconds;  // since 2001-01-01 00:00:00 UTC, with fraction
 
   explicit constexpr Instant(double secondsSince2001) : seconds(secondsSince2001) {}
 
-  // Reads the wall clock. Only a host's entry calls it; engines are given `now`.
+  // Reads the wall clock. Only the outermost interfaces call it; engines receive `now`.
   static Instant now();
 
-  // Converts a time of the system's clocks and files.
+  // Converts a time of the system's clock or a file's time.
   static Instant fromUnix(const std::timespec& time);
 
   friend auto operator<=>(const Instant&, const Instant&) = default;
@@ -36,12 +36,11 @@ struct Instant {
   }
 };
 
-// Seconds from the Unix epoch to the reference date.
+// The reference date in Unix time.
 inline constexpr double referenceDateUnixSeconds = 978'307'200;
 
-// Writes ISO 8601 in UTC, floored to whole seconds: 2025-03-04T09:15:00Z. Instants beyond the years
-// that the system's calendar can name are written as the nearest that it can; what is not a number
-// is written as the earliest.
+// Returns ISO 8601 text in UTC, floored to whole seconds: 2025-03-04T09:15:00Z. Beyond the years of
+// the system's calendar returns its first or last year; for NaN its first.
 std::string isoText(Instant instant);
 
 }  // namespace tarnwell

@@ -11,8 +11,8 @@
 
 namespace tarnwell {
 
-// Kept as given: the fields are not range-checked, and month 13 is a value like any other until a
-// calendar resolves it. Ordered by year, month and day as plain numbers.
+// The fields are not range-checked: month 13 is valid until a calendar resolves it. Ordered by
+// year, month and day as plain numbers.
 struct LocalDay {
   std::int64_t year{};
   std::int64_t month{};

@@ -23,7 +23,7 @@ constexpr Weekday fri = Weekday::friday;
 constexpr Weekday sat = Weekday::saturday;
 constexpr Weekday sun = Weekday::sunday;
 
-// The regions whose week does not begin on Monday, after the CLDR week data. In ascending order.
+// The regions whose week does not begin on Monday, from the CLDR week data, in ascending order.
 constexpr std::array exceptions = std::to_array<RegionWeekday>({
     {"AE", sat}, {"AF", sat}, {"AG", sun}, {"AS", sun}, {"BD", sun}, {"BH", sat}, {"BR", sun},
     {"BS", sun}, {"BT", sun}, {"BW", sun}, {"BZ", sun}, {"CA", sun}, {"CO", sun}, {"DJ", sat},
@@ -41,7 +41,7 @@ constexpr std::array exceptions = std::to_array<RegionWeekday>({
 static_assert(std::is_sorted(exceptions.begin(), exceptions.end(),
                              [](const auto& a, const auto& b) { return a.region < b.region; }));
 
-// The territory in "language_TERRITORY.codeset@modifier", upper-case; empty when there is none.
+// Returns the TERRITORY of "language_TERRITORY.codeset@modifier" in upper case; empty without one.
 std::string regionOfLocale(std::string_view name) {
   name = name.substr(0, name.find_first_of(".@"));
   std::string region;

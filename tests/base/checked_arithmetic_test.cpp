@@ -16,12 +16,12 @@ TEST(CheckedAdd, addsUpToTheLimits) {
   EXPECT_EQ(checkedAdd(largest, least), -1);
 }
 
-TEST(CheckedAdd, endsTheProcessBeyondThem) {
+TEST(CheckedAdd, endsTheProcessOnOverflow) {
   EXPECT_DEATH(checkedAdd(largest, 1), "integer overflow");
   EXPECT_DEATH(checkedAdd(least, -1), "integer overflow");
 }
 
-TEST(CheckedMultiply, multipliesUpToTheLimitsAndEndsTheProcessBeyondThem) {
+TEST(CheckedMultiply, multipliesUpToTheLimitsAndEndsTheProcessOnOverflow) {
   EXPECT_EQ(checkedMultiply(least / 2, 2), least);
   EXPECT_EQ(checkedMultiply(-3, 4), -12);
   EXPECT_DEATH(checkedMultiply(largest, 2), "integer overflow");

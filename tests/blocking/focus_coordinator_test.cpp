@@ -23,7 +23,7 @@ class FocusCoordinatorTest : public testing::Test, protected test::StoredPlan {
   FocusCoordinatorTest() {
     PersistedState state = PersistedState::initial();
     state.tasks = {task_};
-    local.save(state);
+    localStore.save(state);
     blockSessions.loadPersistedState();
   }
 
@@ -37,18 +37,18 @@ class FocusCoordinatorTest : public testing::Test, protected test::StoredPlan {
   }
 
   TaskStatus status() const { return task(task_.id).status; }
-  std::optional<BlockSession> storedSession() const { return local.load().activeSession; }
+  std::optional<BlockSession> storedSession() const { return localStore.load().activeSession; }
 
   std::vector<std::string> trail() const {
     std::vector<std::string> actions;
-    for (const auto& event : local.load().auditEvents) actions.push_back(*event.action);
+    for (const auto& event : localStore.load().auditEvents) actions.push_back(*event.action);
     return actions;
   }
 
   FocusTask task_ = makeTask("T");
   test::FakeBlocker blocker;
-  TaskSessionEngine taskSessions{store, Calendar{}};
-  SessionEngine blockSessions{local, blocker};
+  TaskSessionEngine taskSessions{taskStore, Calendar{}};
+  SessionEngine blockSessions{localStore, blocker};
   FocusCoordinator coordinator{taskSessions, blockSessions};
 };
 
@@ -106,7 +106,7 @@ TEST_F(FocusCoordinatorTest, blocksATaskThoughEveryObserverThrows) {
 
 TEST_F(FocusCoordinatorTest, undoesAStartWhoseSessionEndedWhileThePromptWasOpen) {
   blocker.onApply = [&] {
-    local.updateAtomically([](PersistedState& state) { state.activeSession.reset(); });
+    localStore.updateAtomically([](PersistedState& state) { state.activeSession.reset(); });
   };
   expectError(SessionError(SessionError::endedElsewhere), [&] { coordinator.start(request()); });
   EXPECT_EQ(status(), TaskStatus::pending);
@@ -122,7 +122,7 @@ TEST_F(FocusCoordinatorTest, undoesTheStartOfATaskWhoseGroupHasNoEnabledRule) {
 
 TEST_F(FocusCoordinatorTest, reportsAFailedUndoInsteadOfTheBlockersError) {
   blocker.onApply = [&] {
-    TaskStore other(local);  // another process changes the plan while the prompt is open
+    TaskStore other(localStore);  // another process changes the plan while the prompt is open
     other.transact({.expectedRevision = 1, .source = MutationSource::user, .action = "x"},
                    [](PersistedState&) {});
     throw cancelled;
@@ -161,7 +161,7 @@ TEST_F(FocusCoordinatorTest, endsAFlexibleSessionWithItsTask) {
   const auto after = coordinator.complete(5, someInstant);
   EXPECT_EQ(status(), TaskStatus::completed);
   EXPECT_EQ(storedSession(), std::nullopt);
-  EXPECT_EQ(after.state(), local.load());
+  EXPECT_EQ(after.state(), localStore.load());
 }
 
 TEST_F(FocusCoordinatorTest, pausesATaskWithoutABlockingSession) {

@@ -39,7 +39,7 @@ TEST(JSONDocument, readsEveryKindOfValue) {
             JSONValue(JSONValue::Object{{"a", 0.0}, {"b", JSONValue::Object{}}}));
 }
 
-TEST(JSONDocument, refusesWhatIsNotExactlyOneValue) {
+TEST(JSONDocument, refusesAnythingButOneValue) {
   for (const auto* text :
        {"",       " \n",      "{",         "[1",          "\"a",     "{} {}",       "1 2",
         "[]]",    R"({"a"})", R"({"a":})", "{,}",         "[1,]",    R"({"a":1,})", "tru",
@@ -86,13 +86,13 @@ TEST(JSONDocument, takesTheFirstOfEqualKeys) {
   EXPECT_EQ(read(R"({"a":1,"b":2,"a":3})"), JSONValue(JSONValue::Object{{"a", 1.0}, {"b", 2.0}}));
 }
 
-TEST(JSONDocument, readsIntegersBeyond64BitsAsTheDoublesThatTheyAre) {
+TEST(JSONDocument, readsIntegersBeyond64BitsAsDoubles) {
   EXPECT_EQ(read("18446744073709551616"), JSONValue(0x1p64));
   EXPECT_EQ(read("[-123456789012345678901234567890,1]"),
             JSONValue(JSONValue::Array{-123456789012345678901234567890.0, 1.0}));
 }
 
-TEST(JSONDocument, keepsTheLongestIntegersExactBesideOnesBeyondThem) {
+TEST(JSONDocument, keepsTheLargestIntegersExactBesideLargerOnes) {
   const JSONDocument document(
       "[18446744073709551616,9223372036854775807,-9223372036854775808,9007199254740993]");
   std::vector<std::int64_t> integers;
@@ -127,7 +127,7 @@ TEST(JSONDocument, leavesLongExponentsOfEitherCaseBesideLongIntegersAlone) {
   }
 }
 
-TEST(JSONDocument, doesNotRepairWhatIsWrongBesideALongInteger) {
+TEST(JSONDocument, refusesErrorsBesideALongInteger) {
   for (const auto* text : {"[99999999999999999999", "[099999999999999999999]",
                            "[--99999999999999999999]", "[99999999999999999999,01]",
                            "99999999999999999999 1", R"([99999999999999999999,"\ud800"])"}) {
@@ -148,7 +148,7 @@ TEST(JSONInteger, isExactBeyondWhatADoubleHolds) {
   EXPECT_EQ(readInteger("9007199254740993"), 9'007'199'254'740'993);
 }
 
-TEST(JSONInteger, isNothingElse) {
+TEST(JSONInteger, refusesEverythingElse) {
   for (const auto* text : {"25.5", "1e-1", "9223372036854775808", "-9223372036854775809",
                            "18446744073709551615", "18446744073709551616", "-99999999999999999999",
                            "1e19", "-1e19", "true", "false", "null", "\"25\"", "[25]", "{}"}) {
@@ -167,7 +167,7 @@ TEST(ObjectReader, findsMembersInAnyOrderAndTheFirstOfEqualKeys) {
   EXPECT_FALSE(members.find("d"));
 }
 
-TEST(JSONElements, areTakenForNothingButTheirOwnType) {
+TEST(JSONElements, convertToTheirOwnTypeOnly) {
   const JSONDocument document(R"([null,true,1,"text",{},[]])");
   ArrayReader items(document.root(), "all");
   ASSERT_EQ(items.size(), 6U);

@@ -28,7 +28,7 @@ struct Inner {
   friend bool operator==(const Inner&, const Inner&) = default;
 };
 
-// What a record supplies when it is made, such as the present time. Reading must not ask for it.
+// A default of a new record, such as the present time. Reading must not evaluate it.
 template <class T>
 T costly() {
   throw std::logic_error("reading asked for a default");
@@ -101,7 +101,7 @@ TEST(JSONRecords, needEveryKeyThatIsNeitherOptionalNorDefaulted) {
   }
 }
 
-TEST(JSONRecords, takeAnOptionalKeyThatIsMissingOrNullForAbsentAndLeaveItOut) {
+TEST(JSONRecords, treatAMissingOrNullOptionalKeyAsAbsentAndDoNotWriteIt) {
   EXPECT_EQ(decodeJSON<Sample>(without("maybe")).maybe, std::nullopt);
   EXPECT_EQ(decodeJSON<Sample>(with("maybe", "null")).maybe, std::nullopt);
   Sample absent = sample;
@@ -143,7 +143,7 @@ TEST(JSONRecords, takeTheFirstOfEqualKeys) {
   EXPECT_EQ(decodeJSON<Sample>(with("zeta", R"("first")")).zeta, "first");
 }
 
-TEST(JSONRecords, areNothingButObjects) {
+TEST(JSONRecords, areReadFromObjectsOnly) {
   for (const auto* text : {"[]", "null", "1", "\"{}\""}) {
     EXPECT_THROW(decodeJSON<Sample>(text), JSONError) << text;
   }
@@ -182,7 +182,7 @@ TEST(JSONConversion, leavesAbsentMembersOut) {
   EXPECT_EQ(std::get<JSONValue::Object>(jsonValue(absent).variant()).count("maybe"), 0U);
 }
 
-TEST(EnumTexts, leadBothWays) {
+TEST(EnumTexts, convertToAndFromTheirCases) {
   EXPECT_EQ(textOf(Shade::light), "light");
   EXPECT_EQ(enumFromText<Shade>("dark"), Shade::dark);
   for (const auto* text : {"", "Dark", "dark ", "grey"}) {

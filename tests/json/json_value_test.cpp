@@ -19,7 +19,7 @@ TEST(JSONValue, isEqualByStructure) {
   EXPECT_FALSE(JSONValue(JSONValue::Array{1.0, 2.0}) == JSONValue(JSONValue::Array{2.0, 1.0}));
 }
 
-TEST(JSONValue, givesItsTextOnlyWhenItIsAString) {
+TEST(JSONValue, returnsTextForAStringOnly) {
   EXPECT_EQ(*JSONValue("text").string(), "text");
   for (const JSONValue& value : {JSONValue(), JSONValue(1.0), JSONValue(true),
                                  JSONValue(JSONValue::Array{}), JSONValue(JSONValue::Object{})}) {

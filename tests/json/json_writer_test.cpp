@@ -113,7 +113,7 @@ TEST(JSONWriter, handsOnFewLargePieces) {
   EXPECT_TRUE(std::all_of(sizes.begin(), sizes.end(), [](auto size) { return size > 250'000; }));
 }
 
-TEST(JSONWriter, handsOnNoPieceWhereThereIsLittle) {
+TEST(JSONWriter, handsOnNoPieceOfAShortText) {
   std::vector<std::string> pieces;
   JSONWriter writer(JSONLayout::compact,
                     [&](std::string_view piece) { pieces.emplace_back(piece); });
@@ -123,7 +123,7 @@ TEST(JSONWriter, handsOnNoPieceWhereThereIsLittle) {
   EXPECT_EQ(pieces, std::vector<std::string>{"null"});
 }
 
-TEST(JSONWriter, escapesKeysAsItDoesTexts) {
+TEST(JSONWriter, escapesKeysLikeTexts) {
   JSONWriter writer(JSONLayout::compact);
   writer.beginObject();
   writer.key("a\"\n\x01 é");
@@ -135,7 +135,7 @@ TEST(JSONWriter, escapesKeysAsItDoesTexts) {
   test::expectError(JSONError::notEncodable(), [&] { writer.key("\xFF"); });
 }
 
-TEST(JSONWriter, indentsHoweverDeep) {
+TEST(JSONWriter, indentsAtAnyDepth) {
   constexpr std::size_t depth = 1'000;
   JSONWriter writer(JSONLayout::indented);
   for (std::size_t i = 0; i < depth; ++i) writer.beginArray();
@@ -151,7 +151,7 @@ TEST(JSONWriter, writesIntegralDoublesWithoutAFraction) {
   EXPECT_EQ(written(0x1p53), "9007199254740992");
 }
 
-TEST(JSONWriter, writesEqualZerosAlike) { EXPECT_EQ(written(-0.0), "0"); }
+TEST(JSONWriter, writesNegativeZeroAsZero) { EXPECT_EQ(written(-0.0), "0"); }
 
 TEST(JSONWriter, writesDoublesInTheShortestFormThatReadsBack) {
   EXPECT_EQ(written(0.1), "0.1");
@@ -186,7 +186,7 @@ TEST(JSONWriter, refusesNumbersThatAreNotFinite) {
   }
 }
 
-TEST(JSONWriter, escapesWhatMustBeEscapedAndNothingElse) {
+TEST(JSONWriter, escapesOnlyWhatMustBeEscaped) {
   EXPECT_EQ(written("\"\\"), R"("\"\\")");
   EXPECT_EQ(written("\b\f\n\r\t"), R"("\b\f\n\r\t")");
   EXPECT_EQ(written(std::string_view("\0\x01\x1f", 3)), R"("\u0000\u0001\u001f")");

@@ -1,4 +1,4 @@
-// What the making of records supplies, what it demands, and how they list their fields.
+// The defaults of new records, their required members, and the order of their fields.
 #include <concepts>
 #include <tuple>
 
@@ -18,7 +18,7 @@ namespace {
 
 using test::someInstant;
 
-// The tests take less than this.
+// Longer than the tests take.
 constexpr Duration aWhile = std::chrono::minutes(5);
 
 void expectPresent(Instant instant) {
@@ -34,7 +34,7 @@ TEST(MakingATask, suppliesAFreshIdentifierAndThePresentTime) {
   EXPECT_EQ(one.updatedAt, one.createdAt);
 }
 
-TEST(MakingATask, honoursWhatIsGiven) {
+TEST(MakingATask, keepsGivenValues) {
   const UUID id = UUID::random();
   const FocusTask task = FocusTask::make(
       {.id = id, .title = "T", .createdAt = someInstant, .updatedAt = someInstant + aWhile});
@@ -75,7 +75,7 @@ TEST(MakingAGroup, suppliesFreshIdentifiersForItAndItsRules) {
   EXPECT_NE(make().rules.front().id, make().rules.front().id);
 }
 
-// What has no sensible default cannot be left out.
+// Members without a sensible default are required.
 
 template <class T>
 concept MadeWithoutSource = requires {
@@ -101,7 +101,7 @@ concept MadeWithoutTask = requires {
 };
 static_assert(!MadeWithoutTask<PlanningProposal>);
 
-// Reading initialises a record with its members in the order in which it lists them.
+// Reading initialises the members of a record in the order of its fields.
 template <Record T>
 void expectFieldsInDeclarationOrder(const T& record) {
   std::apply(

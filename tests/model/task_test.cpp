@@ -25,13 +25,13 @@ FocusTask withEstimate(std::optional<std::int64_t> minutes) {
   return task;
 }
 
-TEST(FocusTask, isMadeWithItsTitleTrimmed) {
+TEST(FocusTask, trimsItsTitle) {
   EXPECT_EQ(FocusTask::make(makeTask("  Two leading, some trailing \n")).title,
             "Two leading, some trailing");
   EXPECT_EQ(FocusTask::make(makeTask("\u2003\u00A0wide\u3000")).title, "wide");
 }
 
-TEST(FocusTask, isMadeWithEverythingElseAsGiven) {
+TEST(FocusTask, keepsEveryOtherGivenField) {
   FocusTask fields = makeTask("T");
   fields.notes = "  notes stay \n";
   fields.plannedDay = LocalDay{2025, 13, 99};
@@ -62,7 +62,7 @@ TEST(FocusTask, beginsPendingNormalAndUntouched) {
   EXPECT_EQ(task.accumulatedFocusSeconds, 0);
 }
 
-TEST(FocusTask, needsATitleThatIsNotBlank) {
+TEST(FocusTask, refusesABlankTitle) {
   for (const auto* title : {"", "   ", " \n\t\r\n", "\u3000\u2028"}) {
     expectError(ValidationError(ValidationError::blankTitle),
                 [&] { FocusTask::make(makeTask(title)); });
@@ -70,7 +70,7 @@ TEST(FocusTask, needsATitleThatIsNotBlank) {
   }
 }
 
-TEST(FocusTask, takesEstimatesOfUpToADayOrNone) {
+TEST(FocusTask, acceptsEstimatesUpToADay) {
   for (const std::optional<std::int64_t> minutes : {std::optional<std::int64_t>(), {0}, {1440}}) {
     EXPECT_NO_THROW(withEstimate(minutes).validate());
   }
@@ -85,13 +85,13 @@ TEST(FocusTask, refusesEstimatesOutOfRange) {
   }
 }
 
-TEST(FocusTask, isJudgedByItsTitleBeforeItsEstimate) {
+TEST(FocusTask, reportsItsTitleBeforeItsEstimate) {
   FocusTask task = withEstimate(-1);
   task.title = " ";
   expectError(ValidationError(ValidationError::blankTitle), [&] { task.validate(); });
 }
 
-TEST(ProductivityValidationError, speaksOfNegativeValuesForEveryEstimateOutOfRange) {
+TEST(ProductivityValidationError, describesEveryEstimateOutOfRangeAsNegative) {
   EXPECT_EQ(ValidationError(ValidationError::blankTitle).description(), "Enter a task title.");
   EXPECT_EQ(ValidationError(ValidationError::invalidEstimate).description(),
             "Estimated time cannot be negative.");

@@ -60,14 +60,14 @@ Tasks moved(const Tasks& tasks, const FocusTask& task, const FocusTask& target) 
   return PlannerEngine::reorder(tasks, {.taskID = task.id, .targetID = target.id, .day = today});
 }
 
-TEST(PlannerEngine, hasNothingToSayOfAnEmptyList) {
+TEST(PlannerEngine, returnsNothingForAnEmptyList) {
   EXPECT_TRUE(PlannerEngine::queueTasks({}, today).empty());
   EXPECT_EQ(PlannerEngine::nextTask({}, today, someInstant, Calendar{}), std::nullopt);
   EXPECT_EQ(PlannerEngine::workload({}, today), WorkloadSummary{});
   EXPECT_EQ(nextPosition({}), 0);
 }
 
-TEST(PlannerEngine, keepsADayOfCompletedTasksInTheQueueAlone) {
+TEST(PlannerEngine, listsCompletedTasksInTheQueueOnly) {
   const Tasks tasks{planned("Done", 4, TaskStatus::completed)};
   EXPECT_THAT(titles(PlannerEngine::queueTasks(tasks, today)), ElementsAre("Done"));
   EXPECT_TRUE(ordered(tasks).empty());
@@ -164,7 +164,7 @@ TEST(PlannerEngine, aWorkloadThatOverflowsEndsTheProcess) {
   EXPECT_DEATH(PlannerEngine::workload({endless, minute}, today), "overflow");
 }
 
-TEST(PlannerEngine, nextPositionOfUndatedTasksCountsThemAlone) {
+TEST(PlannerEngine, nextPositionWithoutADayCountsUndatedTasksOnly) {
   FocusTask undated = makeTask("Undated");
   undated.manualPosition = 3;
   const Tasks tasks{undated, planned("Dated", 8)};
@@ -173,7 +173,7 @@ TEST(PlannerEngine, nextPositionOfUndatedTasksCountsThemAlone) {
   EXPECT_EQ(nextPosition(tasks, tomorrow), 0);
 }
 
-TEST(PlannerEngine, nextPositionPassesOverCompletedTasks) {
+TEST(PlannerEngine, nextPositionIgnoresCompletedTasks) {
   EXPECT_EQ(nextPosition({planned("Done", 8, TaskStatus::completed), planned("Open", 2)}), 3);
 }
 

@@ -105,7 +105,7 @@ TEST_F(ProposalsTest, pickAmongActiveAndPausedTasksTooButNotCompletedOnes) {
   EXPECT_EQ(proposalsFor({done, active})[0].taskID, active.id);
 }
 
-TEST_F(ProposalsTest, passOverAnOverloadedDayThatHoldsNoOpenTask) {
+TEST_F(ProposalsTest, skipAnOverloadedDayWithoutOpenTasks) {
   WeeklyReview review;
   review.dailyWorkload[tuesday] = 481;
   EXPECT_TRUE(RecommendationEngine::proposals(review, {}, capacity).empty());
@@ -133,7 +133,7 @@ TEST_F(ProposalsTest, haveNoDaysForASkippedTaskWithoutOne) {
   EXPECT_EQ(proposals[0].suggestedPlannedDay, std::nullopt);
 }
 
-TEST_F(ProposalsTest, areThreeAtTheMostForTheEarliestDays) {
+TEST_F(ProposalsTest, areAtMostThreeForTheEarliestDays) {
   Tasks tasks;
   for (const std::int64_t day : {8, 6, 4, 7}) tasks.push_back(plannedFor({2025, 3, day}, 500));
   tasks.push_back(skipped(9));
@@ -156,7 +156,7 @@ TEST_F(ProposalsTest, mayConcernATaskOnceOfEachKind) {
   EXPECT_EQ(proposals[1].kind, ProposalKind::reschedule);
 }
 
-TEST_F(ProposalsTest, takeTheLeastIdentifierOfTasksWithoutEstimatesOrWithAnEstimateOfZero) {
+TEST_F(ProposalsTest, breakTiesWithoutEstimatesByIdentifier) {
   FocusTask first = plannedFor(tuesday, 0, TaskPriority::high);
   FocusTask second = first;
   first.id = *UUID::parse("00000000-0000-4000-8000-000000000001");

@@ -39,13 +39,13 @@ class RecommendationEngineTest : public testing::Test, protected test::StoredPla
             .createdAt = someInstant};
   }
 
-  void save() { local.save({.tasks = {task_}, .proposals = {proposal_}}); }
+  void save() { localStore.save({.tasks = {task_}, .proposals = {proposal_}}); }
 
-  PlanningProposal storedProposal() const { return local.load().proposals.front(); }
+  PlanningProposal storedProposal() const { return localStore.load().proposals.front(); }
 
   FocusTask task_ = makeTask("T");
   PlanningProposal proposal_ = makeProposal(task_.id);
-  RecommendationEngine engine{store};
+  RecommendationEngine engine{taskStore};
 };
 
 TEST_F(RecommendationEngineTest, approvalMovesTheTaskAndChangesNothingElse) {
@@ -60,7 +60,7 @@ TEST_F(RecommendationEngineTest, approvalMovesTheTaskAndChangesNothingElse) {
     expected.updatedAt = someInstant + 60s;
     EXPECT_EQ(task(task_.id), expected);
     EXPECT_EQ(storedProposal().status, ProposalStatus::approved);
-    EXPECT_EQ(after.state(), local.load());
+    EXPECT_EQ(after.state(), localStore.load());
   }
 }
 
@@ -75,7 +75,7 @@ TEST_F(RecommendationEngineTest, approvalLeavesATaskUndatedWhenNoDayIsSuggested)
   EXPECT_EQ(storedProposal().status, ProposalStatus::approved);
 }
 
-TEST_F(RecommendationEngineTest, approvalComparesThePlannedDayAlone) {
+TEST_F(RecommendationEngineTest, approvalComparesThePlannedDayOnly) {
   storeProposal();
   task_.title = "Renamed";
   task_.priority = TaskPriority::low;
@@ -84,7 +84,7 @@ TEST_F(RecommendationEngineTest, approvalComparesThePlannedDayAlone) {
   EXPECT_EQ(task(task_.id).plannedDay, wednesday);
 }
 
-TEST_F(RecommendationEngineTest, approvalIsRefusedForATaskThatWasPlannedAnewOrIsGone) {
+TEST_F(RecommendationEngineTest, refusesApprovalWhenTheTaskWasReplannedOrIsGone) {
   storeProposal();
   for (const std::optional<LocalDay> day : {std::optional(wednesday), std::optional<LocalDay>()}) {
     task_.plannedDay = day;
@@ -92,12 +92,12 @@ TEST_F(RecommendationEngineTest, approvalIsRefusedForATaskThatWasPlannedAnewOrIs
     expectRefused(error(RecommendationError::taskChanged),
                   [&] { engine.approve(proposal_.id, 0, someInstant); });
   }
-  local.save({.tasks = {}, .proposals = {proposal_}});
+  localStore.save({.tasks = {}, .proposals = {proposal_}});
   expectRefused(error(RecommendationError::taskChanged),
                 [&] { engine.approve(proposal_.id, 0, someInstant); });
 }
 
-TEST_F(RecommendationEngineTest, nothingIsDecidedTwice) {
+TEST_F(RecommendationEngineTest, refusesToDecideTwice) {
   for (const auto status : {ProposalStatus::approved, ProposalStatus::dismissed}) {
     storeProposal();
     proposal_.status = status;
@@ -108,7 +108,7 @@ TEST_F(RecommendationEngineTest, nothingIsDecidedTwice) {
   }
 }
 
-TEST_F(RecommendationEngineTest, nothingIsDecidedOnAnUnknownProposal) {
+TEST_F(RecommendationEngineTest, refusesToDecideOnAnUnknownProposal) {
   storeProposal();
   const auto gone = error(RecommendationError::proposalNotFound);
   expectRefused(gone, [&] { engine.approve(UUID::random(), 0, someInstant); });
@@ -139,20 +139,20 @@ TEST_F(RecommendationEngineTest, savingReplacesThePendingProposalsAndKeepsTheHis
     stored[i].id = UUID::random();
     stored[i].status = statuses.at(i);
   }
-  local.save({.proposals = stored});
+  localStore.save({.proposals = stored});
   Proposals fresh(2, makeProposal(UUID::random()));
   for (auto& each : fresh) each.id = UUID::random();
   engine.save(fresh, 0, someInstant);
-  EXPECT_THAT(local.load().proposals,
+  EXPECT_THAT(localStore.load().proposals,
               testing::ElementsAre(stored[0], stored[2], fresh[0], fresh[1]));
   engine.save({}, 1, someInstant);
-  EXPECT_THAT(local.load().proposals, testing::ElementsAre(stored[0], stored[2]));
+  EXPECT_THAT(localStore.load().proposals, testing::ElementsAre(stored[0], stored[2]));
 }
 
-TEST_F(RecommendationEngineTest, leavesOneEventWithoutATaskForEachChange) {
+TEST_F(RecommendationEngineTest, recordsOneEventWithoutATaskPerChange) {
   storeProposal();
   const auto expectEvent = [&](const char* action, MutationSource source) {
-    const TaskAuditEvent event = local.load().auditEvents.back();
+    const TaskAuditEvent event = localStore.load().auditEvents.back();
     EXPECT_EQ(event.action, action);
     EXPECT_EQ(event.source, source);
     EXPECT_EQ(event.taskID, std::nullopt);
@@ -167,7 +167,7 @@ TEST_F(RecommendationEngineTest, leavesOneEventWithoutATaskForEachChange) {
   expectEvent("proposals.generate", MutationSource::agent);
 }
 
-TEST_F(RecommendationEngineTest, passesAConflictOnAndWritesNothing) {
+TEST_F(RecommendationEngineTest, reportsAConflictAndWritesNothing) {
   storeProposal();
   const auto conflict = TaskStoreError::revisionConflict(4, 0);
   expectRefused(conflict, [&] { engine.save({}, 4, someInstant); });
@@ -175,7 +175,7 @@ TEST_F(RecommendationEngineTest, passesAConflictOnAndWritesNothing) {
   expectRefused(conflict, [&] { engine.dismiss(proposal_.id, 4, someInstant); });
 }
 
-TEST(RecommendationError, tellsTheUserWhatBecameOfIt) {
+TEST(RecommendationError, describesEachCase) {
   EXPECT_EQ(RecommendationError(RecommendationError::proposalNotFound).description(),
             "The recommendation no longer exists.");
   EXPECT_EQ(RecommendationError(RecommendationError::proposalNotPending).description(),

@@ -1,4 +1,4 @@
-// What holds for the review and its proposals whatever the plan.
+// Properties of the review and its proposals for random plans.
 #include <algorithm>
 #include <numeric>
 #include <set>
@@ -82,16 +82,16 @@ RC_GTEST_PROP(ReviewProperties, itsProposalsAreFewAndApprovingThemMovesTheirTask
 
   test::StoredPlan plan;
   plan.save(tasks);
-  RecommendationEngine engine(plan.store);
+  RecommendationEngine engine(plan.taskStore);
   engine.save(proposals, 0, test::someInstant);
   for (const auto& each : proposals) {
-    PersistedState expected = plan.local.load();
+    PersistedState expected = plan.localStore.load();
     try {
       engine.approve(each.id, expected.revision, test::someInstant + 1s);
     } catch (const RecommendationError& error) {
       // The other kind of proposal for the same task was approved before.
       RC_ASSERT(error == RecommendationError(RecommendationError::taskChanged));
-      RC_ASSERT(plan.local.load() == expected);
+      RC_ASSERT(plan.localStore.load() == expected);
       continue;
     }
     FocusTask& task = *findTask(expected.tasks, each.taskID);
@@ -100,7 +100,7 @@ RC_GTEST_PROP(ReviewProperties, itsProposalsAreFewAndApprovingThemMovesTheirTask
     std::find_if(expected.proposals.begin(), expected.proposals.end(), [&](const auto& stored) {
       return stored.id == each.id;
     })->status = ProposalStatus::approved;
-    const PersistedState after = plan.local.load();
+    const PersistedState after = plan.localStore.load();
     expected.revision += 1;
     expected.auditEvents.push_back(after.auditEvents.back());
     RC_ASSERT(after == expected);

@@ -51,13 +51,13 @@ FocusTask completedAt(FocusTask task, Instant instant, double focusSeconds = 0) 
   return task;
 }
 
-// The tests are about days in UTC unless they say otherwise.
+// The tests use UTC unless they set another zone.
 class WeeklyReviewTest : public testing::Test {
  private:
   ScopedTimeZone zone_{"UTC"};
 };
 
-TEST_F(WeeklyReviewTest, ofNoTasksHasItsDatesAndNothingElse) {
+TEST_F(WeeklyReviewTest, hasOnlyItsDatesWithoutTasks) {
   const WeeklyReview expected{.weekStart = monday, .weekEnd = sunday};
   EXPECT_EQ(reviewOf({}), expected);
 }
@@ -83,27 +83,27 @@ TEST_F(WeeklyReviewTest, countsAWeekOfWork) {
   EXPECT_THAT(review.completedTaskIDs, ElementsAre(alsoDone.id, done.id));
 }
 
-TEST_F(WeeklyReviewTest, aTaskOfLastWeekCompletedThisWeekCountsAsWorkDoneAlone) {
+TEST_F(WeeklyReviewTest, aTaskOfLastWeekCompletedThisWeekCountsAsWorkDoneOnly) {
   const FocusTask late = completedAt(plannedFor({2025, 2, 25}, 50), startOf(tuesday), 600);
   const WeeklyReview expected{
       .weekStart = monday, .weekEnd = sunday, .actualMinutes = 10, .completedTaskIDs = {late.id}};
   EXPECT_EQ(reviewOf({late}), expected);
 }
 
-TEST_F(WeeklyReviewTest, anUndatedTaskCompletedThisWeekCountsAsWorkDoneAlone) {
+TEST_F(WeeklyReviewTest, anUndatedTaskCompletedThisWeekCountsAsWorkDoneOnly) {
   const FocusTask undated = completedAt(makeTask("T"), startOf(tuesday), 600);
   EXPECT_EQ(reviewOf({undated}).actualMinutes, 10);
   EXPECT_EQ(reviewOf({undated}).plannedTaskCount, 0);
 }
 
-TEST_F(WeeklyReviewTest, aTaskOfThisWeekCompletedLastWeekCountsAsPlannedAlone) {
+TEST_F(WeeklyReviewTest, aTaskOfThisWeekCompletedLastWeekCountsAsPlannedOnly) {
   const FocusTask early = completedAt(plannedFor(tuesday, 50), startOf(monday) - 1s, 600);
   const WeeklyReview expected{
       .weekStart = monday, .weekEnd = sunday, .plannedTaskCount = 1, .plannedMinutes = 50};
   EXPECT_EQ(reviewOf({early}), expected);
 }
 
-TEST_F(WeeklyReviewTest, aCompletedTaskWithoutItsTimeCountsAsPlannedAlone) {
+TEST_F(WeeklyReviewTest, aCompletedTaskWithoutItsTimeCountsAsPlannedOnly) {
   FocusTask task = plannedFor(tuesday, 50);
   task.status = TaskStatus::completed;
   EXPECT_EQ(reviewOf({task}).completedTaskCount, 0);
@@ -127,7 +127,7 @@ TEST_F(WeeklyReviewTest, theFirstInstantOfTheNextWeekCountsAsInside) {
   EXPECT_EQ(review.weekEnd, sunday);
 }
 
-TEST_F(WeeklyReviewTest, whatLiesBeyondEitherEndIsOutside) {
+TEST_F(WeeklyReviewTest, excludesInstantsBeyondEitherEnd) {
   const FocusTask tooLate = completedAt(plannedFor({2025, 3, 11}), startOf(nextMonday) + 0.5s);
   const FocusTask tooEarly = completedAt(plannedFor({2025, 3, 2}), startOf(monday) - 0.5s);
   EXPECT_EQ(reviewOf({tooLate, tooEarly}), reviewOf({}));
@@ -258,18 +258,18 @@ TEST_F(WeeklyReviewTest, ofOnePlannedTaskHasACompletionRateOfZeroOrOne) {
   EXPECT_EQ(reviewOf({completedAt(plannedFor(tuesday), startOf(tuesday))}).completionRate, 1.0);
 }
 
-TEST_F(WeeklyReviewTest, countsADayThatRollsOverAsTheDayItIsAndKeepsItAsStored) {
+TEST_F(WeeklyReviewTest, countsADayThatRollsOverAndReportsItAsStored) {
   const LocalDay stored{2024, 15, 4};  // 2025-03-04
   const WeeklyReview review = reviewOf({plannedFor(stored, 10), plannedFor(tuesday, 20)});
   EXPECT_EQ(review.plannedTaskCount, 2);
   EXPECT_THAT(review.dailyWorkload, ElementsAre(Pair(stored, 10), Pair(tuesday, 20)));
 }
 
-TEST_F(WeeklyReviewTest, passesOverADayThatNoCalendarKnows) {
+TEST_F(WeeklyReviewTest, ignoresTasksOnDaysThatCannotBeFormed) {
   EXPECT_EQ(reviewOf({plannedFor({std::numeric_limits<std::int64_t>::max(), 3, 4})}), reviewOf({}));
 }
 
-TEST_F(WeeklyReviewTest, knowsTheDaysOfZonesEastAndWestOfUTC) {
+TEST_F(WeeklyReviewTest, usesLocalDaysEastAndWestOfUTC) {
   for (const auto* name : {"Pacific/Kiritimati", "Asia/Kolkata", "America/Los_Angeles",
                            "Etc/GMT+12", "EST5EDT,M3.2.0,M11.1.0"}) {
     const ScopedTimeZone zone(name);

@@ -44,7 +44,7 @@ Instant overdueDate(const FocusTask& task) {
   return ReminderPlanner::requests(task).back().fireDate;
 }
 
-TEST(ReminderPlanner, asksForAHeadsUpTheStartAndTheOverdueNotice) {
+TEST(ReminderPlanner, plansAHeadsUpTheStartAndTheOverdueNotice) {
   EXPECT_THAT(
       ReminderPlanner::requests(scheduledTask()),
       ElementsAre(request(ReminderKind::preStart, nineOClock - 10min, "Starts in 10 minutes"),
@@ -53,7 +53,7 @@ TEST(ReminderPlanner, asksForAHeadsUpTheStartAndTheOverdueNotice) {
                           "Still unfinished\u2014reschedule or complete it")));
 }
 
-TEST(ReminderPlanner, takesAnHourWhereThereIsNoEstimate) {
+TEST(ReminderPlanner, assumesAnHourWithoutAnEstimate) {
   FocusTask task = scheduledTask();
   task.estimatedMinutes.reset();
   EXPECT_EQ(overdueDate(task), nineOClock + 1h);
@@ -61,7 +61,7 @@ TEST(ReminderPlanner, takesAnHourWhereThereIsNoEstimate) {
   EXPECT_EQ(overdueDate(task), nineOClock);
 }
 
-TEST(ReminderPlanner, asksForTheStartAloneWhenTheOptionsAreOff) {
+TEST(ReminderPlanner, plansOnlyTheStartWithTheOptionsOff) {
   FocusTask task = scheduledTask();
   task.reminder->remindTenMinutesBefore = false;
   task.reminder->remindWhenOverdue = false;
@@ -69,7 +69,7 @@ TEST(ReminderPlanner, asksForTheStartAloneWhenTheOptionsAreOff) {
               ElementsAre(request(ReminderKind::start, nineOClock, "Ready to begin")));
 }
 
-TEST(ReminderPlanner, asksForNothingWithoutAnEnabledReminderOrAScheduledStart) {
+TEST(ReminderPlanner, plansNothingWithoutAnEnabledReminderAndAScheduledStart) {
   FocusTask task = scheduledTask();
   task.reminder->isEnabled = false;
   EXPECT_THAT(ReminderPlanner::requests(task), IsEmpty());
@@ -80,7 +80,7 @@ TEST(ReminderPlanner, asksForNothingWithoutAnEnabledReminderOrAScheduledStart) {
   EXPECT_THAT(ReminderPlanner::requests(task), IsEmpty());
 }
 
-TEST(ReminderPlanner, asksForNothingOnceATaskIsCompletedOrArchived) {
+TEST(ReminderPlanner, plansNothingForACompletedOrArchivedTask) {
   for (const auto status : {TaskStatus::pending, TaskStatus::active, TaskStatus::paused,
                             TaskStatus::completed, TaskStatus::archived}) {
     FocusTask task = scheduledTask();
@@ -89,7 +89,7 @@ TEST(ReminderPlanner, asksForNothingOnceATaskIsCompletedOrArchived) {
   }
 }
 
-TEST(ReminderPlanner, knowsNoPast) {
+TEST(ReminderPlanner, plansFireDatesInThePastToo) {
   FocusTask task = scheduledTask();
   task.scheduledStart = Instant(-1e9);
   EXPECT_EQ(ReminderPlanner::requests(task).size(), 3U);
@@ -127,7 +127,7 @@ TEST(ReminderKind, listsItsCasesInOrder) {
               ElementsAre(ReminderKind::preStart, ReminderKind::start, ReminderKind::overdue));
 }
 
-TEST(ReminderPlanner, identifiersDependOnTheTaskAndTheKindAlone) {
+TEST(ReminderPlanner, identifiersDependOnTheTaskAndTheKindOnly) {
   FocusTask moved = scheduledTask();
   moved.title = "Renamed";
   moved.scheduledStart = nineOClock + 5s;

@@ -29,7 +29,7 @@ TEST_F(TaskSessionEngineTest, startMakesATaskActive) {
   expected.updatedAt = tenOClock;
   EXPECT_EQ(this->task(task.id), expected);
   EXPECT_EQ(after.revision(), 1);
-  EXPECT_EQ(after.state(), local.load());
+  EXPECT_EQ(after.state(), localStore.load());
 }
 
 TEST_F(TaskSessionEngineTest, startFailsWhileAnotherTaskIsActiveAndSucceedsOnceThatIsPaused) {
@@ -43,7 +43,7 @@ TEST_F(TaskSessionEngineTest, startFailsWhileAnotherTaskIsActiveAndSucceedsOnceT
   EXPECT_EQ(task(b.id).status, TaskStatus::active);
 }
 
-TEST_F(TaskSessionEngineTest, startLooksForAnotherActiveTaskBeforeTheTaskItself) {
+TEST_F(TaskSessionEngineTest, startReportsAnotherActiveTaskBeforeAnUnknownTask) {
   save({makeTask("A")});
   expectRefused(error(TaskSessionError::taskNotFound),
                 [&] { engine.start(UUID::random(), 0, tenOClock); });
@@ -52,14 +52,14 @@ TEST_F(TaskSessionEngineTest, startLooksForAnotherActiveTaskBeforeTheTaskItself)
                 [&] { engine.start(UUID::random(), 0, tenOClock); });
 }
 
-TEST_F(TaskSessionEngineTest, startLooksForAnotherActiveTaskBeforeTheTasksState) {
+TEST_F(TaskSessionEngineTest, startReportsAnotherActiveTaskBeforeAnInvalidState) {
   const FocusTask done = withStatus(TaskStatus::completed);
   save({withStatus(TaskStatus::active), done});
   expectRefused(error(TaskSessionError::anotherTaskActive),
                 [&] { engine.start(done.id, 0, tenOClock); });
 }
 
-TEST_F(TaskSessionEngineTest, startOfACompletedTaskIsNotAvailable) {
+TEST_F(TaskSessionEngineTest, refusesToStartACompletedTask) {
   const FocusTask done = withStatus(TaskStatus::completed);
   save({done});
   expectRefused(error(TaskSessionError::invalidState),
@@ -197,13 +197,13 @@ TEST_F(TaskSessionEngineTest, cancelStartClearsTheFirstStartAndKeepsTheBankedTim
   EXPECT_EQ(this->task(task.id), expected);
 }
 
-TEST_F(TaskSessionEngineTest, cancelStartOfAnUnknownTaskSaysThatItIsGone) {
+TEST_F(TaskSessionEngineTest, cancelStartReportsAnUnknownTask) {
   save({withStatus(TaskStatus::active)});
   expectRefused(error(TaskSessionError::taskNotFound),
                 [&] { engine.cancelStart(UUID::random(), 0, tenOClock); });
 }
 
-TEST_F(TaskSessionEngineTest, ofSeveralActiveTasksTheFirstInStoredOrderIsWorkedOn) {
+TEST_F(TaskSessionEngineTest, worksOnTheFirstOfSeveralActiveTasks) {
   const FocusTask first = withStatus(TaskStatus::active);
   const FocusTask second = withStatus(TaskStatus::active);
   save({first, second});
@@ -212,12 +212,12 @@ TEST_F(TaskSessionEngineTest, ofSeveralActiveTasksTheFirstInStoredOrderIsWorkedO
   EXPECT_EQ(task(second.id).status, TaskStatus::active);
 }
 
-TEST_F(TaskSessionEngineTest, snapshotIsTheStores) {
+TEST_F(TaskSessionEngineTest, returnsTheStoresSnapshot) {
   save({makeTask("A")});
-  EXPECT_EQ(engine.snapshot(), store.snapshot());
+  EXPECT_EQ(engine.snapshot(), taskStore.snapshot());
 }
 
-TEST(TaskSessionError, tellsTheUserWhatIsWrong) {
+TEST(TaskSessionError, describesEachCase) {
   EXPECT_EQ(TaskSessionError(TaskSessionError::taskNotFound).description(),
             "The task no longer exists.");
   EXPECT_EQ(TaskSessionError(TaskSessionError::anotherTaskActive).description(),

@@ -1,4 +1,4 @@
-// What holds for the session engine whatever it is asked to do, in whatever order.
+// Properties of the session engine for random sequences of operations.
 #include <algorithm>
 
 #include <gtest/gtest.h>
@@ -28,7 +28,7 @@ rc::Gen<Step> anyStep(std::size_t taskCount) {
                    [](int quarters) { return Duration(quarters / 4.0); }));
 }
 
-// The time that each operation should have banked, kept beside the engine in the plainest way.
+// A plain model of the time that each operation banks.
 struct Model {
   std::optional<std::size_t> active;
   Instant segmentStart = test::someInstant;
@@ -72,7 +72,7 @@ RC_GTEST_PROP(TaskSessionProperties, bankTheSumOfTheSegmentsAndKeepAtMostOneTask
   std::vector<FocusTask> tasks;
   for (std::size_t i = 0; i < taskCount; ++i) tasks.push_back(test::makeTask("T"));
   plan.save(tasks);
-  TaskSessionEngine engine(plan.store, Calendar{});
+  TaskSessionEngine engine(plan.taskStore, Calendar{});
   Model model{.active = {}, .banked = std::vector<double>(taskCount)};
   Instant now = test::someInstant;
 
@@ -91,7 +91,7 @@ RC_GTEST_PROP(TaskSessionProperties, bankTheSumOfTheSegmentsAndKeepAtMostOneTask
     } else if (operation != Operation::start && operation != Operation::resume) {
       model.bank(now);
     }
-    const auto stored = plan.local.load().tasks;
+    const auto stored = plan.localStore.load().tasks;
     const auto isActive = [](const FocusTask& task) { return task.status == TaskStatus::active; };
     RC_ASSERT(std::count_if(stored.begin(), stored.end(), isActive) <= 1);
     for (std::size_t i = 0; i < taskCount; ++i) {

@@ -60,7 +60,7 @@ TEST_F(TaskSessionPublishingTest, proposesNothingWhenTodayHoldsNothingReady) {
   EXPECT_EQ(engine.nextTaskID.value(), std::nullopt);
 }
 
-TEST_F(TaskSessionPublishingTest, forgetsAnEarlierProposalWhenTodayHoldsNothingMore) {
+TEST_F(TaskSessionPublishingTest, clearsTheProposalWhenTodayHasNoMoreTasks) {
   FocusTask next = makeTask("Next");
   next.plannedDay = today;
   save({withStatus(TaskStatus::active), next});
@@ -80,7 +80,7 @@ TEST_F(TaskSessionPublishingTest, todayIsTheDayInTheCalendarsZone) {
   EXPECT_EQ(engine.nextTaskID.value(), tomorrowInUTC.id);
 }
 
-TEST_F(TaskSessionPublishingTest, aFailureKeepsWhatWasPublishedButForTheActiveTaskThatWasFound) {
+TEST_F(TaskSessionPublishingTest, aFailureChangesNoPublishedValueButTheActiveTask) {
   const FocusTask active = withStatus(TaskStatus::active);
   save({active});
   EXPECT_THROW(engine.start(UUID::random(), 0, tenOClock), TaskSessionError);
@@ -89,7 +89,7 @@ TEST_F(TaskSessionPublishingTest, aFailureKeepsWhatWasPublishedButForTheActiveTa
   EXPECT_EQ(engine.activeTaskID.value(), active.id);
 }
 
-TEST_F(TaskSessionPublishingTest, recoverTakesUpTheFirstTaskWithARunningSegmentAndWritesNothing) {
+TEST_F(TaskSessionPublishingTest, recoverPublishesTheFirstTaskWithARunningSegmentAndWritesNothing) {
   FocusTask stopped = withStatus(TaskStatus::active);
   stopped.activeSegmentStartedAt.reset();
   const FocusTask running = withStatus(TaskStatus::active);

@@ -21,11 +21,11 @@ using test::withStatus;
 
 class TaskSessionTransactionsTest : public test::SessionTest {};
 
-TEST_F(TaskSessionTransactionsTest, leavesOneEventOfTheApplicationForEachChange) {
+TEST_F(TaskSessionTransactionsTest, recordsOneEventByTheApplicationPerChange) {
   const FocusTask task = makeTask("A");
   save({task});
   const auto expectEvent = [&](const char* action, Instant now) {
-    const TaskAuditEvent event = local.load().auditEvents.back();
+    const TaskAuditEvent event = localStore.load().auditEvents.back();
     EXPECT_EQ(event.action, action);
     EXPECT_EQ(event.source, MutationSource::app);
     EXPECT_EQ(event.taskID, task.id);
@@ -45,10 +45,10 @@ TEST_F(TaskSessionTransactionsTest, leavesOneEventOfTheApplicationForEachChange)
   engine.start(task.id, 6, tenOClock + 6s);
   engine.complete(7, tenOClock + 7s);
   expectEvent("task.complete", tenOClock + 7s);
-  EXPECT_EQ(local.load().auditEvents.size(), 8U);
+  EXPECT_EQ(localStore.load().auditEvents.size(), 8U);
 }
 
-TEST_F(TaskSessionTransactionsTest, passesAConflictOnAndWritesNothing) {
+TEST_F(TaskSessionTransactionsTest, reportsAConflictAndWritesNothing) {
   const FocusTask active = withStatus(TaskStatus::active);
   const auto conflict = TaskStoreError::revisionConflict(7, 0);
   save({active});
@@ -61,13 +61,13 @@ TEST_F(TaskSessionTransactionsTest, passesAConflictOnAndWritesNothing) {
   expectRefused(conflict, [&] { engine.resume(7, tenOClock); });
 }
 
-TEST_F(TaskSessionTransactionsTest, findsAMissingActiveTaskBeforeAConflict) {
+TEST_F(TaskSessionTransactionsTest, reportsAMissingActiveTaskBeforeAConflict) {
   save({makeTask("A")});
   expectRefused(error(TaskSessionError::noActiveTask), [&] { engine.pause(7, tenOClock); });
 }
 
-// What each operation makes of a task in each state: the state after, or the error.
-TEST_F(TaskSessionTransactionsTest, movesTasksBetweenTheirStatesAsItShould) {
+// The state after each operation on a task in each state, or the error.
+TEST_F(TaskSessionTransactionsTest, movesTasksBetweenStates) {
   using enum TaskStatus;
   struct Outcome {
     std::optional<TaskStatus> status;
@@ -135,18 +135,18 @@ TEST_F(TaskSessionTransactionsTest, looksAgainForTheActiveTaskInsideTheTransacti
       save({active});
       engine.activeTaskID.observe([&](const auto&) { save(tasks); });
       test::expectError(error(TaskSessionError::noActiveTask), operation);
-      EXPECT_EQ(local.load().tasks, tasks);
+      EXPECT_EQ(localStore.load().tasks, tasks);
       EXPECT_EQ(revision(), 0);
       engine.activeTaskID.observe(nullptr);
     }
   }
 }
 
-TEST_F(TaskSessionTransactionsTest, passesOnThatTheFileCannotBeRead) {
+TEST_F(TaskSessionTransactionsTest, reportsAnUnreadableFile) {
   const FocusTask active = withStatus(TaskStatus::active);
   save({active});
   engine.recover(tenOClock);
-  std::ofstream(local.url(), std::ios::trunc) << "{";
+  std::ofstream(localStore.url(), std::ios::trunc) << "{";
   EXPECT_THROW(engine.pause(0, tenOClock), LocalStoreError);
   EXPECT_THROW(engine.start(active.id, 0, tenOClock), LocalStoreError);
   EXPECT_EQ(bytes(), "{");

@@ -16,16 +16,16 @@ namespace tarnwell::test {
 
 class StoredPlan {
  public:
-  void save(std::vector<FocusTask> tasks) const { local.save({.tasks = std::move(tasks)}); }
+  void save(std::vector<FocusTask> tasks) const { localStore.save({.tasks = std::move(tasks)}); }
 
-  std::int64_t revision() const { return local.load().revision; }
+  std::int64_t revision() const { return localStore.load().revision; }
   FocusTask task(const UUID& id) const {
-    auto tasks = local.load().tasks;
+    auto tasks = localStore.load().tasks;
     return *findTask(tasks, id);
   }
-  std::string bytes() const { return contentOf(local.url()); }
+  std::string bytes() const { return contentOf(localStore.url()); }
 
-  // Checks that an operation throws, and that the document is the same afterwards, byte for byte.
+  // Checks that an operation throws and leaves the data file unchanged.
   template <class E, class Operation>
   void expectRefused(const E& error, Operation operation) const {
     const std::string before = bytes();
@@ -34,8 +34,8 @@ class StoredPlan {
   }
 
   ScratchFolder folder;
-  LocalStore local{folder / "state.json"};
-  TaskStore store{local};
+  LocalStore localStore{folder / "state.json"};
+  TaskStore taskStore{localStore};
 };
 
 }  // namespace tarnwell::test

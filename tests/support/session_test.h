@@ -28,7 +28,7 @@ class SessionTest : public testing::Test, protected StoredPlan {
   static TaskSessionError error(TaskSessionCase which) { return TaskSessionError(which); }
 
   ScopedTimeZone zone{"UTC"};
-  TaskSessionEngine engine{store, Calendar{}};
+  TaskSessionEngine engine{taskStore, Calendar{}};
 };
 
 }  // namespace tarnwell::test

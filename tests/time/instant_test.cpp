@@ -30,7 +30,7 @@ TEST(Instant, isWrittenForYearsFarAway) {
   EXPECT_EQ(isoText(Instant(1e12)), "33689-09-27T01:46:40Z");
 }
 
-TEST(Instant, hasATextHoweverAbsurd) {
+TEST(Instant, isWrittenAsTheNearestYearBeyondTheSystemsYears) {
   for (const double seconds : {1e17, 1e18, 1e300, -1e17, -1e300}) {
     EXPECT_TRUE(isoText(Instant(seconds)).ends_with("Z")) << seconds;
     EXPECT_EQ(isoText(Instant(seconds)), isoText(Instant(seconds * 10))) << seconds;

@@ -35,7 +35,7 @@ TEST(FirstWeekday, agreesWithICUForEveryTerritory) {
   EXPECT_GT(count, 200);
 }
 
-TEST(FirstWeekday, isMondayForARegionThatIsNotKnown) {
+TEST(FirstWeekday, isMondayForAnUnknownRegion) {
   EXPECT_EQ(firstWeekday("QQ"), Weekday::monday);
   EXPECT_EQ(firstWeekday(""), Weekday::monday);
 }
@@ -83,7 +83,7 @@ TEST_F(UserFirstWeekday, asksLCAllBeforeLCTimeBeforeLang) {
   EXPECT_EQ(with(nullptr, nullptr, "ar_EG"), Weekday::saturday);
 }
 
-TEST_F(UserFirstWeekday, takesAnEmptyValueForUnset) {
+TEST_F(UserFirstWeekday, treatsAnEmptyValueAsUnset) {
   EXPECT_EQ(with("", "de_DE", "ar_EG"), Weekday::monday);
   EXPECT_EQ(with("", "", "ar_EG"), Weekday::saturday);
 }
@@ -94,7 +94,7 @@ TEST_F(UserFirstWeekday, isTheSystemsWhenNothingIsSet) {
   EXPECT_EQ(with("", "", ""), ofTheSystem);
 }
 
-TEST_F(UserFirstWeekday, takesCForAnAnswer) {
+TEST_F(UserFirstWeekday, acceptsCAsAnAnswer) {
   EXPECT_EQ(with("C", "de_DE", "de_DE"), Weekday::sunday);
 }
 
