@@ -59,7 +59,8 @@ T decodeRecord(ObjectReader members) {
   static_assert(
       std::apply([](const auto&... field) { return !(field.isDefaulted || ...); }, fields));
   std::array<std::optional<JSONElement>, keys.size()> elements;
-  for (const std::size_t i : keyOrder<T>()) elements[i] = members.find(keys[i]);
+  constexpr auto order = keyOrder<T>();
+  for (const std::size_t i : order) elements[i] = members.find(keys[i]);
   return [&]<std::size_t... I>(std::index_sequence<I...>) {
     return T{decodeMember(std::get<I>(fields), elements[I])...};
   }

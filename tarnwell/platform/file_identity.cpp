@@ -1,13 +1,12 @@
 #include "tarnwell/platform/file_identity.h"
 
-#include <chrono>
+#include <ctime>
 
 namespace tarnwell {
 namespace {
 
-std::int64_t nanoseconds(const timespec& time) {
-  constexpr std::int64_t perSecond = 1'000'000'000;
-  return static_cast<std::int64_t>(time.tv_sec) * perSecond + time.tv_nsec;
+FileTime fileTime(const timespec& time) {
+  return {.seconds = time.tv_sec, .nanoseconds = time.tv_nsec};
 }
 
 }  // namespace
@@ -23,8 +22,8 @@ FileIdentity FileIdentity::from(const struct stat& status) {
   return {.device = status.st_dev,
           .inode = status.st_ino,
           .size = status.st_size,
-          .contentChangedAt = nanoseconds(modified),
-          .statusChangedAt = nanoseconds(changed)};
+          .contentChangedAt = fileTime(modified),
+          .statusChangedAt = fileTime(changed)};
 }
 
 std::optional<FileIdentity> FileIdentity::of(const FileDescriptor& file) {
@@ -41,10 +40,14 @@ std::optional<FileIdentity> FileIdentity::of(const std::filesystem::path& path) 
 
 bool FileIdentity::isSettled() const {
   // Kernels stamp files with a clock that moves every 1 to 10 milliseconds.
-  constexpr std::chrono::milliseconds clockStep(20);
-  const auto age = std::chrono::system_clock::now().time_since_epoch() -
-                   std::chrono::nanoseconds(statusChangedAt);
-  return age > clockStep;
+  constexpr double clockStep = 0.02;
+  constexpr double secondsPerNanosecond = 1e-9;
+  timespec now{};
+  ::clock_gettime(CLOCK_REALTIME, &now);
+  const double seconds =
+      static_cast<double>(now.tv_sec) - static_cast<double>(statusChangedAt.seconds);
+  const auto nanoseconds = static_cast<double>(now.tv_nsec - statusChangedAt.nanoseconds);
+  return seconds + nanoseconds * secondsPerNanosecond > clockStep;
 }
 
 }  // namespace tarnwell

@@ -1,6 +1,7 @@
 // Detection of changes to a file.
 #pragma once
 
+#include <compare>
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -11,14 +12,22 @@
 
 namespace tarnwell {
 
+// A time since 1970, as precise and as far as files have it.
+struct FileTime {
+  std::int64_t seconds{};
+  std::int64_t nanoseconds{};
+
+  friend auto operator<=>(const FileTime&, const FileTime&) = default;
+};
+
 // Which file it is and when it last changed. While a file is held open, no other file can have the
 // same identity. Two changes within one step of the kernel's clock may leave the identity the same.
 struct FileIdentity {
   dev_t device{};
   ino_t inode{};
   off_t size{};
-  std::int64_t contentChangedAt{};  // both in nanoseconds since 1970
-  std::int64_t statusChangedAt{};   // also with every change of the content; cannot be set
+  FileTime contentChangedAt{};
+  FileTime statusChangedAt{};  // also with every change of the content; cannot be set
 
   static FileIdentity from(const struct stat& status);
 

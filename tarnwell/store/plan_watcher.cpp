@@ -90,7 +90,7 @@ void PlanWatcher::watchTheWay() {
 // Without the time of the status: a further hard link is no change of the content.
 std::optional<FileIdentity> PlanWatcher::identity() const {
   auto identity = FileIdentity::of(dataFile_);
-  if (identity) identity->statusChangedAt = 0;
+  if (identity) identity->statusChangedAt = {};
   return identity;
 }
 

@@ -1,7 +1,9 @@
 #include "tarnwell/platform/file_identity.h"
 
-#include <chrono>
+#include <cstdint>
+#include <ctime>
 #include <filesystem>
+#include <limits>
 
 #include <gtest/gtest.h>
 
@@ -38,14 +40,21 @@ TEST(FileIdentity, differsBetweenFilesOfTheSameContent) {
 }
 
 TEST(FileIdentity, isSettledWhenTheLastChangeIsPast) {
-  const auto sinceUnixEpoch = [](std::chrono::system_clock::duration distance) {
-    return std::chrono::nanoseconds(
-               (std::chrono::system_clock::now() + distance).time_since_epoch())
-        .count();
-  };
-  using std::chrono::hours;
-  EXPECT_TRUE(FileIdentity{.statusChangedAt = sinceUnixEpoch(-hours(1))}.isSettled());
-  EXPECT_FALSE(FileIdentity{.statusChangedAt = sinceUnixEpoch(hours(1))}.isSettled());
+  constexpr std::int64_t hour = 3600;
+  const std::int64_t now = std::time(nullptr);
+  EXPECT_TRUE(FileIdentity{.statusChangedAt = {.seconds = now - hour}}.isSettled());
+  EXPECT_FALSE(FileIdentity{.statusChangedAt = {.seconds = now + hour}}.isSettled());
+}
+
+// Beyond the years that 64 bits of nanoseconds can count.
+TEST(FileIdentity, tellsTimesOfAnyYearApart) {
+  struct stat status {};
+  status.st_mtime = std::numeric_limits<std::int64_t>::max();
+  status.st_ctime = std::numeric_limits<std::int64_t>::max();
+  const FileIdentity late = FileIdentity::from(status);
+  EXPECT_FALSE(late.isSettled());
+  --status.st_mtime;
+  EXPECT_NE(FileIdentity::from(status), late);
 }
 
 }  // namespace
