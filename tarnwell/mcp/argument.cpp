@@ -24,7 +24,7 @@ struct Range {
   std::int64_t most;
 };
 
-// Absent for kinds that are no numbers.
+// Returns the bounds of a kind of number; nothing for other kinds.
 std::optional<Range> rangeOf(ArgumentKind kind) {
   switch (kind) {
     case ArgumentKind::revision:
@@ -38,7 +38,7 @@ std::optional<Range> rangeOf(ArgumentKind kind) {
   }
 }
 
-// What a value of the kind is, for the sentence "NAME must be …".
+// Returns the end of the sentence "NAME must be …".
 std::string demand(const Argument& argument) {
   const auto range = rangeOf(argument.kind);
   switch (argument.kind) {
@@ -66,8 +66,8 @@ std::string demand(const Argument& argument) {
   return list;
 }
 
-// The number beyond the range on the side of the given one. As a double, a number near the end of
-// 64 bits would be none that the engines read.
+// Returns the nearest number beyond the range, which the engines refuse as well. They read doubles,
+// and a number near the limits of 64 bits is not exact as a double.
 double outOf(const Range& range, std::int64_t number) {
   return static_cast<double>(number < range.least ? range.least - 1 : range.most + 1);
 }

@@ -1,4 +1,4 @@
-// The arguments of a tool: what the input schema says of them, and reading them by it.
+// The arguments of a tool: their input schema, and reading them by it.
 #pragma once
 
 #include <cstdint>
@@ -37,25 +37,25 @@ struct Argument {
   std::span<const std::string_view> choices{};
 };
 
-// The most items in one answer.
+// The largest number of items in one answer.
 inline constexpr std::int64_t mostItems = 200;
 
 // Returns the JSON Schema of an object with these members and no others.
 JSONValue inputSchema(std::span<const Argument> arguments);
 
-// The arguments of one call, each of the kind that its tool gives it.
+// The arguments of one call, checked against the kinds that the tool specifies.
 class Arguments {
  public:
-  // Throws Refusal (invalidPayload) for arguments that the schema refuses. Without an element there
-  // are none.
+  // Throws Refusal (invalidPayload) for arguments that the schema refuses. No element means no
+  // arguments.
   Arguments(std::span<const Argument> specified, const std::optional<JSONElement>& given);
 
-  // All arguments, numbers as doubles.
+  // Returns all arguments, with numbers as doubles.
   const JSONValue::Object& values() const { return values_; }
 
   bool has(std::string_view name) const { return values_.contains(name); }
 
-  // The values of kinds that are numbers: exact.
+  // Returns the exact value of a number.
   std::optional<std::int64_t> integer(std::string_view name) const;
   std::int64_t revision() const { return integer("revision").value(); }
 

@@ -11,8 +11,8 @@
 namespace tarnwell::mcp {
 namespace {
 
-// A locale that knows all letters, whatever the user's. Null where the system has none: ASCII
-// letters remain.
+// Returns a locale that knows the letters of Unicode, whatever the user's locale is. Null where the
+// system has none.
 locale_t lettersOfUnicode() {
   for (const char* const name : {"C.UTF-8", "en_US.UTF-8", "UTF-8"}) {
     if (const locale_t letters = newlocale(LC_CTYPE_MASK, name, nullptr)) return letters;
@@ -20,7 +20,8 @@ locale_t lettersOfUnicode() {
   return nullptr;
 }
 
-// Takes the locale up only for letters beyond ASCII: it costs memory.
+// Returns the letter in lower case. Loads the locale only for letters beyond ASCII, because it
+// costs memory.
 char32_t lower(char32_t letter) {
   if (U'A' <= letter && letter <= U'Z') return letter - U'A' + U'a';
   if (letter < 0x80) return letter;
@@ -29,7 +30,7 @@ char32_t lower(char32_t letter) {
   return static_cast<char32_t>(towlower_l(static_cast<std::wint_t>(letter), letters));
 }
 
-// The code point at the front of the text, whose bytes are removed.
+// Removes the code point at the front of the text and returns it.
 char32_t takeCodePoint(std::string_view& text) {
   constexpr unsigned continuationBits = 6;
   const auto byteAt = [&](std::size_t index) { return static_cast<unsigned char>(text[index]); };

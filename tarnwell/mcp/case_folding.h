@@ -1,4 +1,4 @@
-// Comparing texts without regard to case.
+// Case-insensitive comparison of texts.
 #pragma once
 
 #include <string>
@@ -6,7 +6,7 @@
 
 namespace tarnwell::mcp {
 
-// Returns the text in lower case, letter by letter, as the system's library knows letters. `text`
+// Returns the text in lower case, letter by letter, by the C library's tables. `text`
 // is valid UTF-8.
 std::u32string foldedCase(std::string_view text);
 

@@ -1,4 +1,4 @@
-// Telling the two eras of the protocol apart.
+// The two eras of the protocol: which rules serve a request.
 #pragma once
 
 #include <optional>
@@ -16,10 +16,11 @@ enum class Era { legacy, modern };
 inline constexpr std::string_view modernVersion = "2026-07-28";
 inline constexpr std::string_view newestLegacyVersion = "2025-11-25";
 
-// Returns the version to answer a handshake with.
+// Returns the version that answers a handshake: the requested one if the server knows it, otherwise
+// the newest.
 std::string_view legacyVersionFor(std::string_view requested);
 
-// Throws RPCError for metadata that no request may carry.
+// Returns the era of a request with these params. Throws RPCError for invalid metadata.
 Era eraOf(const std::optional<JSONElement>& params);
 
 }  // namespace tarnwell::mcp

@@ -52,7 +52,7 @@ class Output {
 
   bool hasFailed() const { return error_ != 0; }
 
-  // A client that has gone is no failure of the server.
+  // A closed output is the client's end, not a failure of the server.
   int status() const {
     const bool isClosed = error_ == EPIPE || error_ == EBADF || error_ == ECONNRESET;
     return error_ == 0 || isClosed ? EXIT_SUCCESS : EXIT_FAILURE;
@@ -80,7 +80,7 @@ Events awaitEvents(const FileDescriptor& input, const FileDescriptor& output,
           .clientIsGone = (awaited[1].revents & (POLLERR | POLLHUP)) != 0};
 }
 
-// Returns the exit status.
+// Serves the client until the input ends. Returns the exit status.
 int serve(const FileDescriptor& input, const FileDescriptor& outputFile) {
   constexpr std::size_t pieceSize = 65'536;
   Plan plan(DataDirectory::ofUser);

@@ -1,4 +1,4 @@
-// The user's plan and the engines over it, for a server that lives long.
+// The user's plan and the engines over it, for a long-lived server.
 #pragma once
 
 #include <functional>
@@ -10,11 +10,11 @@
 
 namespace tarnwell::mcp {
 
-// Builds the engines when they are first needed, so that the server runs, and says what is wrong,
-// also where there is no home folder or the data file cannot be read. Belongs to one thread.
+// Builds the engines on first use, so that the server also runs, and reports the reason, where
+// there is no home folder or the data file cannot be read. Belongs to one thread.
 class Plan {
  public:
-  // `directory` may throw, and is then called again for the next request.
+  // If `directory` throws, the next request calls it again.
   explicit Plan(std::function<DataDirectory()> directory) : directory_(std::move(directory)) {}
 
   // Throws what `directory` throws.

@@ -22,7 +22,7 @@ std::vector<TaskSummary> summariesOf(const Tasks& tasks, std::size_t most, Insta
   return summaries;
 }
 
-// Which tasks list_tasks lists.
+// The selection that list_tasks makes.
 struct TaskFilter {
   explicit TaskFilter(const Arguments& arguments)
       : status(arguments.text("status").value_or("open")),

@@ -41,7 +41,7 @@ std::string_view hintFor(FailureCode code) {
   }
 }
 
-// The failure's code, with the sentence of the engine that refused.
+// Makes a report without a revision.
 RefusalReport reportOf(FailureCode code, std::string_view message, std::string_view hint) {
   return {.code = code, .message = std::string(message), .hint = std::string(hint)};
 }
@@ -63,7 +63,7 @@ RefusalReport reportOf(const TaskStoreError& conflict) {
                   "makes sense, call the tool again with the present revision.");
 }
 
-// Without the present revision.
+// Reports the exception that is being handled, without the present revision.
 RefusalReport reportWithoutRevision() {
   try {
     throw;
@@ -93,7 +93,7 @@ RefusalReport reportWithoutRevision() {
   }
 }
 
-// The revision that a conflict expected; absent for any other exception.
+// Returns the revision that a conflict expected; nothing for any other exception.
 std::optional<std::int64_t> expectedRevisionOfCurrentConflict() {
   try {
     throw;

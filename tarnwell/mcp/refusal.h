@@ -1,4 +1,4 @@
-// Why a tool refuses a call, in words from which a model can correct itself.
+// The refusal of a call: its code, the reason, and the next step for the model.
 #pragma once
 
 #include <cstdint>
@@ -30,14 +30,14 @@ class Refusal : public Error {
   std::string hint_;
 };
 
-// What the caller is told.
+// The JSON object that tells the client of a refusal.
 struct RefusalReport {
   FailureCode code{};
   std::string message{};
   std::string hint{};                      // what to do next
   std::optional<std::int64_t> revision{};  // the present one, where the plan can be read
-  // With a revision that is not the present one: the changes since, newest first, and how many
-  // there are in all.
+  // With a conflict of revisions: the changes since the expected one, newest first, and their
+  // number.
   std::optional<std::vector<ChangeView>> changes{};
   std::optional<std::int64_t> changesTotal{};
 

@@ -22,15 +22,15 @@ inline constexpr std::string_view resourceMimeType = "application/json";
 JSONValue::Array describeResources();
 JSONValue::Array describeResourceTemplates();
 
-// Whether the URI names today, this week, or a task that may exist.
+// Returns whether the URI names today, this week, or a task, existing or not.
 bool isResource(std::string_view uri);
 
 // Returns the resource's JSON text; absent when there is none with this URI.
 std::optional<std::string> readResource(std::string_view uri, const PersistedState& plan,
                                         Instant now, const Calendar& calendar);
 
-// Whether the resource differs between two states of the plan. Today and this week may differ with
-// any change.
+// Returns whether the resource may differ between two states of the plan: a task if its record
+// does, today and this week always.
 bool hasChanged(std::string_view uri, const PersistedState& before, const PersistedState& after);
 
 }  // namespace tarnwell::mcp

@@ -14,7 +14,7 @@ std::optional<std::string> textOf(const std::optional<Value>& value) {
   return value ? std::optional(isoText(*value)) : std::nullopt;
 }
 
-// Of the segment that is running. A clock that was set back adds nothing.
+// Returns the seconds of the running segment. A clock that was set back adds nothing.
 double lengthOfSegment(const FocusTask& task, Instant now) {
   const auto& start = task.activeSegmentStartedAt;
   return start ? std::max(0.0, now.seconds - start->seconds) : 0.0;

@@ -1,5 +1,5 @@
-// What the tools answer with: the records of the plan as a model reads them, days and instants as
-// text. The names of the fields are the members of the answers, and their types the output schemas.
+// The results of the tools: the records of the plan as a model reads them, with days and instants
+// as text. The output schemas are made from the fields.
 #pragma once
 
 #include <cstdint>

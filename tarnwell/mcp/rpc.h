@@ -1,4 +1,4 @@
-// JSON-RPC 2.0 over lines: one message in each, and what goes back. Knows nothing of the methods.
+// JSON-RPC 2.0 with one message per line. Knows nothing of the methods.
 #pragma once
 
 #include <memory>
@@ -12,7 +12,7 @@
 
 namespace tarnwell::mcp {
 
-// Of the protocol, and the two of the Model Context Protocol that the server uses.
+// The codes of JSON-RPC, and two of the Model Context Protocol.
 enum class RPCErrorCode {
   parseError = -32700,
   invalidRequest = -32600,
@@ -41,9 +41,8 @@ class RPCError : public Error {
 struct RequestID {
   std::string json{};
 
-  // Reads the member `id`, or another that names a request, of an object. `source` is the object's
-  // text. Absent when there is no such member. Throws RPCError (invalidRequest) for a value of any
-  // other kind.
+  // Reads a member that identifies a request. `source` is the text of `object`. Returns nothing
+  // when there is no such member. Throws RPCError (invalidRequest) for a value of any other kind.
   static std::optional<RequestID> find(JSONElement object, std::string_view source,
                                        std::string_view key);
 
@@ -53,13 +52,14 @@ struct RequestID {
 // A request or a notification. Owns what its elements point into.
 class RPCMessage {
  public:
-  // Throws RPCError: parseError, or invalidRequest for JSON that is no request.
+  // Throws RPCError: parseError, or invalidRequest for JSON that is not a request.
   explicit RPCMessage(std::string line);
 
   const std::optional<RequestID>& id() const { return id_; }  // absent: a notification
   std::string_view method() const { return method_; }
 
-  // Absent where there are none. Throws RPCError (invalidParams) when they are no object.
+  // Returns nothing when there are none. Throws RPCError (invalidParams) when they are not an
+  // object.
   std::optional<JSONElement> params() const;
   std::string_view paramsSource() const;  // of params that are there
 

@@ -84,7 +84,7 @@ void Server::serve(const RPCMessage& message) {
   send_(answer);
 }
 
-// Notifications are never answered, whatever they say.
+// Never answers, not even a malformed notification.
 void Server::receiveNotification(const RPCMessage& message) {
   if (message.method() != "notifications/cancelled") return;
   try {

@@ -1,4 +1,4 @@
-// The Model Context Protocol, from a line of a client to the lines that answer it.
+// The Model Context Protocol: takes the lines of a client and sends the lines that answer them.
 #pragma once
 
 #include <functional>
@@ -17,8 +17,8 @@
 
 namespace tarnwell::mcp {
 
-// Serves one client. Keeps nothing between requests but the subscriptions, and the engines with the
-// document that they have read. Belongs to one thread.
+// Serves one client. Between requests it keeps the subscriptions, and the engines with the last
+// document read. Belongs to one thread.
 class Server {
  public:
   using Send = std::function<void(std::string_view line)>;
@@ -30,7 +30,8 @@ class Server {
   // Answers one line, if it calls for an answer.
   void receive(Line line);
 
-  // The descriptor that becomes readable when the plan changes; absent without subscriptions.
+  // Returns the descriptor that becomes readable when the plan changes; nothing without
+  // subscriptions.
   std::optional<int> watchedDescriptor() const;
 
   // Sends the notifications of a change of the plan, if there was one. Cheap, and never blocks.

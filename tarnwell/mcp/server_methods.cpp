@@ -34,7 +34,7 @@ std::string requireText(const std::optional<JSONElement>& params, std::string_vi
   throw invalidParams("The parameter " + std::string(name) + " must be a string.");
 }
 
-// Absent where there is no such parameter.
+// Returns the parameter; nothing where there is none. Throws RPCError when it is not an object.
 std::optional<JSONElement> optionalObject(const std::optional<JSONElement>& params,
                                           std::string_view name) {
   const auto member = findParam(params, name);
@@ -46,7 +46,7 @@ std::optional<JSONElement> optionalObject(const std::optional<JSONElement>& para
   return member;
 }
 
-// Every list is whole, so no cursor is one of ours.
+// Refuses a request with a cursor: the server answers every list in one page and gives no cursors.
 void refuseCursor(const std::optional<JSONElement>& params) {
   if (findParam(params, "cursor")) throw invalidParams("There is no such cursor.");
 }
@@ -103,8 +103,8 @@ std::optional<Server::Result> Server::listTools(const Request& request) {
                 .caching = Caching{anHour, "public"}};
 }
 
-// Everything that the arguments or the engines refuse is a result, from which the model can correct
-// itself.
+// Answers a refused call with a result instead of an error, so that the model reads the reason and
+// can correct the call.
 std::optional<Server::Result> Server::callTool(const Request& request) {
   const std::string name = requireText(request.params, "name");
   const Tool* const tool = findTool(name);
@@ -167,8 +167,8 @@ std::optional<Server::Result> Server::unsubscribe(const Request& request) {
   return Result{};
 }
 
-// The request stays open until it is cancelled. Only changes of resources are notified: the lists
-// never change.
+// Keeps the request open until the client cancels it. Notifies changes of resources only, because
+// the lists never change.
 std::optional<Server::Result> Server::listen(const Request& request) {
   const auto filter = optionalObject(request.params, "notifications");
   if (!filter) throw invalidParams("The parameter notifications is missing.");

@@ -1,4 +1,4 @@
-// A tool: what a client is told of it, and what a call of it does.
+// A tool: its description for clients, and the function that a call runs.
 #pragma once
 
 #include <span>
@@ -25,7 +25,7 @@ struct ToolCall {
   Calendar calendar;
 };
 
-// What a tool does to the plan, from the mildest.
+// A tool's effect on the plan.
 enum class ToolEffect { reads, adds, overwrites, overwritesOnce };
 
 struct Tool {
@@ -35,11 +35,11 @@ struct Tool {
   ToolEffect effect{};
   std::span<const Argument> arguments;
   JSONValue (*outputSchema)();
-  // Returns the result as JSON text. Throws what refuses the call.
+  // Returns the result as JSON text. Throws whatever refuses the call.
   std::string (*call)(const ToolCall&);
 };
 
-// What a tool is called and what it takes; its handler says the rest.
+// The parts of a tool that do not follow from its handler.
 struct ToolHead {
   std::string_view name;
   std::string_view title;
@@ -48,7 +48,8 @@ struct ToolHead {
   std::span<const Argument> arguments;
 };
 
-// Makes a tool of a function from a call to a record.
+// Makes a tool of a handler, a function from a call to a record. The output schema follows from the
+// record.
 template <auto handler>
 constexpr Tool makeTool(const ToolHead& head) {
   return {

@@ -41,7 +41,7 @@ ProposalsResult generateProposals(const ToolCall& call);
 
 }  // namespace tools
 
-// The same answers for other ways to ask.
+// Return the answers of get_day and get_review, for the resources.
 DayResult dayResult(const PersistedState& plan, LocalDay day, Instant now,
                     const Calendar& calendar);
 ReviewResult reviewResult(const PersistedState& plan, Instant now, const Calendar& calendar);

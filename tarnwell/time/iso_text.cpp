@@ -10,7 +10,7 @@ namespace {
 
 bool isDigit(char c) { return '0' <= c && c <= '9'; }
 
-// Takes the pieces of a text from its front, for as long as they have the form that is asked for.
+// Removes pieces from the front of a text. Fails once a piece does not have the expected form.
 class Scanner {
  public:
   explicit Scanner(std::string_view text) : rest_(text) {}
@@ -26,7 +26,7 @@ class Scanner {
 
   void take(char c) { hasFailed_ |= !tryTake(c); }
 
-  // A number of exactly so many digits.
+  // Takes a number of exactly that many digits.
   std::int64_t number(std::size_t digits) {
     const std::string_view piece = rest_.substr(0, digits);
     hasFailed_ |= piece.size() < digits || !std::all_of(piece.begin(), piece.end(), isDigit);
@@ -35,7 +35,7 @@ class Scanner {
     return parseInteger(piece).value_or(0);
   }
 
-  // The value of the digits behind a decimal point.
+  // Takes the digits behind a decimal point and returns their value.
   double fraction() {
     double value = 0;
     double place = 1;
@@ -57,7 +57,7 @@ class Scanner {
     return day;
   }
 
-  // Seconds of hours and minutes, with or without the colon between them.
+  // Takes hours, a colon and minutes, and returns them in seconds.
   std::int64_t hoursAndMinutes() {
     const std::int64_t hours = number(2);
     take(':');
@@ -66,7 +66,7 @@ class Scanner {
     return (hours * 60 + minutes) * 60;
   }
 
-  // Seconds to the east of Greenwich.
+  // Takes the offset from UTC and returns it in seconds.
   std::int64_t offset() {
     if (tryTake('Z')) return 0;
     if (tryTake('-')) return -hoursAndMinutes();

@@ -21,7 +21,7 @@ std::string_view withoutQuotes(std::string_view value) {
   return isQuoted ? value.substr(1, value.size() - 2) : value;
 }
 
-// The last value that is assigned to the name, as in a shell. Empty when there is none.
+// Returns the last value assigned to the name, as in a shell. Empty when there is none.
 std::string_view valueOf(std::string_view name, std::string_view text) {
   std::string_view value;
   for (std::string_view line : split(text, '\n')) {
