@@ -103,9 +103,9 @@ Outcome startBlock(Host& host, const Arguments& arguments) {
   const SurvivedInterrupts guard;
   blockSessions.start(
       {.group = group, .duration = std::chrono::minutes(minutes), .mode = mode, .now = host.now});
-  return Answer{.page = {Line("Blocking " + inQuotes(group.name) + " until " +
-                              timeText(blockSessions.activeSession.value()->endsAt, host.calendar) +
-                              (mode == SessionMode::strict ? ", strictly." : "."))}};
+  return saying("Blocking " + inQuotes(group.name) + " until " +
+                timeText(blockSessions.activeSession.value()->endsAt, host.calendar) +
+                (mode == SessionMode::strict ? ", strictly." : "."));
 }
 
 Outcome endBlock(Host& host, const Arguments& /*arguments*/) {
@@ -114,14 +114,14 @@ Outcome endBlock(Host& host, const Arguments& /*arguments*/) {
   if (!session) throw Refusal("No session blocks websites.");
   const SurvivedInterrupts guard;
   blockSessions.endFlexible(host.now);
-  return Answer{.page = {Line("Unblocked " + inQuotes(session->group.name) + ".")}};
+  return saying("Unblocked " + inQuotes(session->group.name) + ".");
 }
 
 // Does what the diagnosis suggests.
 Outcome repairBlock(Host& host, const Arguments& /*arguments*/) {
   const BlockView before = blockView(host);
   const std::string advice = adviceOn(before, host);
-  if (advice.empty()) return Answer{.page = {Line("Nothing needs repair.")}};
+  if (advice.empty()) return saying("Nothing needs repair.");
   if (before.diagnostics.suggestedAction == DiagnosticAction::reviewConfiguration) {
     throw Refusal(advice);
   }

@@ -5,7 +5,7 @@
 //      given, decides, and returns what to show, but neither asks nor prints;
 //   2. describe it beside the function with a `Command`, and declare that in commands.h;
 //   3. give it a row in the table in commands.cpp;
-//   4. add it to docs/terminal.md and packaging/tarnwell.1. Help and completion follow by
+//   4. add it to docs/terminal.md and packaging/man/tarnwell.1. Help and completion follow by
 //   themselves.
 #pragma once
 
@@ -15,6 +15,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -35,6 +36,8 @@ struct Answer {
   std::vector<std::string> notes{};  // what else the user should know, to standard error
   int status = 0;
 };
+
+inline Answer saying(std::string sentence) { return {.page = {Line(std::move(sentence))}}; }
 
 // Something to ask before a change.
 struct Question {

@@ -9,7 +9,7 @@
 
 namespace tarnwell::terminal {
 
-// A reply could not be written, other than because its reader has gone.
+// Output to a reader that has gone counts as written.
 enum class WriteResult { written, failed };
 
 class Console {

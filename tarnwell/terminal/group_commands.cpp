@@ -75,8 +75,6 @@ std::string readNewName(const Arguments& arguments, std::string_view parameter) 
   return name;
 }
 
-Answer saying(const std::string& sentence) { return {.page = {Line(sentence)}}; }
-
 Outcome addGroup(Host& host, const Arguments& arguments) {
   const std::string name = readNewName(arguments, "NAME");
   host.engines().blockSessions.changeGroups([&](Groups& groups) {

@@ -147,6 +147,12 @@ int run(const std::vector<std::string>& words) {
     console.report({Line("tarnwell: " + std::string(refusal.description()))});
     console.report(refusal.details());
     return refused;
+  } catch (const SessionError& error) {
+    console.report({Line("tarnwell: " + std::string(error.description()))});
+    const bool isAboutTheSession = error.which() == SessionError::alreadyActive ||
+                                   error.which() == SessionError::strictSessionLocked;
+    if (isAboutTheSession) console.report({Line(R"("tarnwell block" shows it.)", Style::dim)});
+    return refused;
   } catch (const std::exception& error) {
     console.report({Line("tarnwell: " + std::string(error.what()))});
     return refused;

@@ -102,7 +102,7 @@ Outcome moveTask(Host& host, const Arguments& arguments) {
   const Move move = readMove(host, arguments, plan.state());
   auto tasks = plan.state().tasks;
   if (!applyMove(tasks, move, host)) {
-    return Answer{.page = {Line("It is there already. Nothing was changed.")}};
+    return saying("It is there already. Nothing was changed.");
   }
   try {
     host.engines().taskStore.transact({.expectedRevision = plan.revision(),

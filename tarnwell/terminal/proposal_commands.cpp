@@ -92,8 +92,9 @@ Outcome propose(Host& host, const Arguments& /*arguments*/) {
   });
   const auto pending = pendingProposals(after.state());
   if (pending.empty()) {
-    return Answer{.page = {Line("Nothing to propose: no day of the week is over capacity, and no "
-                                "open task was skipped twice.")}};
+    return saying(
+        "Nothing to propose: no day of the week is over capacity, and no "
+        "open task was skipped twice.");
   }
   return Answer{.page = pageOf(pending, after.state())};
 }

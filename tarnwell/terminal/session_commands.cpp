@@ -1,5 +1,4 @@
 // The commands that start, pause, resume, skip and complete tasks.
-#include <algorithm>
 
 #include "tarnwell/blocking/focus_coordinator.h"
 #include "tarnwell/terminal/commands.h"
@@ -10,8 +9,6 @@
 
 namespace tarnwell::terminal {
 namespace {
-
-Answer saying(const std::string& sentence) { return {.page = {Line(sentence)}}; }
 
 // Returns the first task, in stored order, with the status: the one that the engines act on. Throws
 // TaskSessionError when there is none.

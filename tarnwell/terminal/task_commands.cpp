@@ -46,7 +46,7 @@ Outcome addTask(Host& host, const Arguments& arguments) {
     task.manualPosition = positionAtEnd(state, task);
     state.tasks.push_back(task);
   });
-  return Answer{.page = {Line("Added " + inQuotes(task.title) + " " + whenText(task, host) + ".")}};
+  return saying("Added " + inQuotes(task.title) + " " + whenText(task, host) + ".");
 }
 
 constexpr std::array addParameters = {
@@ -112,7 +112,7 @@ Outcome editTask(Host& host, const Arguments& arguments) {
     notesBefore = task.notes;
     fields.notes = editedText(task.notes);
     if (fields.notes == task.notes && mentionedFields(arguments) == 1) {
-      return Answer{.page = {Line("The notes are as they were. Nothing was changed.")}};
+      return saying("The notes are as they were. Nothing was changed.");
     }
   }
   std::vector<std::string> consequences;
@@ -170,15 +170,14 @@ Outcome reopenTask(Host& host, const Arguments& arguments) {
         task.status = TaskStatus::pending;
         task.completedAt.reset();
       });
-  return Answer{.page = {Line("Opened " + inQuotes(reopened.title) + " again, " +
-                              whenText(reopened, host) + ".")}};
+  return saying("Opened " + inQuotes(reopened.title) + " again, " + whenText(reopened, host) + ".");
 }
 
 Outcome setCapacity(Host& host, const Arguments& arguments) {
   const std::int64_t minutes = arguments.integer("MINUTES", 0, minutesPerDay).value();
   changePlan(host, "preferences.capacity", std::nullopt,
              [&](PersistedState& state) { state.preferences.dailyCapacityMinutes = minutes; });
-  return Answer{.page = {Line("A day holds " + std::to_string(minutes) + " minutes of work.")}};
+  return saying("A day holds " + std::to_string(minutes) + " minutes of work.");
 }
 
 constexpr std::array archiveParameters = {repeated(
