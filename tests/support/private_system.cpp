@@ -18,6 +18,7 @@ fail() { echo 'the disk is on fire' >&2; exit 1; }
 pretend() { exit 0; }
 damage() { echo damaged >/etc/hosts; fail; }
 hang() { exec sleep 1000; }
+interrupt() { kill -INT 0; } # the foreground process group
 hang() { exec sleep 1000; }
 chatter() { head -c 1048576 /dev/zero | tr '\0' x >&2; echo 'a line of output'; approve "$@"; }
 

@@ -22,16 +22,18 @@ enum class Answer {
   approve,
   dismiss,
   fail,
-  pretend,  // does nothing, and succeeds
-  damage,   // spoils the hosts file and fails
-  chatter,  // approves, after a megabyte of errors and a line of output
-  tamper,   // approves, after another program has tried to change what is installed
-  meddle,   // approves, after another process has run the command given to `willMeddle`
-  hang      // never
+  pretend,   // does nothing, and succeeds
+  damage,    // spoils the hosts file and fails
+  chatter,   // approves, after a megabyte of errors and a line of output
+  tamper,    // approves, after another program has tried to change what is installed
+  meddle,    // approves, after another process has run the command given to `willMeddle`
+  hang,      // never
+  interrupt  // Ctrl-C at the terminal of the tool
 };
 
-constexpr std::array<std::string_view, 9> texts(Answer) {
-  return {"approve", "dismiss", "fail", "pretend", "damage", "chatter", "tamper", "meddle", "hang"};
+constexpr std::array<std::string_view, 10> texts(Answer) {
+  return {"approve", "dismiss", "fail",   "pretend", "damage",
+          "chatter", "tamper",  "meddle", "hang",    "interrupt"};
 }
 
 class PrivateSystem {

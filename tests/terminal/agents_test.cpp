@@ -63,6 +63,21 @@ TEST(WithABusyAgent, everyChangeOfTheUserIsMadeOnce) {
   EXPECT_EQ(count("user task.complete"), 1);
 }
 
+TEST(WithABusyAgent, aMoveIsMadeAsItWasSeenOrNotAtAll) {
+  const UserTerminal user;
+  for (const auto* title : {"First", "Second"}) user.output({"add", title});
+  const BusyAgent agent(user);
+  for (int i = 0; i < 5; ++i) {
+    const std::int64_t before = user.task("Second").manualPosition;
+    const auto result = user.run({"move", "second", before == 1 ? "--first" : "--last"});
+    const bool isMoved = user.task("Second").manualPosition != before;
+    EXPECT_EQ(result.exitStatus, isMoved ? 0 : 1) << result.errors;
+    if (!isMoved) {
+      EXPECT_THAT(result.errors, HasSubstr("The plan changed meanwhile."));
+    }
+  }
+}
+
 TEST(WithABusyAgent, numbersStandForTheTasksThatTheyStoodForFirst) {
   const UserTerminal user;
   user.output({"add", "Mine", "--block", "social distractions"});

@@ -10,6 +10,7 @@ namespace {
 
 using test::Answer;
 using test::PrivateSystem;
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -62,6 +63,17 @@ TEST_F(Blocking, isRefusedWithTheAdministratorsNo) {
   EXPECT_FALSE(isBlocked());
 }
 
+TEST_F(Blocking, isTakenBackAfterCtrlCAtTheAdministratorsPrompt) {
+  willAnswer({Answer::interrupt});
+  const auto process = plan.system.process("", {TARNWELL, "start", "blocked"});
+  const auto result =
+      test::TerminalSession{.command = process.arguments, .environment = process.environment}.run();
+  EXPECT_EQ(result.exitStatus, 1) << result.screen;
+  EXPECT_EQ(plan.status(), TaskStatus::pending);
+  EXPECT_EQ(plan.state().activeSession, std::nullopt);
+  EXPECT_FALSE(isBlocked());
+}
+
 TEST_F(Blocking, thatCannotBeEndedIsSaidWithWhatToDoNext) {
   willAnswer({Answer::approve, Answer::dismiss, Answer::approve});
   output({"start", "blocked"});
@@ -89,7 +101,8 @@ TEST_F(Blocking, startsAndEndsWithoutATask) {
   EXPECT_THAT(output({"block", "start", "reading", "30"}), HasSubstr("Blocking “Reading” until "));
   EXPECT_TRUE(isBlocked());
   EXPECT_THAT(refusal({"block", "start", "reading", "30"}),
-              HasSubstr("A focus session is already active."));
+              AllOf(HasSubstr("A focus session is already active."),
+                    HasSubstr(R"("tarnwell block" shows it.)")));
   EXPECT_THAT(output({"block", "end"}), HasSubstr("Unblocked “Reading”."));
   EXPECT_FALSE(isBlocked());
   EXPECT_THAT(refusal({"block", "end"}), HasSubstr("No session blocks websites."));

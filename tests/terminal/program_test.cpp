@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "tarnwell/terminal/commands.h"
+#include "tarnwell/terminal/text_width.h"
 
 #include "tests/terminal/user_terminal.h"
 
@@ -130,6 +131,32 @@ TEST(Program, saysWhyThePlanCannotBeRead) {
   const UserTerminal user;
   test::writeFile(user.tool().dataFile(), "{");
   EXPECT_THAT(user.refusal({"day"}), StartsWith("tarnwell: "));
+}
+
+TEST(Program, fitsItsTablesToTheTerminal) {
+  const UserTerminal user;
+  user.output({"capacity", "30"});
+  for (const auto* title : {"日本語のとても長い題名がここにありますので切られます", "Plain"}) {
+    user.output({"add", title, "--at", "23:45", "--minutes", "60", "--remind", "--block",
+                 "social distractions"});
+  }
+  user.output({"propose"});
+  for (const test::Words& words :
+       {test::Words{"day"}, test::Words{"week"}, test::Words{"list"}, test::Words{"review"},
+        test::Words{"proposals"}, test::Words{"groups"}, test::Words{"log"}, test::Words{"help"}}) {
+    for (const int columns : {40, 80, 200}) {
+      auto session = user.session(words);
+      session.columns = columns;
+      session.environment.emplace_back("NO_COLOR=1");
+      std::istringstream lines(session.run().screen);
+      for (std::string line; std::getline(lines, line);) {
+        const bool isSentence =
+            line.find(": see ") != std::string::npos || line.find('"') != std::string::npos;
+        EXPECT_TRUE(isSentence || widthOf(line) <= static_cast<std::size_t>(columns))
+            << words.front() << " at " << columns << ": " << line;
+      }
+    }
+  }
 }
 
 TEST(Program, coloursATerminalOnlyWhereItMay) {
