@@ -59,7 +59,8 @@ void ReminderDesk::ring(Instant now) {
     if (!entry.hasRung && entry.request.fireDate <= now) due.push_back(&entry);
   }
   std::stable_sort(due.begin(), due.end(), [](const Entry* a, const Entry* b) {
-    return a->request.fireDate < b->request.fireDate;
+    return std::pair(a->request.fireDate, *a->request.kind) <
+           std::pair(b->request.fireDate, *b->request.kind);
   });
   for (Entry* const entry : due) ringOrMiss(*entry, now);
 }

@@ -59,6 +59,16 @@ TEST_F(ResidentReminders, ringLateAfterASuspensionAndSaySo) {
   EXPECT_THAT(desktop.takeTexts(), ElementsAre("Write: Ready to begin (10 minutes ago)"));
 }
 
+TEST_F(ResidentReminders, thatFallDueTogetherRingInTheirOrder) {
+  FocusTask task = remindedTask("Write", now + 10min);
+  task.estimatedMinutes = 0;
+  addTask(task);
+  launch();
+  jump(10min);
+  EXPECT_THAT(desktop.takeTexts(),
+              ElementsAre(HasSubstr("Starts in"), HasSubstr("Ready"), HasSubstr("unfinished")));
+}
+
 TEST_F(ResidentReminders, areNotLateBelowAMinute) {
   addTask(taskAt("Write", now + 10min));
   launch();
