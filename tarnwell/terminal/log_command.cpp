@@ -63,7 +63,7 @@ constexpr std::array logParameters = {sinceOption, byOption, jsonFlag};
 
 constinit const Command commands::log = {
     .name = "log",
-    .summary = "show who changed what, oldest first (sessions carry \"app\", whoever asked)",
+    .summary = "show who changed what, oldest first (sessions carry \"app\")",
     .example = "tarnwell log --since yesterday --by agent",
     .parameters = logParameters,
     .run = showLog};

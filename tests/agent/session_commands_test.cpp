@@ -89,7 +89,7 @@ TEST_F(SessionCommandsTest, startAsksForTheIdentifierBeforeTheRevision) {
   save({});
   const auto invalid = Service::failure(failures::invalidPayload("Invalid task_id."));
   expectWritesNothing(invalid, "tasks.start", {});
-  expectWritesNothing(invalid, "tasks.start", {}, {{"task_id", "nobody"}});
+  expectWritesNothing(invalid, "tasks.start", {}, {{"task_id", "none"}});
   expectWritesNothing(Service::failure(failures::expectedRevisionRequired()), "tasks.start", {},
                       {{"task_id", UUID::random().text()}});
 }

@@ -337,7 +337,7 @@ TEST_F(TaskCommandsTest, updateAsksForTheRevisionBeforeTheIdentifier) {
 }
 
 TEST_F(TaskCommandsTest, updateAsksForAnIdentifierBeforeItTouchesTheStore) {
-  for (const JSONValue& id : {JSONValue(), JSONValue("nobody"), JSONValue(1.0)}) {
+  for (const JSONValue& id : {JSONValue(), JSONValue("none"), JSONValue(1.0)}) {
     expectRefusedEarly(invalidPayload("Invalid task_id."),
                        execute("tasks.update", 99, {{"task_id", id}}));
   }
