@@ -45,10 +45,13 @@ install(
     ${PROJECT_SOURCE_DIR}/SECURITY.md
   DESTINATION ${documents_folder} COMPONENT runtime)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs ${PROJECT_SOURCE_DIR}/schema
-  DESTINATION ${documents_folder} COMPONENT runtime)
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples/agents
-  DESTINATION ${documents_folder}/examples COMPONENT runtime
-  USE_SOURCE_PERMISSIONS)
+  DESTINATION ${documents_folder} COMPONENT runtime
+  PATTERN *.py EXCLUDE)
+set(agents ${PROJECT_SOURCE_DIR}/examples/agents)
+install(FILES ${agents}/README.md
+  DESTINATION ${documents_folder}/examples/agents COMPONENT runtime)
+install(PROGRAMS ${agents}/create_task.mjs ${agents}/create_task.py ${agents}/create_task.sh
+  DESTINATION ${documents_folder}/examples/agents COMPONENT runtime)
 
 if(TARGET tarnwell-watch AND NOT APPLE)
   install(FILES tarnwell-watch.service DESTINATION lib/systemd/user COMPONENT runtime)

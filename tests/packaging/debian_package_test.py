@@ -111,7 +111,7 @@ class DebianPackages(unittest.TestCase):
         documents = self.root.path / "usr/share/doc/tarnwell"
         for page in ("assistant.md", "data-file.md", "mcp.md", "protocol.md"):
             text = (documents / "docs" / page).read_text()
-            for link in re.findall(r"\]\(([^)#:\s]+)", text):
+            for link in re.findall(r"\]\((?!https:)([^)#\s]+)", text):
                 self.assertTrue((documents / "docs" / link).exists(), f"{page}: {link}")
 
     # A process goes on with the file that it was started from, as nothing stops it.
@@ -135,6 +135,17 @@ class DebianPackages(unittest.TestCase):
         self.assertNotIn("tarnwellctl installed", installed)
         self.assertTrue(json.loads(running.communicate(LIST)[0])["ok"])
         self.assertEqual(running.returncode, 0)
+
+    def test_can_be_installed_again_under_the_running_service(self) -> None:
+        self.root.dpkg("--install", self.tarnwell)
+        service = subprocess.Popen([self.root.program("tarnwell-watch")], env={"HOME": str(self.home)},
+                                   stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+        self.assertTrue(service.stdout.readline().startswith("Watching"))
+        self.root.dpkg("--install", self.tarnwell)
+        self.assertIsNone(service.poll())
+        service.terminate()
+        service.communicate()
+        self.assertEqual(service.returncode, 0)
 
 
 unittest.main()
