@@ -12,6 +12,7 @@ skip() {
 command -v debootstrap >/dev/null || skip "debootstrap is not installed"
 
 root=$(mktemp -d)
+chmod 0755 "$root"
 trap 'rm -rf --one-file-system "$root"' EXIT
 codename=$(. /etc/os-release && echo "$VERSION_CODENAME")
 debootstrap --variant=minbase "$codename" "$root" >"$root.log" 2>&1 || { tail "$root.log"; skip "no Debian to be had"; }
