@@ -10,6 +10,8 @@
 #include <string_view>
 #include <utility>
 
+#include <systemd/sd-bus.h>
+
 #include "tarnwell/base/printable_text.h"
 #include "tarnwell/watch/desktop_notifications.h"
 #include "tarnwell/watch/session_bus.h"

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdint>
 
+#include <systemd/sd-bus.h>
+
 #include "tarnwell/platform/file.h"
 #include "tarnwell/watch/bus_address.h"
 
@@ -26,6 +28,8 @@ std::optional<milliseconds> timeoutOf(sd_bus* bus) {
 }
 
 }  // namespace
+
+void SessionBus::Close::operator()(sd_bus* bus) const { sd_bus_close_unref(bus); }
 
 SessionBus::SessionBus(EventLoop& loop, Observer& observer) : observer_(observer) {
   loop.add([this] { return awaited(); }, [this] { process(); });

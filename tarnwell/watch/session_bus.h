@@ -5,10 +5,10 @@
 #include <memory>
 #include <optional>
 
-#include <systemd/sd-bus.h>
-
 #include "tarnwell/store/plan_watcher.h"
 #include "tarnwell/watch/event_loop.h"
+
+struct sd_bus;
 
 namespace tarnwell {
 
@@ -40,7 +40,7 @@ class SessionBus {
 
  private:
   struct Close {
-    void operator()(sd_bus* bus) const { sd_bus_close_unref(bus); }
+    void operator()(sd_bus* bus) const;
   };
 
   Awaited awaited() const;

@@ -57,12 +57,16 @@ TEST_F(PlanWatcherTest, isQuietWhileNothingChanges) {
 }
 
 TEST_F(PlanWatcherTest, sleepsThroughWhatHappensBesideTheWay) {
+  // Not below the folder in which all tests create and remove theirs.
+  const fs::path quiet = fs::current_path() / ("quiet-" + UUID::random().text());
+  file = quiet / "Tarnwell" / "state.json";
   writeFile(file, "1");
-  writeFile(scratch / "log", "1");
+  writeFile(quiet / "log", "1");
   watch();
-  writeFile(scratch / "log", "12");
-  writeFile(scratch / "other/file", "1");
+  writeFile(quiet / "log", "12");
+  writeFile(quiet / "other/file", "1");
   EXPECT_FALSE(isReadable(*watcher));
+  fs::remove_all(quiet);
 }
 
 TEST_F(PlanWatcherTest, reportsAReplacedFile) {
