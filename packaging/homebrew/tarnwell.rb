@@ -8,8 +8,11 @@ class Tarnwell < Formula
 
   depends_on "cmake" => :build
   depends_on "ninja" => :build
+  depends_on "pkg-config" => :build
+  depends_on "cli11" => :build
   depends_on "simdjson"
   depends_on "uriparser"
+  depends_on "utf8proc"
 
   def install
     system "cmake", "-S", ".", "-B", "build", "-G", "Ninja", "-DBUILD_TESTING=OFF", *std_cmake_args
