@@ -52,12 +52,12 @@ BENCHMARK(encode)->Apply(sizes);
 
 void transact(benchmark::State& run) {
   const auto folder = std::filesystem::temp_directory_path() / ("bench-" + UUID::random().text());
-  const LocalStore file(folder / "state.json");
-  file.save(planFor(run));
-  TaskStore store(file);
-  std::int64_t revision = store.snapshot().revision();
+  const LocalStore localStore(folder / "state.json");
+  localStore.save(planFor(run));
+  TaskStore taskStore(localStore);
+  std::int64_t revision = taskStore.snapshot().revision();
   while (run.KeepRunning()) {
-    revision = store
+    revision = taskStore
                    .transact({.expectedRevision = revision,
                               .source = MutationSource::user,
                               .action = "task.update",

@@ -50,7 +50,7 @@ std::string createCommand(std::int64_t revision, std::string_view title) {
          R"(,"payload":{"title":")" + std::string(title) + R"("}})";
 }
 
-// The files below a folder that no command leaves behind when it ends by itself.
+// Counts the temporary files below a folder. A command that ends by itself removes its own.
 std::size_t temporaryFileCount(const fs::path& folder) {
   std::size_t count = 0;
   for (const auto& entry : fs::recursive_directory_iterator(folder)) {
@@ -141,7 +141,7 @@ class SystemCallFaults : public testing::TestWithParam<std::tuple<Situation, Fai
     return tool;
   }
 
-  // Homes are made ahead, so that the clock has usually moved on since their plan was written.
+  // Returns a home made ahead, so that the clock has usually moved on since its plan was written.
   std::unique_ptr<Tool> nextHome() {
     if (!isRepeatable()) return newHome();
     constexpr std::size_t ahead = 8;
