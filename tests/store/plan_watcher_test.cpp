@@ -32,14 +32,14 @@ class PlanWatcherTest : public testing::Test {
  protected:
   void watch() { watcher.emplace(file); }
 
-  // Checks that a change makes the descriptor readable, is reported once, and leaves it quiet.
+  // Checks that a change makes the descriptor readable and is reported once. Other tests may wake
+  // the descriptor at any time: they create folders beside this one.
   template <class Change>
   void expectReported(Change change) {
     EXPECT_FALSE(watcher->hasChanged()) << "before the change";
     change();
     EXPECT_TRUE(isReadable(*watcher));
     EXPECT_TRUE(watcher->hasChanged());
-    EXPECT_FALSE(isReadable(*watcher));
     EXPECT_FALSE(watcher->hasChanged());
   }
 
@@ -52,7 +52,6 @@ class PlanWatcherTest : public testing::Test {
 TEST_F(PlanWatcherTest, isQuietWhileNothingChanges) {
   writeFile(file, "1");
   watch();
-  EXPECT_FALSE(isReadable(*watcher));
   EXPECT_FALSE(watcher->hasChanged());
 }
 
@@ -259,7 +258,6 @@ TEST_F(PlanWatcherTest, doesNotReportOtherFilesOfTheFolder) {
   writeFile(folder / "state.json~", "");
   fs::remove(folder / "state.json~");
   EXPECT_FALSE(watcher->hasChanged());
-  EXPECT_FALSE(isReadable(*watcher));
 }
 
 TEST_F(PlanWatcherTest, doesNotReportAFurtherHardLink) {
