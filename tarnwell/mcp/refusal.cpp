@@ -83,8 +83,9 @@ RefusalReport reportWithoutRevision() {
   } catch (const BlockingError& error) {
     return operationFailed(error, "Tell the user. Do not try again unless the user asks for it.");
   } catch (const LocalStoreError& error) {
-    return operationFailed(
-        error, "Ask the user to run `tarnwell doctor`. Do not change the data file yourself.");
+    return operationFailed(error,
+                           "Ask the user to run `tarnwell`, which names the cause. Do not change "
+                           "the data file yourself.");
   } catch (const Error& error) {
     return operationFailed(error, "Tell the user.");
   } catch (...) {
