@@ -93,7 +93,9 @@ ProcessResult Process::runAnd(const std::function<void(pid_t)>& meanwhile) {
   if (WIFSIGNALED(status)) result.signal = WTERMSIG(status);
   const bool isOfTheTool =
       std::find(arguments.begin(), arguments.end(), TARNWELLCTL) != arguments.end();
-  if (isOfTheTool && result.output.ends_with('\n')) record("reply", result.output);
+  // Other programs may take the tool as an argument, as readelf does.
+  const bool isReply = result.output.starts_with('{') && result.output.ends_with('\n');
+  if (isOfTheTool && isReply) record("reply", result.output);
   return result;
 }
 
