@@ -47,18 +47,18 @@ class ScopedFile {
 }  // namespace
 
 void HostsBlockingEngine::apply(const std::vector<std::string>& hosts) {
-  const std::scoped_lock guard(mutex_);
+  const MutexLock guard(mutex_);
   transact([&](std::string text) { return HostsDocument(std::move(text)).applying(hosts); });
   if (currentStatus(hosts) != BlockingStatus::active) throw BlockingError::verificationFailed();
 }
 
 void HostsBlockingEngine::remove() {
-  const std::scoped_lock guard(mutex_);
+  const MutexLock guard(mutex_);
   transact([](std::string text) { return HostsDocument(std::move(text)).removingManagedBlock(); });
 }
 
 BlockingStatus HostsBlockingEngine::status(const std::vector<std::string>& expectedHosts) {
-  const std::scoped_lock guard(mutex_);
+  const MutexLock guard(mutex_);
   return currentStatus(expectedHosts);
 }
 

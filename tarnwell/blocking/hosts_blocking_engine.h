@@ -3,11 +3,11 @@
 
 #include <filesystem>
 #include <functional>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "tarnwell/base/mutex.h"
 #include "tarnwell/blocking/blocking_engine.h"
 #include "tarnwell/blocking/privileged_command_running.h"
 
@@ -36,11 +36,13 @@ class HostsBlockingEngine : public BlockingEngine {
  private:
   using Transform = std::function<std::string(std::string)>;
 
-  void transact(const Transform& transform);
-  void install(const PreparedFile& replacement, const PreparedFile& backup);
-  BlockingStatus currentStatus(const std::vector<std::string>& expectedHosts) const;
+  void transact(const Transform& transform) TARNWELL_THREAD_SAFETY(requires_capability(mutex_));
+  void install(const PreparedFile& replacement, const PreparedFile& backup)
+      TARNWELL_THREAD_SAFETY(requires_capability(mutex_));
+  BlockingStatus currentStatus(const std::vector<std::string>& expectedHosts) const
+      TARNWELL_THREAD_SAFETY(requires_capability(mutex_));
 
-  std::mutex mutex_;
+  Mutex mutex_;
   const std::filesystem::path hostsURL_;
   const std::filesystem::path backupDirectory_;
   PrivilegedCommandRunning& runner_;

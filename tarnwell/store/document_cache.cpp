@@ -5,13 +5,13 @@
 namespace tarnwell {
 
 DocumentCache::Document DocumentCache::find(const FileIdentity& identity) const {
-  const std::scoped_lock guard(mutex_);
+  const MutexLock guard(mutex_);
   if (!entry_ || identity != entry_->file.identity) return nullptr;
   return entry_->document;
 }
 
 void DocumentCache::keep(OpenedFile file, Document document) {
-  const std::scoped_lock guard(mutex_);
+  const MutexLock guard(mutex_);
   entry_.reset();
   if (FileIdentity::of(file.descriptor) != file.identity) return;
   entry_.emplace(Entry{std::move(file), std::move(document)});

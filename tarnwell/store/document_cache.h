@@ -3,9 +3,9 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <optional>
 
+#include "tarnwell/base/mutex.h"
 #include "tarnwell/platform/file.h"
 #include "tarnwell/store/persisted_state.h"
 
@@ -29,8 +29,8 @@ class DocumentCache {
     Document document;
   };
 
-  mutable std::mutex mutex_;
-  std::optional<Entry> entry_;
+  mutable Mutex mutex_;
+  std::optional<Entry> entry_ TARNWELL_THREAD_SAFETY(guarded_by(mutex_));
 };
 
 }  // namespace tarnwell

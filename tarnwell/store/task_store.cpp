@@ -18,7 +18,7 @@ TaskStore::TaskStore(LocalStore localStore, PersistedState recoveryState)
       state_(std::make_shared<const PersistedState>(std::move(recoveryState))) {}
 
 TaskStoreSnapshot TaskStore::snapshot() {
-  const std::scoped_lock guard(mutex_);
+  const MutexLock guard(mutex_);
   try {
     state_ = localStore_.loadShared();
   } catch (const LocalStoreError&) {
@@ -29,16 +29,17 @@ TaskStoreSnapshot TaskStore::snapshot() {
 
 TaskStoreSnapshot TaskStore::transact(const TaskTransaction& transaction,
                                       const std::function<void(PersistedState&)>& change) {
-  const std::scoped_lock guard(mutex_);
+  const MutexLock guard(mutex_);
+  auto& current = state_;  // the analysis does not see that the lambda runs under the mutex
   return localStore_.withExclusiveLock([&] {
-    state_ = localStore_.loadShared();
-    if (*transaction.expectedRevision != state_->revision) {
-      throw TaskStoreError::revisionConflict(*transaction.expectedRevision, state_->revision);
+    current = localStore_.loadShared();
+    if (*transaction.expectedRevision != current->revision) {
+      throw TaskStoreError::revisionConflict(*transaction.expectedRevision, current->revision);
     }
     auto changed = std::make_shared<PersistedState>();
     // The assignment keeps the room, so that the new event does not copy all others once more.
-    changed->auditEvents.reserve(state_->auditEvents.size() + 1);
-    *changed = *state_;
+    changed->auditEvents.reserve(current->auditEvents.size() + 1);
+    *changed = *current;
     change(*changed);
     changed->revision = checkedAdd(changed->revision, 1);
     changed->auditEvents.push_back({.timestamp = transaction.now,
@@ -46,8 +47,8 @@ TaskStoreSnapshot TaskStore::transact(const TaskTransaction& transaction,
                                     .action = transaction.action,
                                     .taskID = transaction.taskID});
     localStore_.save(*changed);
-    state_ = std::move(changed);
-    return TaskStoreSnapshot(state_);
+    current = std::move(changed);
+    return TaskStoreSnapshot(current);
   });
 }
 

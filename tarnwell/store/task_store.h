@@ -18,11 +18,11 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 
 #include "tarnwell/base/error.h"
+#include "tarnwell/base/mutex.h"
 #include "tarnwell/base/required.h"
 #include "tarnwell/base/uuid.h"
 #include "tarnwell/model/audit_event.h"
@@ -103,9 +103,10 @@ class TaskStore {
                              const std::function<void(PersistedState&)>& change);
 
  private:
-  std::mutex mutex_;
+  Mutex mutex_;
   const LocalStore localStore_;
-  std::shared_ptr<const PersistedState> state_;  // the last state read or written
+  // The last state read or written.
+  std::shared_ptr<const PersistedState> state_ TARNWELL_THREAD_SAFETY(guarded_by(mutex_));
 };
 
 }  // namespace tarnwell
