@@ -27,8 +27,9 @@ std::vector<std::string> Subscriptions::notifications(const PersistedState& befo
   };
   add(ofConnection_,
       [](const JSONValue::Object& members) { return encodeJSON(members, JSONLayout::compact); });
-  for (const auto& [id, uris] : streams_) {
-    add(uris, [&id = id](const JSONValue::Object& members) { return streamParams(id, members); });
+  for (const auto& stream : streams_) {
+    add(stream.second,
+        [&](const JSONValue::Object& members) { return streamParams(stream.first, members); });
   }
   return lines;
 }
