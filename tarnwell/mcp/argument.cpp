@@ -155,7 +155,8 @@ Arguments::Arguments(std::span<const Argument> specified, const std::optional<JS
   if (given) {
     values_ = std::get<JSONValue::Object>(jsonValueFrom(*given).variant());
     ObjectReader members(*given, "arguments");
-    for (const auto& [name, value] : values_) {
+    for (const auto& member : values_) {
+      const std::string& name = member.first;
       const auto argument = std::find_if(specified.begin(), specified.end(),
                                          [&](const Argument& each) { return each.name == name; });
       if (argument == specified.end()) throw invalid("There is no argument " + name + ".");
