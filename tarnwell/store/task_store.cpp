@@ -30,16 +30,16 @@ TaskStoreSnapshot TaskStore::snapshot() {
 TaskStoreSnapshot TaskStore::transact(const TaskTransaction& transaction,
                                       const std::function<void(PersistedState&)>& change) {
   const MutexLock guard(mutex_);
-  auto& current = state_;  // the analysis does not see that the lambda runs under the mutex
   return localStore_.withExclusiveLock([&] {
-    current = localStore_.loadShared();
-    if (*transaction.expectedRevision != current->revision) {
-      throw TaskStoreError::revisionConflict(*transaction.expectedRevision, current->revision);
+    mutex_.assertHeld();  // the analysis does not see that the lambda runs under the mutex
+    state_ = localStore_.loadShared();
+    if (*transaction.expectedRevision != state_->revision) {
+      throw TaskStoreError::revisionConflict(*transaction.expectedRevision, state_->revision);
     }
     auto changed = std::make_shared<PersistedState>();
     // The assignment keeps the room, so that the new event does not copy all others once more.
-    changed->auditEvents.reserve(current->auditEvents.size() + 1);
-    *changed = *current;
+    changed->auditEvents.reserve(state_->auditEvents.size() + 1);
+    *changed = *state_;
     change(*changed);
     changed->revision = checkedAdd(changed->revision, 1);
     changed->auditEvents.push_back({.timestamp = transaction.now,
@@ -47,8 +47,8 @@ TaskStoreSnapshot TaskStore::transact(const TaskTransaction& transaction,
                                     .action = transaction.action,
                                     .taskID = transaction.taskID});
     localStore_.save(*changed);
-    current = std::move(changed);
-    return TaskStoreSnapshot(current);
+    state_ = std::move(changed);
+    return TaskStoreSnapshot(state_);
   });
 }
 
