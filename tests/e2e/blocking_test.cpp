@@ -248,6 +248,15 @@ TEST_P(BlockingEndToEnd, aTaskPausedWhileItsPromptIsOpenLeavesNoBlockBehind) {
   EXPECT_EQ(system.promptCount(), 2U);
 }
 
+TEST_P(BlockingEndToEnd, aToolKilledAtThePromptLeavesAWholePlanAndTheReplacementOfTheHostsFile) {
+  plan.system.willAnswer({Answer::killTool});
+  EXPECT_EQ(system.run(plan.startRequest()).exitStatus, -1);
+  EXPECT_EQ(plan.hosts(), othersEntries);
+  EXPECT_EQ(plan.status(), TaskStatus::active);
+  EXPECT_EQ(plan.state().revision, 1);
+  EXPECT_THAT(keptHostsFiles(), ElementsAre(".backup", ".replacement"));
+}
+
 TEST_P(BlockingEndToEnd, aBlockLeftBehindGoesWithTheNextSession) {
   plan.system.willAnswer({Answer::meddle, Answer::dismiss, Answer::approve});
   plan.system.willMeddle(BlockedPlan::request("tasks.pause", 1, "{}"));

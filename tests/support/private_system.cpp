@@ -19,7 +19,7 @@ pretend() { exit 0; }
 damage() { echo damaged >/etc/hosts; fail; }
 hang() { exec sleep 1000; }
 interrupt() { kill -INT 0; } # the foreground process group
-hang() { exec sleep 1000; }
+kill_tool() { kill -KILL "$PPID"; }
 chatter() { head -c 1048576 /dev/zero | tr '\0' x >&2; echo 'a line of output'; approve "$@"; }
 
 tamper() {

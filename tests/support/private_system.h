@@ -22,18 +22,19 @@ enum class Answer {
   approve,
   dismiss,
   fail,
-  pretend,   // does nothing, and succeeds
-  damage,    // spoils the hosts file and fails
-  chatter,   // approves, after a megabyte of errors and a line of output
-  tamper,    // approves, after another program has tried to change what is installed
-  meddle,    // approves, after another process has run the command given to `willMeddle`
-  hang,      // never
-  interrupt  // Ctrl-C at the terminal of the tool
+  pretend,    // does nothing, and succeeds
+  damage,     // spoils the hosts file and fails
+  chatter,    // approves, after a megabyte of errors and a line of output
+  tamper,     // approves, after another program has tried to change what is installed
+  meddle,     // approves, after another process has run the command given to `willMeddle`
+  hang,       // never
+  interrupt,  // Ctrl-C at the terminal of the tool
+  killTool
 };
 
-constexpr std::array<std::string_view, 10> texts(Answer) {
-  return {"approve", "dismiss", "fail",   "pretend", "damage",
-          "chatter", "tamper",  "meddle", "hang",    "interrupt"};
+constexpr std::array<std::string_view, 11> texts(Answer) {
+  return {"approve", "dismiss", "fail", "pretend",   "damage",   "chatter",
+          "tamper",  "meddle",  "hang", "interrupt", "kill_tool"};
 }
 
 class PrivateSystem {
