@@ -43,10 +43,12 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONFLICTS tarnwellctl)
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION
 "plan tasks and focus on them
 Tarnwell keeps a personal plan of tasks, tracks the work on them, and blocks
-distracting websites meanwhile. tarnwellctl lets scripts and assistants read
-and change the plan: it reads one JSON command from its standard input and
-writes one JSON reply. Approving proposals stays with the user, and blocking
-websites with the administrator.")
+distracting websites meanwhile. tarnwell is the user's program at the
+terminal, and tarnwell-watch its resident part, which rings reminders and
+ends the blocking. Assistants read and change the plan through tarnwell-mcp,
+which speaks the Model Context Protocol, and scripts through tarnwellctl: one
+JSON command in, one JSON reply out. Approving proposals stays with the user,
+and blocking websites with the administrator.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libtarnwell-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
