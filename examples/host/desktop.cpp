@@ -8,17 +8,14 @@
 #include "tarnwell/blocking/domain_rules.h"
 #include "tarnwell/json/json_encode.h"
 #include "tarnwell/planning/planner_engine.h"
+#include "tarnwell/time/iso_text.h"
 
 namespace tarnwell::host {
 namespace {
 
-// A number in text as a clock or a date has it, such as 09.
+// Returns a number with two digits, such as 09.
 std::string twoDigits(std::int64_t number) {
   return (number < 10 ? "0" : "") + std::to_string(number);
-}
-
-std::string dayText(LocalDay day) {
-  return std::to_string(day.year) + "-" + twoDigits(day.month) + "-" + twoDigits(day.day);
 }
 
 }  // namespace
@@ -35,7 +32,7 @@ Desktop::Desktop(const Machine& machine, const Calendar& calendar, std::function
       engines_(machine, calendar),
       shown_(engines_.taskStore.snapshot()) {}
 
-// Observers first, so that they see what is taken up.
+// Observers first, so that they see what recovery publishes.
 void Desktop::launch() {
   watch();
   engines_.focusCoordinator.recover(now_());
@@ -65,7 +62,7 @@ void Desktop::watch() {
   });
 }
 
-// The day's first launch that finds a plan makes the day's copy; any other finds it made.
+// The day's first launch that finds a plan makes the day's copy.
 void Desktop::backUpToday() {
   if (!std::filesystem::exists(engines_.localStore.url())) return;
   attempt([&] {
@@ -74,8 +71,8 @@ void Desktop::backUpToday() {
   });
 }
 
-// The user may ask for anything, and reads the error of a refusal. A plan that another program has
-// changed is no fault: show it again, so that the user can decide again.
+// The user reads the error of a refusal. A plan changed by another program is not an error: show it
+// again, so that the user can decide again.
 bool Desktop::attempt(const std::function<void()>& request) {
   try {
     request();
@@ -89,7 +86,7 @@ bool Desktop::attempt(const std::function<void()>& request) {
   return false;
 }
 
-// A change is decided on the plan that is shown, so it is that plan's revision that it expects.
+// A change is decided on the plan shown, so it expects that plan's revision.
 void Desktop::change(std::string_view action, const std::optional<UUID>& taskID,
                      const std::function<void(PersistedState&)>& body) {
   shown_ = engines_.taskStore.transact({.expectedRevision = shown_.revision(),
@@ -100,7 +97,7 @@ void Desktop::change(std::string_view action, const std::optional<UUID>& taskID,
                                        body);
 }
 
-// The notifications follow the task. Failing to set them is worth a warning, never more.
+// The notifications follow the task. A failure to set them is only a warning.
 void Desktop::syncReminders(const FocusTask& task) {
   const auto warning = engines_.reminders.sync(task);
   if (!warning) return;
@@ -148,7 +145,7 @@ void Desktop::removeAllTasks() {
 void Desktop::showDay(LocalDay day) const {
   const auto& tasks = shown_.state().tasks;
   const WorkloadSummary workload = PlannerEngine::workload(tasks, day);
-  say(dayText(day) + ": " + std::to_string(workload.taskCount) + " to do, " +
+  say(isoText(day) + ": " + std::to_string(workload.taskCount) + " to do, " +
       std::to_string(workload.estimatedMinutes) + " of " +
       std::to_string(shown_.state().preferences.dailyCapacityMinutes) + " minutes");
   for (const FocusTask& task : PlannerEngine::queueTasks(tasks, day)) {
@@ -157,7 +154,7 @@ void Desktop::showDay(LocalDay day) const {
   }
 }
 
-// A host that lets agents in answers them with a service that has no authority.
+// A host that admits agents answers them with a service without authority.
 void Desktop::takeCommandOfAgent(const AgentCommandEnvelope& command) {
   const auto reply = engines_.agent.execute(command, now_());
   say("an agent: " + command.command + (reply.ok ? ", done" : ", " + reply.error->message));
@@ -188,7 +185,7 @@ void Desktop::complete() {
   });
 }
 
-// Ticking never fails: what goes wrong at the end of a session is published.
+// Ticking never fails: the engine publishes errors.
 void Desktop::tick() {
   engines_.blockSessions.tick(now_());
   if (const auto& problem = engines_.blockSessions.lastError.value()) say(*problem);
@@ -199,7 +196,7 @@ void Desktop::tick() {
   }
 }
 
-// What is typed is normalised before it is stored, so that a mistake shows at once.
+// Normalises the input before storing it, so that a mistake shows at once.
 void Desktop::addGroup(const DomainGroup& group, const std::string& typedAddress) {
   attempt([&] {
     const std::string domain = DomainRules::normalize(typedAddress);
@@ -237,7 +234,7 @@ std::vector<PlanningProposal> Desktop::review() {
 }
 
 // Only the service with the user's authority may pass on a decision, and only one that the user has
-// really made.
+// made.
 void Desktop::decide(const PlanningProposal& proposal, std::string_view command) {
   const auto reply =
       engines_.userInterface.execute({.version = 1,
@@ -257,9 +254,9 @@ void Desktop::exportBackup(const std::filesystem::path& file) {
   });
 }
 
-// The manager does not lock; the lock keeps others from writing in between. What was published and
-// what is pending comes from the plan that is replaced, so both are brought up to date. A session
-// is ended first: the restored plan does not know of its block in the hosts file.
+// The manager does not lock, so the lock keeps other programs from writing in between. Published
+// values and pending notifications stem from the replaced plan, so both are updated. A session is
+// ended first, because the restored plan does not know its block in the hosts file.
 void Desktop::restoreBackup(const std::filesystem::path& file) {
   attempt([&] {
     engines_.blockSessions.endFlexible(now_());

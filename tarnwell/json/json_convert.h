@@ -15,12 +15,13 @@
 #include "tarnwell/json/json_value.h"
 #include "tarnwell/json/utf8.h"
 #include "tarnwell/time/instant.h"
+#include "tarnwell/time/iso_text.h"
 
 namespace tarnwell {
 
 // Converts instants to ISO 8601 text, every number to a double, and a map to an array of
-// alternating keys and values. Throws JSONError for what no reply can hold: a number or instant
-// that is not finite, text that is not valid UTF-8.
+// alternating keys and values. Throws JSONError for a number or instant that is not finite and for
+// text that is not valid UTF-8.
 template <class T>
 JSONValue jsonValue(const T& value) {
   if constexpr (std::is_same_v<T, bool>) {

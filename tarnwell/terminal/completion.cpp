@@ -9,6 +9,7 @@
 #include "tarnwell/terminal/commands.h"
 #include "tarnwell/terminal/days.h"
 #include "tarnwell/terminal/naming.h"
+#include "tarnwell/time/iso_text.h"
 
 namespace tarnwell::terminal {
 namespace {
@@ -26,7 +27,7 @@ void forEachCommand(Visit visit) {
   }
 }
 
-// The words that may begin a command line, or may follow the first word of a group.
+// Returns the words that may begin a command line or follow the first word of a group.
 Completions commandNames(const std::string& group) {
   Completions names;
   std::set<std::string> groupsSeen;
@@ -66,7 +67,7 @@ Completions taskNames(Host& host, bool areOpen) {
     const bool isTypable = printable(task.title) == task.title;
     names.push_back(
         {isTypable ? task.title : shortID(task.id),
-         task.plannedDay ? dayText(*task.plannedDay) : std::string(textOf(task.status))});
+         task.plannedDay ? isoText(*task.plannedDay) : std::string(textOf(task.status))});
   }
   return names;
 }
@@ -104,12 +105,12 @@ Completions daysAhead(const Host& host) {
     weekday[0] = static_cast<char>(weekday[0] - 'A' + 'a');
     if (offset == 0) days.push_back({"today", weekday});
     if (offset == 1) days.push_back({"tomorrow", weekday});
-    days.push_back({weekday, dayText(day)});
+    days.push_back({weekday, isoText(day)});
   }
   return days;
 }
 
-// What the word for a value in the help stands for.
+// Returns the completions of a value, by its word in the help.
 Completions valuesOf(std::string_view value, const Command& command, Host& host) {
   if (value == "TASK") return taskNames(host, command.name != commands::reopen.name);
   if (value == "DAY") return daysAhead(host);
@@ -127,7 +128,7 @@ const Parameter* findOption(const Command& command, std::string_view name) {
   return found == command.parameters.end() ? nullptr : &*found;
 }
 
-// The positional parameter that the next word is for; null when there is none.
+// Returns the positional parameter of the next word; null when there is none.
 const Parameter* nextPositional(const Command& command, const std::vector<std::string>& before) {
   std::size_t given = 0;
   for (std::size_t i = 0; i < before.size(); ++i) {
@@ -146,7 +147,7 @@ const Parameter* nextPositional(const Command& command, const std::vector<std::s
   return nullptr;
 }
 
-// What may stand after a command and the words that follow it.
+// Returns the completions after a command and the words that follow it.
 Completions argumentsOf(const Command& command, const std::vector<std::string>& before,
                         const std::string& current, Host& host) {
   const Parameter* const option = before.empty() ? nullptr : findOption(command, before.back());

@@ -6,6 +6,7 @@
 
 #include "tarnwell/planning/planner_engine.h"
 #include "tarnwell/terminal/days.h"
+#include "tarnwell/time/iso_text.h"
 
 namespace tarnwell::terminal {
 namespace {
@@ -109,7 +110,7 @@ void addNews(Page& page, const DayView& view, LocalDay yesterday) {
       [](const TaskAuditEvent& event) { return event.source == MutationSource::agent; });
   page.emplace_back(Line(counted(view.changes.size(), "change", "changes") +
                              " since yesterday not made by you, " + std::to_string(byAgents) +
-                             R"( by agents: see "tarnwell log --since )" + dayText(yesterday) +
+                             R"( by agents: see "tarnwell log --since )" + isoText(yesterday) +
                              "\"",
                          Style::dim));
 }

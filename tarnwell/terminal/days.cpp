@@ -8,6 +8,7 @@
 #include "tarnwell/terminal/arguments.h"
 #include "tarnwell/terminal/command.h"
 #include "tarnwell/terminal/text_width.h"
+#include "tarnwell/time/iso_text.h"
 
 namespace tarnwell::terminal {
 namespace {
@@ -28,22 +29,11 @@ std::string twoDigits(std::int64_t number) {
   return (number < 10 ? "0" : "") + std::to_string(number);
 }
 
-// The number that so many ASCII digits give.
+// Reads exactly that many ASCII digits.
 std::optional<std::int64_t> readDigits(std::string_view text, std::size_t count) {
   const bool areDigits =
       std::all_of(text.begin(), text.end(), [](char c) { return '0' <= c && c <= '9'; });
   return text.size() == count && areDigits ? parseInteger(text) : std::nullopt;
-}
-
-// 2026-12-01, whether or not that day exists.
-std::optional<LocalDay> readNumericDay(std::string_view text) {
-  const auto pieces = split(text, '-');
-  if (pieces.size() != 3) return std::nullopt;
-  const auto year = readDigits(pieces[0], 4);
-  const auto month = readDigits(pieces[1], 2);
-  const auto day = readDigits(pieces[2], 2);
-  if (!year || !month || !day) return std::nullopt;
-  return LocalDay{.year = *year, .month = *month, .day = *day};
 }
 
 LocalDay requireExisting(LocalDay day, std::string_view text, const Calendar& calendar) {
@@ -54,7 +44,7 @@ LocalDay requireExisting(LocalDay day, std::string_view text, const Calendar& ca
   return day;
 }
 
-// The number of days from today to the day that the text names.
+// Returns the number of days from today to the day that the text names.
 std::optional<int> readOffset(std::string_view text, LocalDay today) {
   if (isSame(text, "yesterday")) return -1;
   if (isSame(text, "today")) return 0;
@@ -98,7 +88,7 @@ LocalDay dayAfter(LocalDay day, int count, const Calendar& calendar) {
 
 LocalDay readDay(std::string_view text, LocalDay today, const Calendar& calendar) {
   if (const auto offset = readOffset(text, today)) return dayAfter(today, *offset, calendar);
-  if (const auto day = readNumericDay(text)) return requireExisting(*day, text, calendar);
+  if (const auto day = dayFromISOText(text)) return requireExisting(*day, text, calendar);
   throw UsageError(std::string(text) +
                    " is no day. Days are today, tomorrow, mon to sun, +3 or 2026-12-01.");
 }
@@ -112,14 +102,14 @@ seconds readTime(std::string_view text) {
 Instant instantOf(LocalDay day, seconds time, const Calendar& calendar) {
   const auto instant = calendar.instant(day, time);
   if (!instant || calendar.timeOfDay(*instant) != time) {
-    throw Refusal("Clocks pass over that time on " + dayText(day) + ".");
+    throw Refusal("Clocks pass over that time on " + isoText(day) + ".");
   }
   return *instant;
 }
 
 Instant readInstant(std::string_view text, LocalDay today, const Calendar& calendar) {
   const std::size_t separator = text.find('T');
-  const auto numericDay = readNumericDay(text.substr(0, separator));
+  const auto numericDay = dayFromISOText(text.substr(0, separator));
   if (!numericDay || separator == std::string_view::npos) {
     return calendar.date(readDay(text, today, calendar)).value();
   }
@@ -136,15 +126,9 @@ Instant readInstant(std::string_view text, LocalDay today, const Calendar& calen
   return Instant(static_cast<double>(sinceEpoch.count()) - referenceDateUnixSeconds);
 }
 
-std::string dayText(LocalDay day) {
-  std::string year = std::to_string(day.year);
-  if (0 <= day.year && year.size() < 4) year.insert(0, 4 - year.size(), '0');
-  return year + "-" + twoDigits(day.month) + "-" + twoDigits(day.day);
-}
-
 std::string longDayText(LocalDay day, LocalDay today) {
-  const std::string weekday = weekdayText(day);
-  return (day == today ? "today, " : "") + (weekday.empty() ? "" : weekday + " ") + dayText(day);
+  const std::string weekday = weekisoText(day);
+  return (day == today ? "today, " : "") + (weekday.empty() ? "" : weekday + " ") + isoText(day);
 }
 
 std::string weekdayText(LocalDay day) {
@@ -161,7 +145,7 @@ std::string timeText(Instant instant, const Calendar& calendar) {
 
 std::string dayAndTimeText(Instant instant, const Calendar& calendar) {
   if (!isInTheCalendar(instant)) return "?";
-  return dayText(calendar.day(instant)) + " " + timeText(instant, calendar);
+  return isoText(calendar.day(instant)) + " " + timeText(instant, calendar);
 }
 
 std::string minutesText(double exactMinutes) {

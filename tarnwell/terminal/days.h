@@ -1,4 +1,4 @@
-// Days, times and lengths of time as the user writes and reads them.
+// Days, times and durations as the user writes and reads them.
 #pragma once
 
 #include <chrono>
@@ -12,7 +12,7 @@
 
 namespace tarnwell::terminal {
 
-// Returns the day that is `count` days later. `day` is one that exists.
+// Returns the day `count` days later. `day` must exist.
 LocalDay dayAfter(LocalDay day, int count, const Calendar& calendar);
 
 // Reads yesterday, today, tomorrow, mon to sun (the next one, today included), +3 and 2026-12-01.
@@ -22,15 +22,13 @@ LocalDay readDay(std::string_view text, LocalDay today, const Calendar& calendar
 // Reads 14:30. Throws UsageError.
 std::chrono::seconds readTime(std::string_view text);
 
-// Returns the instant at which clocks show the time on that day. Throws Refusal where they never
-// do.
+// Returns the instant at which clocks show the time on that day. Throws Refusal if they never do.
 Instant instantOf(LocalDay day, std::chrono::seconds time, const Calendar& calendar);
 
-// Reads a day, which stands for its first instant, or a time of a day: 2026-12-01T14:30, on the
-// wall clock or, with Z at its end, in UTC. Throws UsageError and Refusal.
+// Reads a day, which means its first instant, or a time of a day: 2026-12-01T14:30, local or, with
+// a final Z, in UTC. Throws UsageError and Refusal.
 Instant readInstant(std::string_view text, LocalDay today, const Calendar& calendar);
 
-std::string dayText(LocalDay day);                             // 2026-12-01
 std::string longDayText(LocalDay day, LocalDay today);         // today, Tue 2026-12-01
 std::string weekdayText(LocalDay day);                         // Tue; nothing where there is none
 std::string timeText(Instant instant, const Calendar&);        // 14:30

@@ -9,6 +9,7 @@
 #include "tarnwell/terminal/day_view.h"
 #include "tarnwell/terminal/days.h"
 #include "tarnwell/terminal/naming.h"
+#include "tarnwell/time/iso_text.h"
 
 namespace tarnwell::terminal {
 namespace {
@@ -30,7 +31,7 @@ std::string priorityCounts(const WeeklyReview& review) {
   return text.empty() ? "none" : text;
 }
 
-// The review's figures, each with what it means.
+// The review's figures, each with its meaning.
 Table figuresOf(const WeeklyReview& review) {
   Table table{.columns = {{}, {}, {.isCut = true}}, .rows = {}};
   const auto add = [&](const char* name, std::string value, const char* meaning) {
@@ -52,7 +53,7 @@ Table figuresOf(const WeeklyReview& review) {
 }
 
 std::string weekText(const WeeklyReview& review) {
-  return "Week of " + dayText(review.weekStart) + " to " + dayText(review.weekEnd);
+  return "Week of " + isoText(review.weekStart) + " to " + isoText(review.weekEnd);
 }
 
 struct WeekDay {
@@ -94,7 +95,7 @@ Page pageOf(const WeekView& view, const Host& host) {
   Table bars{.columns = {{}, {}, {.dropPriority = 1}, {}}, .rows = {}};
   for (const auto& [day, minutes] : view.days) {
     const Style style = day == host.today() ? Style::heading : Style::plain;
-    std::vector<Span> row{{weekdayText(day), style}, {dayText(day), style}};
+    std::vector<Span> row{{weekdayText(day), style}, {isoText(day), style}};
     for (Span& cell : workloadCells(minutes, view.capacityMinutes)) row.push_back(std::move(cell));
     bars.rows.push_back(std::move(row));
   }
@@ -148,7 +149,7 @@ bool isListed(const FocusTask& task, const Arguments& arguments) {
   return task.isOpen();
 }
 
-// By day, tasks without one at the end, then as the user has ordered them.
+// Orders by day, undated tasks last, then by the user's order.
 bool isListedBefore(const FocusTask& a, const FocusTask& b) {
   if (a.plannedDay.has_value() != b.plannedDay.has_value()) return a.plannedDay.has_value();
   if (a.plannedDay != b.plannedDay) return a.plannedDay < b.plannedDay;
@@ -166,7 +167,7 @@ Page pageOf(const std::vector<FocusTask>& tasks) {
               .rows = {}};
   for (const FocusTask& task : tasks) {
     table.rows.push_back({{shortID(task.id), Style::dim},
-                          {task.plannedDay ? dayText(*task.plannedDay) : ""},
+                          {task.plannedDay ? isoText(*task.plannedDay) : ""},
                           {task.title, task.isOpen() ? Style::plain : Style::dim},
                           {std::string(textOf(task.status))},
                           {std::string(textOf(task.priority))},

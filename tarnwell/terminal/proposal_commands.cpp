@@ -7,6 +7,7 @@
 #include "tarnwell/terminal/days.h"
 #include "tarnwell/terminal/naming.h"
 #include "tarnwell/terminal/plan_changes.h"
+#include "tarnwell/time/iso_text.h"
 
 namespace tarnwell::terminal {
 namespace {
@@ -34,7 +35,7 @@ std::string titleOf(const PlanningProposal& proposal, const PersistedState& stat
 }
 
 std::string dayOr(const std::optional<LocalDay>& day, const char* otherwise) {
-  return day ? dayText(*day) : otherwise;
+  return day ? isoText(*day) : otherwise;
 }
 
 std::string moveText(const PlanningProposal& proposal) {
@@ -99,7 +100,8 @@ Outcome propose(Host& host, const Arguments& /*arguments*/) {
   return Answer{.page = pageOf(pending, after.state())};
 }
 
-// The proposals with the numbers that the user gave, each once. Throws UsageError and Refusal.
+// Returns the proposals with the numbers that the user gave, each once. Throws UsageError and
+// Refusal.
 std::vector<NumberedProposal> chosenProposals(const PersistedState& state,
                                               const Arguments& arguments) {
   const auto pending = pendingProposals(state);
@@ -127,7 +129,7 @@ struct Decision {
                                                     std::int64_t expectedRevision, Instant now);
 };
 
-// Decides what was shown, and nothing else: stops where the plan has changed since.
+// Decides only the proposals shown: stops where the plan has changed since.
 Answer carryOut(Host& host, const Decision& decision, const TaskStoreSnapshot& shown,
                 const std::vector<NumberedProposal>& proposals) {
   Answer answer;

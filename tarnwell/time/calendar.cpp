@@ -96,8 +96,8 @@ std::optional<Instant> Calendar::instant(LocalDay day, std::chrono::seconds time
   const auto localAfter = localTime(after);
   if (!localBefore || !localAfter) return std::nullopt;
 
-  // Each offset proposes one instant; it is one that shows the time if that offset is in force
-  // then. The larger offset proposes the earlier one.
+  // Each offset yields a candidate, which is right if that offset is in force then. The larger
+  // offset yields the earlier one.
   const auto [low, high] = std::minmax({localBefore->tm_gmtoff, localAfter->tm_gmtoff});
   for (const auto offset : {high, low}) {
     const time_t candidate = wallClock - offset;

@@ -10,7 +10,7 @@
 
 namespace tarnwell {
 
-// From the first instant of a week's first day to the first instant of the week after.
+// From the first instant of a week to the first instant of the next.
 struct WeekInterval {
   Instant start;
   Instant end;
@@ -21,11 +21,11 @@ struct WeekInterval {
   friend bool operator==(const WeekInterval&, const WeekInterval&) = default;
 };
 
-// Uses the time zone of the process, by libc's rules. The first weekday is the calendar's own.
+// Uses the process's time zone, by libc's rules.
 struct Calendar {
   Weekday firstWeekday = Weekday::sunday;
 
-  // Returns the user's calendar. Takes up a time zone changed since the last call.
+  // Returns the user's calendar. Rereads the time zone, which may have changed.
   static Calendar current();
 
   // Returns the day that contains an instant. Fatal beyond the years of the system's calendar.
@@ -36,15 +36,14 @@ struct Calendar {
   // midnight happens twice, at the first. Absent beyond the years of the system's calendar.
   std::optional<Instant> date(LocalDay day) const;
 
-  // The instant at which a wall clock on that day shows the time since midnight, by the same rules:
-  // where clocks pass over the time, the first instant after it; where they show it twice, the
-  // first.
+  // Returns the instant at which a wall clock shows the time since midnight, by the same rules:
+  // where clocks skip the time, the first instant after it; where they repeat it, the first.
   std::optional<Instant> instant(LocalDay day, std::chrono::seconds timeOfDay) const;
 
-  // The time since midnight that a wall clock shows.
+  // Returns the time since midnight that a wall clock shows.
   std::chrono::seconds timeOfDay(Instant instant) const;
 
-  // Absent beyond the years that the system can represent.
+  // Absent beyond the years of the system's calendar.
   static std::optional<Weekday> weekday(LocalDay day);
 
   // Returns the week that contains an instant. Fatal beyond the years of the system's calendar.

@@ -1,15 +1,14 @@
-// Absolute times and lengths of time. time/ holds instants, days, weeks and the user's calendar;
-// the engines receive them as arguments.
+// Absolute times and durations. time/ holds instants, days, weeks and the user's calendar, which
+// engines receive as arguments.
 #pragma once
 
 #include <chrono>
 #include <compare>
 #include <ctime>
-#include <string>
 
 namespace tarnwell {
 
-// A length of time in seconds with fraction. Bare numbers do not convert to it.
+// Seconds with fraction. Bare numbers do not convert to it.
 using Duration = std::chrono::duration<double>;
 
 // An absolute time, exactly as it is stored. Has no default.
@@ -21,7 +20,7 @@ struct Instant {
   // Reads the wall clock. Only the outermost interfaces call it; engines receive `now`.
   static Instant now();
 
-  // Converts a time of the system's clock or a file's time.
+  // Converts a time of the system clock or of a file.
   static Instant fromUnix(const std::timespec& time);
 
   friend auto operator<=>(const Instant&, const Instant&) = default;
@@ -38,9 +37,5 @@ struct Instant {
 
 // The reference date in Unix time.
 inline constexpr double referenceDateUnixSeconds = 978'307'200;
-
-// Returns ISO 8601 text in UTC, floored to whole seconds: 2025-03-04T09:15:00Z. Beyond the years of
-// the system's calendar returns its first or last year; for NaN its first.
-std::string isoText(Instant instant);
 
 }  // namespace tarnwell

@@ -1,7 +1,11 @@
 #include "tarnwell/time/iso_text.h"
 
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <chrono>
+#include <cmath>
+#include <ctime>
 
 #include "tarnwell/base/text.h"
 
@@ -10,7 +14,7 @@ namespace {
 
 bool isDigit(char c) { return '0' <= c && c <= '9'; }
 
-// Removes pieces from the front of a text. Fails once a piece does not have the expected form.
+// Takes pieces from the front of a text. Fails at the first that has another form.
 class Scanner {
  public:
   explicit Scanner(std::string_view text) : rest_(text) {}
@@ -26,7 +30,7 @@ class Scanner {
 
   void take(char c) { hasFailed_ |= !tryTake(c); }
 
-  // Takes a number of exactly that many digits.
+  // Takes exactly that many digits.
   std::int64_t number(std::size_t digits) {
     const std::string_view piece = rest_.substr(0, digits);
     hasFailed_ |= piece.size() < digits || !std::all_of(piece.begin(), piece.end(), isDigit);
@@ -85,16 +89,28 @@ std::chrono::year_month_day chronoDay(LocalDay day) {
          std::chrono::day(static_cast<unsigned>(day.day));
 }
 
-std::string padded(std::int64_t number, std::size_t width) {
-  std::string digits = std::to_string(number < 0 ? -number : number);
-  if (digits.size() < width) digits.insert(0, width - digits.size(), '0');
-  return number < 0 ? "-" + digits : digits;
+// Pads with leading zeros to the width, without counting a sign.
+void appendPadded(std::string& text, std::int64_t number, std::size_t width) {
+  std::array<char, 20> digits{};
+  const auto bits = static_cast<std::uint64_t>(number);
+  const std::uint64_t magnitude = number < 0 ? 0 - bits : bits;
+  const auto result = std::to_chars(digits.data(), digits.data() + digits.size(), magnitude);
+  const auto length = static_cast<std::size_t>(result.ptr - digits.data());
+  if (number < 0) text += '-';
+  if (length < width) text.append(width - length, '0');
+  text.append(digits.data(), length);
 }
 
 }  // namespace
 
 std::string isoText(LocalDay day) {
-  return padded(day.year, 4) + "-" + padded(day.month, 2) + "-" + padded(day.day, 2);
+  std::string text;
+  appendPadded(text, day.year, 4);
+  text += '-';
+  appendPadded(text, day.month, 2);
+  text += '-';
+  appendPadded(text, day.day, 2);
+  return text;
 }
 
 std::optional<LocalDay> dayFromISOText(std::string_view text) {
@@ -108,6 +124,32 @@ bool exists(LocalDay day) {
   const bool isInRange = 0 <= day.year && day.year <= 9999 && 1 <= day.month && day.month <= 12 &&
                          1 <= day.day && day.day <= 31;
   return isInRange && chronoDay(day).ok();
+}
+
+std::string isoText(Instant instant) {
+  // The range of `tm_year`, an int: two thousand million years either way.
+  constexpr double limit = 6.7e16;
+  const double unixSeconds = std::floor(instant.seconds) + referenceDateUnixSeconds;
+  // std::clamp would return NaN.
+  const auto time =
+      static_cast<time_t>(unixSeconds > -limit ? std::min(unixSeconds, limit) : -limit);
+  tm utc{};
+  gmtime_r(&time, &utc);
+  const std::int64_t year = utc.tm_year + std::int64_t{1900};
+  std::string text;
+  appendPadded(text, year, year < 0 ? 3 : 4);
+  text += '-';
+  appendPadded(text, utc.tm_mon + 1, 2);
+  text += '-';
+  appendPadded(text, utc.tm_mday, 2);
+  text += 'T';
+  appendPadded(text, utc.tm_hour, 2);
+  text += ':';
+  appendPadded(text, utc.tm_min, 2);
+  text += ':';
+  appendPadded(text, utc.tm_sec, 2);
+  text += 'Z';
+  return text;
 }
 
 std::optional<Instant> instantFromISOText(std::string_view text) {

@@ -1,4 +1,4 @@
-// Days and instants in the texts of ISO 8601.
+// ISO 8601 texts of days and instants.
 #pragma once
 
 #include <optional>
@@ -19,8 +19,12 @@ std::optional<LocalDay> dayFromISOText(std::string_view text);
 // Returns whether the calendar has the day. 2026-02-29 and 2026-13-01 do not exist.
 bool exists(LocalDay day);
 
-// Reads 2025-03-04T09:15:00Z, also with a fraction of the second, and with an offset such as +01:00
-// in place of the Z. Returns nothing for any other form and for a time that does not exist.
+// Returns ISO 8601 text in UTC, floored to whole seconds: 2025-03-04T09:15:00Z. Beyond the years of
+// the system's calendar returns its first or last year; for NaN its first.
+std::string isoText(Instant instant);
+
+// Reads 2025-03-04T09:15:00Z, optionally with a fraction of the second, or with an offset such as
+// +01:00 for the Z. Returns nothing for any other form or a time that does not exist.
 std::optional<Instant> instantFromISOText(std::string_view text);
 
 }  // namespace tarnwell

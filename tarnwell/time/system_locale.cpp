@@ -43,7 +43,7 @@ std::string localeNameIn(std::string_view text) {
 std::string systemLocaleName(const std::vector<std::filesystem::path>& files) {
   for (const auto& file : files) {
     std::ostringstream text;
-    text << std::ifstream(file, std::ios::binary).rdbuf();  // nothing of what cannot be read
+    text << std::ifstream(file, std::ios::binary).rdbuf();  // nothing if unreadable
     if (std::string name = localeNameIn(text.str()); !name.empty()) return name;
   }
   return {};

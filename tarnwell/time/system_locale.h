@@ -1,5 +1,4 @@
-// The locale that the system's administrator has set, for a process that was started without any
-// locale variable.
+// The locale set by the system's administrator, for a process without locale variables.
 #pragma once
 
 #include <filesystem>
@@ -9,11 +8,11 @@
 
 namespace tarnwell {
 
-// Returns the name in a locale file's text: the value of LC_TIME, otherwise of LANG. Empty when
-// neither has one. The lines are assignments as a shell writes them, with or without quotes.
+// Returns the value of LC_TIME in a locale file's text, otherwise of LANG; empty without either.
+// The lines are shell assignments, with or without quotes.
 std::string localeNameIn(std::string_view text);
 
-// Returns the first name in the files, of which any may be missing. Empty when there is none.
+// Returns the first name in the files, any of which may be missing; empty when there is none.
 std::string systemLocaleName(const std::vector<std::filesystem::path>& files = {
                                  "/etc/locale.conf", "/etc/default/locale"});
 

@@ -15,8 +15,8 @@ Weekday firstWeekday(std::string_view region);
 // "C", "POSIX" and an empty name; Monday for a name without a region.
 Weekday firstWeekdayOfLocale(std::string_view localeName);
 
-// Returns the first weekday of the user's settings on macOS; elsewhere that of the first of LC_ALL,
-// LC_TIME and LANG that is set and not empty, and without one that of the system's own locale.
+// Returns the user's first weekday. macOS: of the user's settings. Elsewhere: of the first of
+// LC_ALL, LC_TIME and LANG that is not empty, otherwise of the system's locale.
 Weekday userFirstWeekday();
 
 }  // namespace tarnwell

@@ -4,6 +4,7 @@
 
 #include "tarnwell/terminal/arguments.h"
 #include "tarnwell/terminal/command.h"
+#include "tarnwell/time/iso_text.h"
 
 #include "tests/support/scoped_environment.h"
 
@@ -78,8 +79,6 @@ TEST(ReadInstant, readsDaysWallClocksAndUTC) {
 }
 
 TEST(DayTexts, showWhateverIsStored) {
-  EXPECT_EQ(dayText({2026, 1, 9}), "2026-01-09");
-  EXPECT_EQ(dayText({-5, 13, 99}), "-5-13-99");
   EXPECT_EQ(weekdayText(tuesday), "Tue");
   EXPECT_EQ(weekdayText({9'000'000'000'000, 1, 1}), "");
   EXPECT_EQ(longDayText(tuesday, tuesday), "today, Tue 2025-03-04");

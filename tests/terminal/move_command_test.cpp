@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "tarnwell/planning/planner_engine.h"
+#include "tarnwell/time/iso_text.h"
 
 #include "tests/terminal/user_terminal.h"
 

@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tarnwell/time/iso_text.h"
+
 #include "tests/terminal/user_terminal.h"
 
 namespace tarnwell::terminal {

@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tarnwell/time/iso_text.h"
+
 #include "tests/support/scoped_environment.h"
 
 namespace tarnwell {
@@ -18,7 +20,7 @@ using test::ScopedTimeZone;
 
 const Calendar calendar;
 
-// The start of a day as UTC text, or "none".
+// Returns the start of a day as UTC text, or "none".
 std::string startOf(LocalDay day) {
   const auto start = calendar.date(day);
   return start ? isoText(*start) : "none";
@@ -61,7 +63,7 @@ TEST(CalendarDate, isTheNextInstantForADayThatDoesNotExist) {
   EXPECT_EQ(startOf({2011, 12, 29}), "2011-12-29T10:00:00Z");
 }
 
-// What a wall clock shows at the instant of a wall-clock time, as UTC text.
+// Returns the instant of a wall-clock time as UTC text.
 std::string instantAt(LocalDay day, std::chrono::seconds timeOfDay) {
   const auto instant = calendar.instant(day, timeOfDay);
   return instant ? isoText(*instant) : "none";

@@ -1,6 +1,7 @@
 #include "tarnwell/time/iso_text.h"
 
-#include <string>
+#include <cmath>
+#include <limits>
 
 #include <gtest/gtest.h>
 
@@ -16,6 +17,8 @@ TEST(ISOText, namesADay) {
   EXPECT_EQ(isoText(day(26, 13, 45)), "0026-13-45");
   EXPECT_EQ(isoText(day(-1, 1, 1)), "-0001-01-01");
   EXPECT_EQ(isoText(day(12345, 1, 100)), "12345-01-100");
+  constexpr std::int64_t least = std::numeric_limits<std::int64_t>::min();
+  EXPECT_EQ(isoText(day(least, 1, 1)), "-9223372036854775808-01-01");
 }
 
 TEST(ISOText, readsADayWhetherOrNotItExists) {
@@ -42,6 +45,40 @@ TEST(ISOText, knowsTheDaysOfTheCalendar) {
   EXPECT_FALSE(exists(day(2026, 4, 31)));
   EXPECT_FALSE(exists(day(2026, 4, 0)));
   EXPECT_FALSE(exists(day(12026, 4, 1)));
+}
+
+TEST(ISOText, namesAnInstantInUTCWithWholeSeconds) {
+  EXPECT_EQ(isoText(Instant(0)), "2001-01-01T00:00:00Z");
+  EXPECT_EQ(isoText(Instant(762'772'500)), "2025-03-04T09:15:00Z");
+}
+
+TEST(ISOText, floorsAnInstantToTheSecondAlsoBeforeTheReferenceDate) {
+  EXPECT_EQ(isoText(Instant(0.999999)), "2001-01-01T00:00:00Z");
+  EXPECT_EQ(isoText(Instant(-0.000001)), "2000-12-31T23:59:59Z");
+  EXPECT_EQ(isoText(Instant(-1)), "2000-12-31T23:59:59Z");
+  EXPECT_EQ(isoText(Instant(-1.5)), "2000-12-31T23:59:58Z");
+}
+
+TEST(ISOText, namesYearsFarAway) {
+  EXPECT_EQ(isoText(Instant(-978'307'201)), "1969-12-31T23:59:59Z");
+  EXPECT_EQ(isoText(Instant(-63'113'904'000)), "0001-01-01T00:00:00Z");
+  EXPECT_EQ(isoText(Instant(252'423'993'599)), "9999-12-31T23:59:59Z");
+  EXPECT_EQ(isoText(Instant(1e12)), "33689-09-27T01:46:40Z");
+}
+
+TEST(ISOText, countsTheSignOfAnInstantsYearAsADigit) {
+  EXPECT_EQ(isoText(Instant(-63'145'526'401)), "-001-12-31T23:59:59Z");
+}
+
+TEST(ISOText, namesTheNearestYearForAnInstantBeyondTheSystemsYears) {
+  for (const double seconds : {1e17, 1e18, 1e300, -1e17, -1e300}) {
+    EXPECT_TRUE(isoText(Instant(seconds)).ends_with("Z")) << seconds;
+    EXPECT_EQ(isoText(Instant(seconds)), isoText(Instant(seconds * 10))) << seconds;
+  }
+}
+
+TEST(ISOText, namesTheEarliestYearForAnInstantThatIsNotANumber) {
+  EXPECT_EQ(isoText(Instant(std::nan(""))), isoText(Instant(-1e300)));
 }
 
 TEST(ISOText, readsAnInstant) {
