@@ -1,4 +1,4 @@
-// The folders of the user's applications.
+// The folders for the user's data, state and settings.
 #pragma once
 
 #include <filesystem>

@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// The file at the end of a chain of symbolic links, whether it exists or not.
+// Returns the file at the end of a chain of symbolic links, whether or not it exists.
 fs::path targetOfLinks(fs::path path) {
   constexpr int longestChain = 40;
   for (int links = 0; links <= longestChain; ++links) {

@@ -9,9 +9,9 @@
 
 namespace tarnwell {
 
-// A file that replaces another one, keeping its permissions and owner, or that is created private
-// in an existing folder. A symbolic link stays: the file at its end is replaced. Until `commit` the
-// old file is untouched, and without `commit` nothing is left. All operations throw FileError.
+// A file that replaces another, keeping its permissions and owner, or is created private in an
+// existing folder. A symbolic link stays: the file at its end is replaced. Until `commit` the old
+// file is untouched; without it, nothing is left. All operations throw FileError.
 class FileReplacement {
  public:
   explicit FileReplacement(const std::filesystem::path& path);
@@ -25,7 +25,7 @@ class FileReplacement {
   void sync() { file_.sync(); }
 
   // Syncs the bytes unless `sync` has, renames the file to the target, and syncs the folder. A
-  // failing sync of the folder is no failure: every reader sees the new file by then.
+  // failing folder sync is not an error: readers already see the new file.
   void commit();
 
  private:

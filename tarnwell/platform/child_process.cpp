@@ -17,15 +17,6 @@ extern char** environ;  // NOLINT(readability-redundant-declaration): not in eve
 namespace tarnwell {
 namespace {
 
-// The null-terminated array that the system takes.
-std::vector<char*> pointersTo(std::vector<std::string>& texts) {
-  std::vector<char*> pointers;
-  pointers.reserve(texts.size() + 1);
-  for (std::string& text : texts) pointers.push_back(text.data());
-  pointers.push_back(nullptr);
-  return pointers;
-}
-
 // The descriptors and signals that a child starts with: none that this process has opened, blocked
 // or ignored for itself.
 class SpawnSettings {
@@ -89,6 +80,14 @@ int openPipe(std::array<int, 2>& ends) {
 }
 
 }  // namespace
+
+std::vector<char*> pointersTo(std::vector<std::string>& texts) {
+  std::vector<char*> pointers;
+  pointers.reserve(texts.size() + 1);
+  for (std::string& text : texts) pointers.push_back(text.data());
+  pointers.push_back(nullptr);
+  return pointers;
+}
 
 ChildResult runChild(const std::vector<std::string>& arguments, const ChildSetup& setup) {
   std::array<int, 2> ends{};

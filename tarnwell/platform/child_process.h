@@ -1,4 +1,4 @@
-// Runs another program and waits for its end.
+// Runs another program and waits for it to exit.
 #pragma once
 
 #include <optional>
@@ -9,9 +9,13 @@
 
 namespace tarnwell {
 
+// Returns the null-terminated array of arguments or variables that the system takes. Points into
+// `texts`.
+std::vector<char*> pointersTo(std::vector<std::string>& texts);
+
 struct ChildResult {
-  int exitStatus = -1;   // -1 when a signal ended the child, or when its end is unknown
-  std::string errors{};  // the bytes that it wrote to standard error
+  int exitStatus = -1;   // -1 if a signal ended the child or its exit is unknown
+  std::string errors{};  // its standard error
 };
 
 struct ChildSetup {
@@ -19,9 +23,9 @@ struct ChildSetup {
   std::optional<std::vector<std::string>> environment{};  // NAME=VALUE; absent: this process's own
 };
 
-// Runs the program whose absolute path is the first argument. The child inherits standard output
-// and, of the other descriptors, only its standard input; its signals have their default actions.
-// Reads its standard error while it runs, so that any amount fits. The end is unknown where the
+// Runs the program whose absolute path is the first argument. The child inherits standard output,
+// the given standard input and no other descriptor; its signals have their default actions. Its
+// standard error is read while it runs, so that it never blocks. Its exit is unknown where the
 // process ignores SIGCHLD or waits for every child elsewhere. Throws FileError when the program
 // cannot be started.
 ChildResult runChild(const std::vector<std::string>& arguments, const ChildSetup& setup = {});

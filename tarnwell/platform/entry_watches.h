@@ -23,18 +23,16 @@ class EntryWatches {
   int descriptor() const { return queue_.number(); }
 
   void beginRound();
-  // Watches the entry `name` of `folder`. Changes made after the call are notified. Returns the
-  // error number, 0 on success.
+  // Watches the entry `name` of `folder` from now on. Returns the error number, or 0.
   int add(const std::filesystem::path& folder, const std::string& name);
-  // For a folder whose entries of the set are folders themselves: from now on reports only that
-  // such an entry is removed or renamed, so that the other entries of a busy folder do not wake the
-  // process.
+  // For a folder whose watched entries are folders: reports only their removal or renaming, so that
+  // other entries of a busy folder do not wake the process.
   void relax(const std::filesystem::path& folder);
   void endRound();
 
   struct Notifications {
     bool entryChanged = false;  // an entry of the set may have been created, removed or renamed
-    bool fileChanged = false;   // what changed is certainly a file, or its content
+    bool fileChanged = false;   // certainly a file or its content
   };
 
   // Takes all notifications that wait. Never blocks.

@@ -39,7 +39,7 @@ int EntryWatches::add(const std::filesystem::path& folder, const std::string& na
 void EntryWatches::relax(const std::filesystem::path& folder) {
   const int watch = ::inotify_add_watch(queue_.number(), folder.c_str(),
                                         endsOfEntries | changesOfTheFolder | IN_ONLYDIR);
-  // Another folder by now, of which the notifications that wait will tell.
+  // If the path names another folder by now, a waiting notification reports it.
   if (watch != -1 && !watches_.contains(watch)) ::inotify_rm_watch(queue_.number(), watch);
 }
 

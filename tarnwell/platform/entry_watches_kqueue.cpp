@@ -23,7 +23,7 @@ constexpr int openToWatch = O_RDONLY | O_CLOEXEC | O_NONBLOCK;
 
 enum class Watched : std::uintptr_t { folder, file };
 
-// Watches an open folder or file for as long as it is open. Returns the error number, 0 on success.
+// Watches an open folder or file for as long as it is open. Returns the error number, or 0.
 int watch(const FileDescriptor& queue, const FileDescriptor& opened, Watched what) {
   struct kevent change {};
   EV_SET(&change, static_cast<std::uintptr_t>(opened.number()), EVFILT_VNODE, EV_ADD | EV_CLEAR,
@@ -61,7 +61,7 @@ int EntryWatches::add(const std::filesystem::path& folder, const std::string& na
   return 0;
 }
 
-// It tells of every entry of a folder or of none.
+// kqueue reports on every entry of a folder or on none.
 void EntryWatches::relax(const std::filesystem::path& /*folder*/) {}
 
 void EntryWatches::endRound() { previousWatches_.clear(); }

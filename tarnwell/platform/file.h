@@ -1,8 +1,7 @@
-// Files and folders as the plan needs them. This folder is the only door to the operating system:
-// files, locks, processes, folders and watches.
+// Private files and folders. platform/ is the only door to the operating system: files, locks,
+// processes, folders and watches.
 //
-// Reads regular files only. New files and folders are private. An error names the operation and the
-// path.
+// Reads regular files only. Errors name the operation and the path.
 #pragma once
 
 #include <filesystem>
@@ -28,8 +27,8 @@ struct OpenedFile {
   int number() const noexcept { return descriptor.number(); }
 };
 
-// Opens a regular file for reading. Never waits, as opening a pipe would. Absent when there is no
-// such file. Throws FileError.
+// Opens a regular file for reading. Never waits, not even for the writer of a pipe. Absent when
+// there is no such file. Throws FileError.
 std::optional<OpenedFile> openForReading(const std::filesystem::path& path);
 
 // Returns the whole content of a file; absent when there is no such file. Throws FileError.
@@ -38,8 +37,8 @@ std::optional<std::string> readFile(const std::filesystem::path& path);
 // Returns the whole content of a file that was just opened. Throws FileError, which names the path.
 std::string readFile(const OpenedFile& file, const std::filesystem::path& path);
 
-// Creates a new private file with these bytes. Not durable: for a file that lives for seconds.
-// Throws FileError.
+// Creates a private file with these bytes. Not durable: for a file that lives for seconds. Throws
+// FileError.
 void createFile(const std::filesystem::path& path, std::string_view bytes);
 
 // An empty folder path, the parent of a bare file name, is the current folder.

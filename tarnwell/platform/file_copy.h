@@ -17,17 +17,15 @@ void copyFile(const FileDescriptor& source, const std::filesystem::path& to);
 // directory entry. Until the replacement both names share one file.
 class CopyBeforeReplacement {
  public:
-  // Makes a private copy with durable bytes of the file at `path`, which is open as `source`. The
-  // caller syncs the folder to make the name durable. Copies the bytes where linking is impossible
-  // (file system, device, permissions), where the file has another name already, which an earlier
-  // replacement that was killed may have left, or where its mode gives access to other users.
-  // Throws FileError.
+  // Makes a private copy of the file at `path`, which is open as `source`. The copy's bytes are
+  // durable; the caller syncs the folder to make the name durable. Copies the bytes where linking
+  // is impossible (file system, device, permissions), where the file already has another name, as a
+  // killed process may leave it, or where its mode gives other users access. Throws FileError.
   CopyBeforeReplacement(const FileDescriptor& source, const std::filesystem::path& path,
                         std::filesystem::path copy);
 
-  // Call when the replacement failed: gives the copy a file of its own, so that a program that
-  // edits the original in place does not change it. Removes the copy where that fails. Never
-  // throws.
+  // Call when the replacement failed: turns a link into a real copy, which editing the original in
+  // place does not change. Removes the copy where that fails. Never throws.
   void separate() const noexcept;
 
  private:

@@ -9,6 +9,7 @@
 
 namespace tarnwell {
 
+// Has no enumerated cases: every error number is one.
 class FileError : public Error {
  public:
   FileError(std::string_view operation, const std::filesystem::path& path, int code);

@@ -12,7 +12,7 @@
 
 namespace tarnwell {
 
-// A time since 1970, as precise and as far as files have it.
+// A time since 1970, in the precision and range of file times.
 struct FileTime {
   std::int64_t seconds{};
   std::int64_t nanoseconds{};
@@ -35,7 +35,7 @@ struct FileIdentity {
   static std::optional<FileIdentity> of(const FileDescriptor& file);
   static std::optional<FileIdentity> of(const std::filesystem::path& path);
 
-  // Whether the last change is so long ago that any further change alters the identity.
+  // Whether the last change is old enough that any further one alters the identity.
   bool isSettled() const;
 
   friend bool operator==(const FileIdentity&, const FileIdentity&) = default;

@@ -8,9 +8,8 @@
 
 namespace tarnwell {
 
-// An advisory lock (flock) on a file of its own, which is created private if missing and never
-// removed. The lock belongs to the object, not to the process: two locks of one process exclude
-// each other too.
+// An advisory lock (flock) on a separate file, created private if missing and never removed. It
+// belongs to the object, not the process: two locks in one process exclude each other too.
 class FileLock {
  public:
   // Waits without limit until the lock is granted. Throws FileError.

@@ -1,4 +1,4 @@
-// Other programs of this system.
+// Finds the running program and others.
 #pragma once
 
 #include <filesystem>
@@ -10,9 +10,9 @@ namespace tarnwell {
 // Returns the absolute path of the running program; absent where the system does not tell.
 std::optional<std::filesystem::path> runningProgram();
 
-// Returns the absolute path of the program of that name beside the running one, otherwise in the
-// folders of PATH; absent when neither is there. Programs that are installed together so find one
-// another wherever their folder is.
+// Returns the absolute path of the named program: beside the running one, so that programs
+// installed together find one another, otherwise in the folders of PATH. Absent when it is in
+// neither.
 std::optional<std::filesystem::path> findProgram(std::string_view name);
 
 }  // namespace tarnwell

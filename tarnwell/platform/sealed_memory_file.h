@@ -1,4 +1,4 @@
-// A file in memory that no process can change any more.
+// An immutable file in memory.
 #pragma once
 
 #include <string_view>
@@ -7,9 +7,8 @@
 
 namespace tarnwell {
 
-// Returns a file without a name that holds `content`, positioned at its start. Its content and size
-// are sealed: every write, by any process that comes to hold it, fails. Throws FileError, also
-// where the system has no such files.
+// Returns an unnamed file that holds `content`, positioned at its start and sealed: no process can
+// write to it or resize it. Throws FileError, also where the system has no such files.
 FileDescriptor sealedMemoryFile(std::string_view content);
 
 }  // namespace tarnwell

@@ -1,13 +1,12 @@
-// What a program does at its start so that its standard streams carry what they should.
+// Sets up a program's standard streams and signals at its start.
 #pragma once
 
 #include "tarnwell/platform/file_descriptor.h"
 
 namespace tarnwell {
 
-// Opens /dev/null on every closed standard descriptor. Otherwise the first file that is opened
-// would take the descriptor's number, and what is written to that stream would go into the file.
-// Opened for reading only, so that writing to it still fails.
+// Opens /dev/null on every closed standard descriptor. Otherwise the next file opened would take
+// its number and receive the stream's output. Read-only, so that writing still fails.
 void occupyClosedStandardDescriptors();
 
 // Ignores SIGPIPE and SIGXFSZ, so that a failing write returns an error instead of killing the

@@ -24,7 +24,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// A name beside the target that no other process chooses.
+// Returns a unique name beside the target.
 fs::path temporaryPath(const fs::path& target) {
   fs::path name = ".";
   name += target.filename();

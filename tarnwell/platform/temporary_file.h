@@ -1,4 +1,4 @@
-// The file that a new content is written to before it takes its name.
+// The file that receives new content before it takes its final name.
 #pragma once
 
 #include <filesystem>
@@ -21,13 +21,13 @@ class TemporaryFile {
 
   void setMode(mode_t mode);
 
-  // Best effort: only root may give a file to another user. For other users the file has the right
-  // owner already, or cannot be given to it.
+  // Best effort: only root may give a file away. For other users the owner is right already, or
+  // cannot be changed.
   void tryGiveTo(uid_t user, gid_t group);
 
   void write(std::string_view bytes);
 
-  // Takes the whole content of the source, sharing its blocks. False where the file system cannot.
+  // Clones the source, sharing its blocks. Returns false where the file system cannot.
   bool tryClone(const FileDescriptor& source);
 
   // Makes the bytes durable.

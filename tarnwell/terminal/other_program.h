@@ -1,4 +1,4 @@
-// The other programs of the family.
+// Tarnwell's other programs.
 #pragma once
 
 #include <string>
@@ -7,8 +7,7 @@
 
 namespace tarnwell::terminal {
 
-// Replaces this process with the program that lies beside this one, else with that of the search
-// path. Throws Refusal when there is none.
+// Replaces this process with the program that `findProgram` finds. Throws Refusal if there is none.
 [[noreturn]] int becomeProgram(std::string_view name, const std::vector<std::string>& arguments);
 
 }  // namespace tarnwell::terminal

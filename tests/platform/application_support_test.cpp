@@ -41,7 +41,7 @@ TEST(ApplicationSupportFolder, isAnAbsoluteDataHomeWhateverTheHome) {
   }
 }
 
-TEST(ApplicationSupportFolder, passesOverADataHomeThatIsNotAbsolute) {
+TEST(ApplicationSupportFolder, ignoresADataHomeThatIsNotAbsolute) {
   const ScopedVariable home("HOME", "/home/ada");
   for (const char* value : {"", "relative", "./x", "~/x"}) {
     const ScopedVariable dataHome("XDG_DATA_HOME", value);

@@ -18,11 +18,8 @@ namespace fs = std::filesystem;
 
 using test::contentOf;
 using test::entryCount;
+using test::permissionsOf;
 using test::writeFile;
-
-unsigned permissionsOf(const fs::path& path) {
-  return static_cast<unsigned>(fs::status(path).permissions());
-}
 
 class AtomicFileTest : public testing::Test {
  protected:

@@ -18,10 +18,10 @@
 #ifdef __linux__
 
 namespace {
-int inheritablePipes = 0;  // pipes that were open for a moment without being close-on-exec
+int inheritablePipes = 0;  // pipes opened without close-on-exec
 }
 
-// Stand in for the system's functions, to see how pipes are opened.
+// Stand in for the system's functions, to record how pipes are opened.
 extern "C" int pipe2(int* ends, int flags) noexcept {
   if ((flags & O_CLOEXEC) == 0) ++inheritablePipes;
   return static_cast<int>(::syscall(SYS_pipe2, ends, flags));
@@ -79,7 +79,7 @@ TEST(ChildProcess, hasThisProcessesEnvironmentUnlessItIsGivenOne) {
 
 TEST(ChildProcess, hasNoDescriptorButTheStandardOnes) {
   const FileDescriptor leftOpen(::open("/dev/null", O_RDONLY));
-  ASSERT_LT(leftOpen.number(), 10);  // or the shell would refuse the number itself
+  ASSERT_LT(leftOpen.number(), 10);  // the shell refuses larger numbers
   const std::string number = std::to_string(leftOpen.number());
   ASSERT_EQ(runShell("true <&0").exitStatus, 0);
   EXPECT_NE(runShell("true <&" + number).exitStatus, 0);

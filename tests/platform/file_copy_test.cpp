@@ -47,10 +47,10 @@ class FileCopyTest : public testing::Test {
     return {source.descriptor, file, copy};
   }
 
-  // Checks that the copy is whole, private, and a file of its own.
+  // Checks that the copy is whole, private, and a separate file.
   void expectOwnCopy(std::string_view content) const {
     EXPECT_EQ(contentOf(copy), content);
-    EXPECT_EQ(static_cast<unsigned>(fs::status(copy).permissions()), privateFileMode);
+    EXPECT_EQ(test::permissionsOf(copy), privateFileMode);
     EXPECT_EQ(fs::hard_link_count(copy), 1U);
     EXPECT_EQ(contentOf(file), content);
     EXPECT_EQ(entryCount(folder.path()), 2U) << "a temporary file is left";

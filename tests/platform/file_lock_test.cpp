@@ -23,7 +23,7 @@ namespace fs = std::filesystem;
 
 class FileLockTest : public testing::Test {
  protected:
-  // Whether a process of its own could take the lock now.
+  // Returns whether another process could take the lock now.
   bool isFree() const {
     const pid_t child = ::fork();
     if (child == 0) {
@@ -85,7 +85,7 @@ TEST_F(FileLockTest, createsAPrivateFileWhateverTheUmask) {
     const mode_t previous = ::umask(mask);
     const FileLock lock(path);
     ::umask(previous);
-    EXPECT_EQ(static_cast<unsigned>(fs::status(path).permissions()), privateFileMode);
+    EXPECT_EQ(test::permissionsOf(path), privateFileMode);
   }
 }
 
@@ -104,7 +104,7 @@ TEST_F(FileLockTest, isTakenOnAnotherUsersFileThatEveryUserMayWrite) {
     const FileLock lock(path);
     return true;
   }));
-  EXPECT_EQ(static_cast<unsigned>(fs::status(path).permissions()), 0666U);
+  EXPECT_EQ(test::permissionsOf(path), 0666U);
 }
 
 TEST_F(FileLockTest, refusesALinkAFolderAndAMissingFolder) {

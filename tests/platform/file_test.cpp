@@ -18,11 +18,8 @@ namespace fs = std::filesystem;
 
 using test::contentOf;
 using test::expectError;
+using test::permissionsOf;
 using test::writeFile;
-
-unsigned permissionsOf(const fs::path& path) {
-  return static_cast<unsigned>(fs::status(path).permissions());
-}
 
 class FileTest : public testing::Test {
  protected:
@@ -130,7 +127,7 @@ TEST_F(FileTest, foldersAreNotCreatedOverAFileOrBelowOne) {
   EXPECT_EQ(contentOf(file), "in the way");
 }
 
-TEST_F(FileTest, foldersAreNotCreatedThroughALinkToNowhere) {
+TEST_F(FileTest, foldersAreNotCreatedThroughADanglingLink) {
   fs::create_symlink("nowhere", folder / "link");
   EXPECT_THROW(createFolders(folder / "link"), FileError);
 }

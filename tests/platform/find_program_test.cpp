@@ -46,7 +46,7 @@ TEST_F(FindProgram, findsTheFirstOfPathThatCanBeRun) {
   EXPECT_EQ(findProgram(name.string()), folder / "c" / name);
 }
 
-TEST_F(FindProgram, passesOverFoldersOfPathThatAreRelative) {
+TEST_F(FindProgram, ignoresRelativeFoldersOfPath) {
   addFile(folder / "bin" / name, fs::perms::owner_all);
   const fs::path before = fs::current_path();
   fs::current_path(folder.path());

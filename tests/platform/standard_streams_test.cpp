@@ -1,4 +1,4 @@
-// Each test changes the streams of the process, so it runs in a child of its own.
+// Each test changes the streams of the process, so it runs in a child process.
 #include "tarnwell/platform/standard_streams.h"
 
 #include <csignal>
@@ -108,7 +108,7 @@ TEST(StandardStreams, aFailingWriteDoesNotKillTheProcess) {
       testing::ExitedWithCode(held), "");
 }
 
-TEST(StandardStreams, childrensEndsAreReportedAgain) {
+TEST(StandardStreams, exitsOfChildrenAreReportedAgain) {
   EXPECT_EXIT(
       {
         std::signal(SIGCHLD, SIG_IGN);

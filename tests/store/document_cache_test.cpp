@@ -17,10 +17,10 @@
 #ifdef __linux__
 
 namespace {
-const struct stat* rememberedAttributes = nullptr;  // when not null, what is said of every path
+const struct stat* rememberedAttributes = nullptr;  // if not null, reported for every path
 }
 
-// Stands in for the system's function, for a file system that remembers attributes for a while.
+// Stands in for the system's function, for a file system that caches attributes.
 extern "C" int stat(const char* path, struct stat* status) noexcept {
   if (rememberedAttributes == nullptr) return ::fstatat(AT_FDCWD, path, status, 0);
   *status = *rememberedAttributes;
@@ -116,8 +116,8 @@ TEST_F(DocumentCacheTest, everyOneOfManyQuickRewritesOfTheSameSizeIsSeen) {
   }
 }
 
-// Some kernels stamp two quick changes alike, so a document that was read between them is not kept.
-// On a busy machine a quick read may come late, but not each time.
+// Some kernels stamp two quick changes alike, so a document read between them is not kept. On a
+// busy machine a quick read may come late, but not each time.
 TEST_F(DocumentCacheTest, aFileThatHasJustChangedIsReadEachTime) {
   const auto isReadTwice = [&] {
     writeFile(file, documentWithRevision(2));

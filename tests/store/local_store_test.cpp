@@ -91,7 +91,7 @@ TEST_F(LocalStoreTest, anEditInPlaceReachesNoCopyOfASaveThatSucceeded) {
   EXPECT_EQ(test::treeOf(copies), before);
 }
 
-// What a process leaves that is killed between linking the copy and renaming the new document.
+// The state left by a process killed between linking the copy and renaming the new document.
 TEST_F(LocalStoreTest, theNextSaveSeparatesACopyThatIsStillTheDataFile) {
   localStore.save(PersistedState::initial());
   const std::string first = contentOf(file);
@@ -238,7 +238,7 @@ TEST_F(LocalStoreTest, createsPrivateFilesAndFoldersWhateverTheUmask) {
     const auto root = masked.url().parent_path().parent_path();
     for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
       const auto expected = entry.is_directory() ? 0700U : 0600U;
-      EXPECT_EQ(static_cast<unsigned>(entry.status().permissions()), expected) << entry.path();
+      EXPECT_EQ(test::permissionsOf(entry), expected) << entry.path();
     }
   }
 }
@@ -247,7 +247,7 @@ TEST_F(LocalStoreTest, aReplacedFileKeepsItsPermissions) {
   localStore.save(PersistedState::initial());
   ::chmod(file.c_str(), 0640);
   localStore.save(PersistedState::initial());
-  EXPECT_EQ(static_cast<unsigned>(std::filesystem::status(file).permissions()), 0640U);
+  EXPECT_EQ(test::permissionsOf(file), 0640U);
 }
 
 TEST_F(LocalStoreTest, replacesTheFileThatALinkPointsToAndKeepsTheLink) {
@@ -270,7 +270,7 @@ TEST_F(LocalStoreTest, theLockPassesOnTheResultAndTheErrorOfItsBody) {
 TEST_F(LocalStoreTest, theLockFileIsPrivateAndStays) {
   localStore.withExclusiveLock([] {});
   const auto lock = folder / "state.json.lock";
-  EXPECT_EQ(static_cast<unsigned>(std::filesystem::status(lock).permissions()), 0600U);
+  EXPECT_EQ(test::permissionsOf(lock), 0600U);
   EXPECT_EQ(entryCount(folder.path()), 1U);
 }
 
@@ -376,7 +376,7 @@ TEST(LocalStoreError, describesEachCaseAndComparesByCaseAndPayload) {
   EXPECT_FALSE(LocalStoreError::unsupportedSchema(3) == LocalStoreError::unsupportedSchema(4));
 }
 
-TEST(LocalStoreError, handsOutItsPayload) {
+TEST(LocalStoreError, returnsItsPayload) {
   EXPECT_EQ(LocalStoreError::unsupportedSchema(3).version(), 3);
   EXPECT_EQ(LocalStoreError::unsupportedSchema(3).message(), "");
   EXPECT_EQ(LocalStoreError::unreadable("why").message(), "why");

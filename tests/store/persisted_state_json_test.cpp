@@ -86,7 +86,7 @@ JSONValue without(const JSONValue& record, std::string_view key) {
   return object;
 }
 
-// What of the record a document holds after reading and writing it.
+// Returns the record's JSON after a document was read and written.
 JSONValue throughTheStore(std::string_view listKey, const JSONValue& record) {
   const auto document = parseJSON(encodePersistedState(read(documentWithList(listKey, record))));
   const auto& lists = std::get<JSONValue::Object>(document.variant());

@@ -55,8 +55,8 @@ TEST_F(PlanWatcherTest, isQuietWhileNothingChanges) {
   EXPECT_FALSE(watcher->hasChanged());
 }
 
-TEST_F(PlanWatcherTest, sleepsThroughWhatHappensBesideTheWay) {
-  // Not below the folder in which all tests create and remove theirs.
+TEST_F(PlanWatcherTest, sleepsThroughChangesBesideTheWay) {
+  // Not below the folder in which all tests create theirs.
   const fs::path quiet = fs::current_path() / ("quiet-" + UUID::random().text());
   file = quiet / "Tarnwell" / "state.json";
   writeFile(file, "1");
@@ -238,7 +238,7 @@ TEST_F(PlanWatcherTest, reportsALinkToAFolderThatComesToNameAnother) {
   expectReported([&] { replaceFile(file, "4"); });
 }
 
-TEST_F(PlanWatcherTest, bearsALinkThatLeadsToItself) {
+TEST_F(PlanWatcherTest, survivesALinkThatLeadsToItself) {
   fs::create_directory(folder);
   fs::create_symlink(file, file);
   watch();
@@ -284,7 +284,7 @@ TEST_F(PlanWatcherTest, wakesAnEventLoopThatWaits) {
   EXPECT_TRUE(watcher->hasChanged());
 }
 
-// Whatever falls between two looks: the last content is always met after a report.
+// Whatever happens between two looks, the last content is always found after a report.
 TEST_F(PlanWatcherTest, missesNoChangeThatFallsBetweenTwoLooks) {
   constexpr int last = 300;
   watch();

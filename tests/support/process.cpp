@@ -13,6 +13,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "tarnwell/platform/child_process.h"
 #include "tarnwell/platform/file_descriptor.h"
 
 #include "tests/support/records.h"
@@ -46,14 +47,6 @@ class UnnamedFile {
  private:
   std::unique_ptr<std::FILE, int (*)(std::FILE*)> file_;
 };
-
-std::vector<char*> pointersTo(std::vector<std::string>& texts) {
-  std::vector<char*> pointers;
-  pointers.reserve(texts.size() + 1);
-  for (std::string& text : texts) pointers.push_back(text.data());
-  pointers.push_back(nullptr);
-  return pointers;
-}
 
 }  // namespace
 

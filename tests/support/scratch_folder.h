@@ -43,6 +43,10 @@ inline void writeFile(const std::filesystem::path& file, std::string_view conten
   stream.write(content.data(), static_cast<std::streamsize>(content.size()));
 }
 
+inline unsigned permissionsOf(const std::filesystem::path& path) {
+  return static_cast<unsigned>(std::filesystem::status(path).permissions());
+}
+
 // Returns every entry below a folder with the content of the regular files: two results are equal
 // exactly when nothing was created, changed or removed between them.
 inline std::map<std::string, std::string> treeOf(const std::filesystem::path& folder) {
