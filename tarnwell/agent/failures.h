@@ -70,21 +70,15 @@ Failure operationFailed();
 }  // namespace failures
 
 // A command that the service itself refuses, and the failure that the reply carries.
-class AgentServiceError : public Error {
+class AgentServiceError : public CaseError<FailureCode, Failure> {
  public:
-  explicit AgentServiceError(const Failure& failure) : Error(failure.message), failure_(failure) {}
+  explicit AgentServiceError(const Failure& failure)
+      : CaseError(failure.code, failure, failure.message) {}
 
-  const Failure& failure() const noexcept { return failure_; }
-
-  friend bool operator==(const AgentServiceError& a, const AgentServiceError& b) {
-    return a.failure_ == b.failure_;
-  }
-
- private:
-  Failure failure_;
+  const Failure& failure() const noexcept { return payload(); }
 };
 
-// Returns the failure for the exception being handled, of whatever type. To be called in a handler.
+// Returns the failure for the exception being handled, whatever its type.
 Failure failureForCurrentException();
 
 }  // namespace tarnwell

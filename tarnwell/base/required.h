@@ -1,5 +1,5 @@
-// A member that every initialiser must give. For types whose zero could be taken for a choice, such
-// as enumerations.
+// A member that every initialiser must set. For types whose zero looks like a choice, such as
+// enumerations.
 #pragma once
 
 #include <concepts>
@@ -8,15 +8,15 @@
 
 namespace tarnwell {
 
-// Converts implicitly from what converts to a T. `*` reads it.
+// Converts implicitly from anything that converts to T. `*` reads the value.
 template <class T>
 class Required {
  public:
   using value_type = T;
 
   template <std::convertible_to<T> Given>
-  requires(!std::is_same_v<std::remove_cvref_t<Given>, Required>) constexpr Required(Given&& value)
-      : value_(std::forward<Given>(value)) {}  // NOLINT(*-explicit-*)
+  requires(!std::is_same_v<Given, Required>) constexpr Required(Given value)
+      : value_(std::move(value)) {}
 
   constexpr const T& operator*() const { return value_; }
 

@@ -17,9 +17,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::string_view unreadablePrefix = "Tarnwell data could not be read: ";
-constexpr std::string_view lockFailedPrefix = "Tarnwell data could not be locked: ";
-
 PersistedState readDocument(const JSONDocument& document) {
   const std::int64_t version = SchemaProbe::read(document).schemaVersion;
   if (version > PersistedState::currentSchemaVersion) {
@@ -45,29 +42,18 @@ auto reading(Read read) {
 }  // namespace
 
 LocalStoreError LocalStoreError::unsupportedSchema(std::int64_t version) {
-  return {Case::unsupportedSchema,
-          "This data was created by unsupported schema version " + std::to_string(version) + ".",
-          version};
+  return {Case::unsupportedSchema, LocalStoreDetail{.version = version},
+          "This data was created by unsupported schema version " + std::to_string(version) + "."};
 }
 
 LocalStoreError LocalStoreError::unreadable(std::string_view message) {
-  return {Case::unreadable, std::string(unreadablePrefix).append(message)};
+  return {Case::unreadable, LocalStoreDetail{.message = std::string(message)},
+          "Tarnwell data could not be read: " + std::string(message)};
 }
 
 LocalStoreError LocalStoreError::lockFailed(std::string_view message) {
-  return {Case::lockFailed, std::string(lockFailedPrefix).append(message)};
-}
-
-std::string_view LocalStoreError::message() const noexcept {
-  switch (which_) {
-    case Case::unreadable:
-      return description().substr(unreadablePrefix.size());
-    case Case::lockFailed:
-      return description().substr(lockFailedPrefix.size());
-    case Case::unsupportedSchema:
-      break;
-  }
-  return "";
+  return {Case::lockFailed, LocalStoreDetail{.message = std::string(message)},
+          "Tarnwell data could not be locked: " + std::string(message)};
 }
 
 LocalStore::LocalStore(fs::path path)

@@ -1,7 +1,7 @@
-// The plan on the disk. This folder holds the document and all access to it: the data file
-// (LocalStore), transactions (TaskStore), daily backups, and the noticing of changes.
+// The data file. store/ holds the document and all access to it: the file (LocalStore),
+// transactions (TaskStore), backups, and the detection of changes.
 //
-// LocalStore is the only code that touches the data file.
+// Only LocalStore touches the data file.
 #pragma once
 
 #include <cstdint>
@@ -21,33 +21,28 @@ class DocumentCache;
 class FileLock;
 class JSONDocument;
 
-class LocalStoreError : public Error {
- public:
-  enum class Case { unsupportedSchema, unreadable, lockFailed };
+enum class LocalStoreCase { unsupportedSchema, unreadable, lockFailed };
 
+// The version of `unsupportedSchema`, or the reason of the other cases.
+struct LocalStoreDetail {
+  std::int64_t version{};
+  std::string message{};
+
+  friend bool operator==(const LocalStoreDetail&, const LocalStoreDetail&) = default;
+};
+
+class LocalStoreError : public CaseError<LocalStoreCase, LocalStoreDetail> {
+ public:
   static LocalStoreError unsupportedSchema(std::int64_t version);
   static LocalStoreError unreadable(std::string_view message);
   static LocalStoreError lockFailed(std::string_view message);
 
-  Case which() const noexcept { return which_; }
-
-  // The version that was refused; 0 for the other cases.
-  std::int64_t version() const noexcept { return version_; }
-
-  // The reason; empty for `unsupportedSchema`.
-  std::string_view message() const noexcept;
-
-  // Compares case and payload, which the description holds.
-  friend bool operator==(const LocalStoreError& a, const LocalStoreError& b) {
-    return a.which_ == b.which_ && a.description() == b.description();
-  }
+  std::int64_t version() const noexcept { return payload().version; }
+  const std::string& message() const noexcept { return payload().message; }
 
  private:
-  LocalStoreError(Case which, const std::string& description, std::int64_t version = 0)
-      : Error(description), which_(which), version_(version) {}
-
-  Case which_;
-  std::int64_t version_;
+  LocalStoreError(Case which, LocalStoreDetail detail, std::string_view description)
+      : CaseError(which, std::move(detail), description) {}
 };
 
 // A value: the location of the data file. Beside the file are its lock ("state.json.lock") and the
@@ -67,8 +62,8 @@ class LocalStore {
   // file. Writes nothing. Throws LocalStoreError.
   PersistedState load() const { return *loadShared(); }
 
-  // Returns the same without copying it. Does not read a file again that this store, or a copy of
-  // this store, has read before and that has not changed since.
+  // Returns the same without copying it. Reads the file only if it has changed since this store, or
+  // a copy of it, read it.
   std::shared_ptr<const PersistedState> loadShared() const;
 
   // Returns what `load` returns for a file with this content. Throws LocalStoreError.

@@ -24,9 +24,8 @@ struct SchemaProbe {
   static SchemaProbe read(const JSONDocument& document);
 };
 
-// Reads a document of any version; the result always says the current one. Of version 1, reads the
-// blocking data alone and starts with an empty plan. Reads every other version in full. Throws
-// JSONError.
+// Reads a document of any version; the result has the current one. Reads only the blocking data of
+// version 1, and every other version in full. Throws JSONError.
 PersistedState decodePersistedState(const JSONDocument& document);
 
 // Indented, keys in ascending order, instants as seconds since the reference date. Throws

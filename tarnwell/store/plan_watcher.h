@@ -9,9 +9,9 @@
 
 namespace tarnwell {
 
-// Watches every folder on the way to the data file, symbolic links included, so that the file, its
-// folder or a folder above may be missing, appear, disappear, be renamed or be linked elsewhere.
-// Reports replacement, change in place, creation and removal of the file.
+// Watches every folder on the way to the data file, symbolic links included: each of them may be
+// missing, appear, disappear, be renamed or be linked elsewhere. Reports replacement, change in
+// place, creation and removal of the file.
 //
 // To follow the plan: construct the watcher, then load the plan; whenever the descriptor is
 // readable, call `hasChanged`, and load the plan again if it returns true. Not thread-safe.
