@@ -14,8 +14,7 @@ namespace tarnwell {
 ChildResult runApprovalPrompt(const std::vector<std::string>& arguments,
                               const ChildSetup& setup = {});
 
-// Returns the error text of the child, trimmed; an empty one where it is not UTF-8. The result
-// points into `result`.
+// Returns the child's error text, trimmed; empty if it is not UTF-8. Points into `result`.
 std::string_view errorTextOf(const ChildResult& result);
 
 }  // namespace tarnwell

@@ -1,5 +1,5 @@
-// Website blocking, from the user's groups to the system's hosts file and back. This is the
-// interface through which sessions and diagnostics reach the block in that file.
+// The interface to the block in the system's hosts file. blocking/ holds website blocking, from the
+// user's groups to that file.
 #pragma once
 
 #include <array>

@@ -7,7 +7,7 @@
 
 namespace tarnwell {
 
-// Returns the script runner's of macOS where that is installed, otherwise polkit's.
+// Returns the runner for macOS where its script runner is installed, otherwise the one for polkit.
 std::unique_ptr<PrivilegedCommandRunning> defaultPrivilegedCommandRunner();
 
 }  // namespace tarnwell

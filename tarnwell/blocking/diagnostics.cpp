@@ -23,7 +23,7 @@ Verdict verdictOn(BlockingStatus status, bool isBlockExpected) {
   return {DiagnosticHealth::attentionRequired, DiagnosticAction::reapply};
 }
 
-// A host's own blocker that throws is one that cannot be read.
+// A host's blocker that throws counts as unreadable.
 BlockingStatus statusOf(BlockingEngine& blocker, const std::vector<std::string>& expectedHosts) {
   try {
     return blocker.status(expectedHosts);

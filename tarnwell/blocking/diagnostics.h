@@ -1,4 +1,4 @@
-// Tells whether blocking works, and what to do where it does not. Changes nothing.
+// Reports whether blocking works, and what to do if not. Changes nothing.
 #pragma once
 
 #include <array>
@@ -54,7 +54,7 @@ class Diagnostics {
   Diagnostics(BlockingEngine& blocker, std::filesystem::path backupDirectory)
       : blocker_(blocker), backupDirectory_(std::move(backupDirectory)) {}
 
-  // Compares the hosts file with the hosts that it should block. Never throws.
+  // Never throws.
   DiagnosticsSnapshot snapshot(const std::vector<std::string>& expectedHosts) const;
 
  private:

@@ -27,8 +27,8 @@ std::string decoded(const UriTextRangeA& range) {
   return text;
 }
 
-// Absent when the text is not a URL. Longer ones than the limit count as none. Parsing needs a
-// fixed stack, and at most 48 bytes of memory for each character of a path.
+// Absent when the text is not a URL or exceeds the limit. Parsing needs a fixed stack, and at most
+// 48 bytes for each character of a path.
 std::optional<Authority> parseAuthority(const std::string& url) {
   constexpr std::size_t longestURL = std::size_t{1} << 20U;
   if (url.size() > longestURL) return std::nullopt;

@@ -1,5 +1,5 @@
-// Turns what the user typed into one canonical host name, and the domains of a group into the hosts
-// that its block lists. Pure functions; nothing here touches a file.
+// Turns the user's input into a canonical host name, and a group's domains into the hosts that its
+// block lists. Pure functions.
 #pragma once
 
 #include <array>

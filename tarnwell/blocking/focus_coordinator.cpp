@@ -25,7 +25,7 @@ auto FocusCoordinator::recordingFailure(Operation operation) {
 
 TaskStoreSnapshot FocusCoordinator::start(FocusStart request) {
   return recordingFailure([&] {
-    auto started = taskSessions_.start(request.taskID, *request.revision, request.now);
+    auto after = taskSessions_.start(request.taskID, *request.revision, request.now);
     if (request.blockingGroup) {
       try {
         blockSessions_.start({.group = std::move(*request.blockingGroup),
@@ -33,12 +33,12 @@ TaskStoreSnapshot FocusCoordinator::start(FocusStart request) {
                               .mode = request.mode,
                               .now = request.now});
       } catch (...) {
-        taskSessions_.cancelStart(request.taskID, started.revision(), request.now);
+        taskSessions_.cancelStart(request.taskID, after.revision(), request.now);
         throw;
       }
     }
     lastError.set(std::nullopt);
-    return started;
+    return after;
   });
 }
 

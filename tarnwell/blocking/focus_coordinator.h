@@ -26,7 +26,7 @@ struct FocusStart {
   Instant now;
 };
 
-// Returns how long a task's websites are blocked: as long as the task is estimated to take.
+// Returns how long a task's websites are blocked: for its estimated time.
 Duration blockingDuration(const FocusTask& task);
 
 // Belongs to the thread of its two engines, which it holds by reference; the owner outlives it.
@@ -48,7 +48,7 @@ class FocusCoordinator {
   TaskStoreSnapshot skip(std::int64_t revision, Instant now);
   TaskStoreSnapshot complete(std::int64_t revision, Instant now);
 
-  // Takes up the stored task and blocking session. Call at launch. Never throws.
+  // Adopts the stored task and blocking session. Call at launch. Never throws.
   void recover(Instant now);
 
   Published<std::optional<std::string>, FocusCoordinator> lastError;

@@ -27,7 +27,7 @@ std::string readHosts(const fs::path& url) {
   }
 }
 
-// The path of a file that is removed at the end of the scope, best effort.
+// A file that is removed at the end of the scope, best effort.
 class ScopedFile {
  public:
   explicit ScopedFile(fs::path path) : path_(std::move(path)) {}

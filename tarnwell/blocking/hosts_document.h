@@ -1,5 +1,5 @@
-// The text of the hosts file with the managed block in it: finds, reads, removes and writes the
-// block. Everything outside it is the user's and stays as it is, byte for byte.
+// The text of the hosts file: finds, reads, removes and writes the managed block. Everything
+// outside it stays as it is, byte for byte.
 //
 //   # BEGIN TARNWELL MANAGED BLOCK
 //   127.0.0.1 example.com

@@ -25,7 +25,7 @@ std::string shellQuote(std::string_view text) {
   return "'" + replacingAll(text, '\'', R"('\'')") + "'";
 }
 
-// The literal of a text in the script language.
+// Returns the text as a literal of the script language.
 std::string scriptLiteral(std::string_view text) {
   return "\"" + replacingAll(replacingAll(text, '\\', R"(\\)"), '"', R"(\")") + "\"";
 }

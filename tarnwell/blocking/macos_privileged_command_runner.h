@@ -1,5 +1,5 @@
-// Asks for the administrator's approval through the script runner of macOS. The prompt is the
-// system's own; no password passes through this process.
+// Asks for the administrator's approval through the script runner of macOS. The system shows the
+// prompt; no password passes through this process.
 #pragma once
 
 #include <filesystem>
@@ -12,13 +12,13 @@
 
 namespace tarnwell {
 
-// Its command reads the source by its path: unlike the polkit runner, it installs what that file
-// holds when the prompt is answered.
+// Reads the source by its path: unlike the polkit runner, it installs the content that the file has
+// when the prompt is answered.
 class MacOSPrivilegedCommandRunner : public PrivilegedCommandRunning {
  public:
   static constexpr const char* scriptRunner = "/usr/bin/osascript";
 
-  // Installs the file and flushes the caches with one command, and so with one prompt.
+  // Installs the file and flushes the caches in one command, which needs one prompt.
   void replace(const PreparedFile& source, const std::filesystem::path& destination) override;
 
   // Does nothing: `replace` has flushed the caches, and a second prompt must not follow.

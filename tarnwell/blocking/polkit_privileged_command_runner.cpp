@@ -12,7 +12,7 @@ namespace {
 
 // Writing into the existing file keeps its identity, mounts and labels. The input is opened again
 // by its name, because another holder of the descriptor could have moved its position. The script
-// never exits with 126 or 127, which are pkexec's own. Name caches are flushed best effort.
+// never exits with 126 or 127, which pkexec uses. Name caches are flushed best effort.
 constexpr const char* installScript =
     R"({ dd if=/dev/stdin of="$1" conv=fsync status=none && chown 0:0 "$1" && chmod 0644 "$1"
 } || exit 1

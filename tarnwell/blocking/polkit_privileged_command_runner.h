@@ -10,9 +10,9 @@
 
 namespace tarnwell {
 
-// Hands the text to root as a sealed memory file on standard input. Root opens no path of the
-// user's, so the user's folders may be closed to root, and no program of the user's can change the
-// text while the prompt is open.
+// Hands the text to root as a sealed memory file on standard input. Root opens no path of the user,
+// so folders may be closed to root, and no other program can change the text while the prompt is
+// open.
 class PolkitPrivilegedCommandRunner : public PrivilegedCommandRunning {
  public:
   void replace(const PreparedFile& source, const std::filesystem::path& destination) override;

@@ -1,4 +1,4 @@
-// The interface to the one thing that needs the administrator's approval: installing the hosts
+// The interface to the only operation that needs the administrator's approval: installing the hosts
 // file.
 #pragma once
 
@@ -7,8 +7,8 @@
 
 namespace tarnwell {
 
-// A file written for installation, and the text that its writer put into it. The text is what to
-// install: other programs of the user may have changed the file since.
+// A file written for installation, and its text. Where both can be read, install the text: other
+// programs may have changed the file since.
 struct PreparedFile {
   std::filesystem::path path{};
   std::string_view content{};

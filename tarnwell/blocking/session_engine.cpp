@@ -14,8 +14,8 @@ const std::vector<DomainGroup>& groupsIn(const PersistedState& state) {
 
 }  // namespace
 
-SessionEngine::SessionEngine(LocalStore store, BlockingEngine& blocker)
-    : localStore_(std::move(store)), blocker_(blocker) {
+SessionEngine::SessionEngine(LocalStore localStore, BlockingEngine& blocker)
+    : localStore_(std::move(localStore)), blocker_(blocker) {
   groups.set({DomainGroup::socialDistractions()});
 }
 
@@ -140,7 +140,7 @@ void SessionEngine::publish(const PersistedState& state) {
   activeSession.set(state.activeSession);
 }
 
-// Runs an operation that never throws: its failure needs attention.
+// Runs an operation whose failure needs attention instead of being thrown.
 template <class Operation>
 void SessionEngine::recordingFailure(Operation operation) {
   try {
@@ -208,7 +208,7 @@ void SessionEngine::requireStored(const UUID& id) {
   throw SessionError(stored ? SessionError::alreadyActive : SessionError::endedElsewhere);
 }
 
-// Holds the stored session from now on, and makes the block fit it. Never throws.
+// Adopts the stored session and makes the block fit it. Never throws.
 void SessionEngine::followStore() {
   recordingFailure([&] {
     publish(*localStore_.loadShared());
@@ -216,8 +216,7 @@ void SessionEngine::followStore() {
   });
 }
 
-// Makes the block fit the active session, and fit it again while other processes change the stored
-// session in between.
+// Makes the block fit the active session; again while other processes change the stored one.
 void SessionEngine::protect() {
   const auto fitBlock = [this] {
     return activeSession.value() ? protectSession() : removeOrphanedBlock();
@@ -243,7 +242,7 @@ bool SessionEngine::protectSession() {
 // when another process has stored a session meanwhile.
 bool SessionEngine::removeOrphanedBlock() {
   if (blocker_.status({}) == BlockingStatus::mismatch) {
-    if (storedSession()) return false;  // began since the store was read: the block is its own
+    if (storedSession()) return false;  // started meanwhile: the block may be right
     blocker_.remove();
     lastError.set(std::nullopt);
     if (storedSession()) return false;
@@ -252,7 +251,7 @@ bool SessionEngine::removeOrphanedBlock() {
   return true;
 }
 
-// Returns the active session where the document cannot be read, which proves nothing.
+// Returns the stored session; where the document cannot be read, the active one.
 std::optional<BlockSession> SessionEngine::storedSession() const {
   try {
     return localStore_.loadShared()->activeSession;
@@ -261,8 +260,8 @@ std::optional<BlockSession> SessionEngine::storedSession() const {
   }
 }
 
-// Replaces the stored session while it is still the one with the identifier. Returns the session
-// stored afterwards.
+// Replaces the stored session if it still has the identifier. Returns the session stored
+// afterwards.
 std::optional<BlockSession> SessionEngine::replaceStored(
     const UUID& id, const std::optional<BlockSession>& replacement) {
   return localStore_.withExclusiveLock([&] {

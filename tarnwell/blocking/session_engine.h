@@ -58,20 +58,20 @@ struct SessionStart {
 //
 // A session is stored before its block is installed, and the file lock is never held while the
 // blocker works. Other processes may change the stored session meanwhile, so the engine replaces it
-// only while it is the one that the engine holds, by identifier, and looks at it again after each
-// change of the block: the block follows the stored session.
+// only while its identifier is that of the active session, and rereads it after each change of the
+// block: the block follows the stored session.
 //
 // Unless marked otherwise, operations throw SessionError, DomainRuleError, or what the blocker or
 // the store throws.
 class SessionEngine {
  public:
-  SessionEngine(LocalStore store, BlockingEngine& blocker);
+  SessionEngine(LocalStore localStore, BlockingEngine& blocker);
   SessionEngine(const SessionEngine&) = delete;
   SessionEngine& operator=(const SessionEngine&) = delete;
   ~SessionEngine() = default;
 
-  // Stores a session and installs its block. Discards a session whose block cannot be installed.
-  // Any stored session is in the way, whichever process started it, an expired one too.
+  // Stores a session and installs its block, or discards the session if that fails. Refused while
+  // any session is stored, an expired one too.
   void start(SessionStart request);
 
   // Ends the session; a strict one only after its end time.
@@ -83,12 +83,12 @@ class SessionEngine {
   // Ends an expired session. Call periodically. Never throws.
   void tick(Instant now);
 
-  // Takes up the stored session: installs its block if that is missing, or ends it if it has
-  // expired. Without a session, removes a block that belongs to none. Call at launch. Never throws.
+  // Adopts the stored session: installs a missing block, or ends an expired session. Without a
+  // session, removes a block that belongs to none. Call at launch. Never throws.
   void recover(Instant now);
 
-  // Installs the block again, or removes it again where there is no session. This carries out
-  // DiagnosticAction::reapply. Never throws.
+  // Carries out DiagnosticAction::reapply: installs the block again, or removes it where there is
+  // no session. Never throws.
   void retryProtection();
 
   // Returns the hosts that the active session blocks; none without a session. Throws
@@ -116,7 +116,7 @@ class SessionEngine {
   Published<ProtectionStatus, SessionEngine> protectionStatus;
   Published<std::optional<std::string>, SessionEngine> lastError;
 
-  // Called when a session has begun, has been taken up, or has ended.
+  // Called when a session has started, was adopted or has ended.
   std::function<void(const std::optional<BlockSession>&)> onSessionChanged;
 
  private:

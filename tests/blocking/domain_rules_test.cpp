@@ -77,7 +77,7 @@ TEST(DomainRules, treatAnAddressBeyondAMebibyteAsNoURL) {
   expectRefused(DomainRuleError::credentialsNotAllowed, {longest + "a", label(20'000'000)});
 }
 
-// Returns the text with as many copies of the piece behind it as the limit of an address allows.
+// Returns the text followed by as many copies of the piece as the limit of an address allows.
 std::string filled(std::string text, std::string_view piece) {
   constexpr std::size_t limit = mebibyte - std::string_view("https://").size();
   while (text.size() + piece.size() <= limit) text += piece;
@@ -95,7 +95,7 @@ void normalizeOnSmallStack(const std::string& input) {
     try {
       DomainRules::normalize(*static_cast<const std::string*>(text));
     } catch (const DomainRuleError&) {
-      // Refused is as good as accepted here.
+      // Either outcome is fine here.
     }
     return nullptr;
   };

@@ -1,4 +1,4 @@
-// A host that changes the hosts file on a worker thread, beside the thread of its windows.
+// A host that changes the hosts file on a worker thread, alongside its user-interface thread.
 #include <atomic>
 #include <mutex>
 #include <set>
@@ -49,7 +49,7 @@ class Inbox {
   std::vector<Message> messages_;
 };
 
-// Adds a task; tries again for as long as the other thread is faster.
+// Adds a task; tries again after each conflict.
 void addTask(TaskStore& taskStore) {
   const FocusTask task = makeTask("One of many");
   while (true) {
@@ -111,7 +111,7 @@ TEST(HostThreads, useTheTaskStoreAndTheHostsEngineAtOnce) {
   EXPECT_EQ(contentOf(hostsFile), plainHosts);
 }
 
-// The file is half written while the other thread asks; the question has to wait for the rest.
+// The file is half written while the other thread asks: the answer must wait for the rest.
 TEST(HostThreads, askForTheStatusOfAWholeHostsFileOnly) {
   const test::ScratchFolder folder;
   const auto hostsFile = folder / "hosts";
@@ -139,7 +139,7 @@ TEST(HostThreads, askForTheStatusOfAWholeHostsFileOnly) {
   EXPECT_EQ(status, BlockingStatus::active);
 }
 
-// `apply` checks its block afterwards, and would throw if the other thread had come between.
+// `apply` checks its block afterwards and would throw if the other thread had interfered.
 TEST(HostThreads, changeTheHostsFileOneAfterTheOther) {
   const test::ScratchFolder folder;
   const auto hostsFile = folder / "hosts";

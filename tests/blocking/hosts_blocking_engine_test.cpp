@@ -37,7 +37,7 @@ class HostsBlockingEngineTest : public testing::Test {
  protected:
   HostsBlockingEngineTest() { writeFile(file, plain); }
 
-  // The contents of the files that were kept, by their extension.
+  // Returns the contents of the kept files, by extension.
   std::vector<std::string> kept(const std::string& extension) const {
     std::vector<std::string> contents;
     if (!fs::exists(backups)) return contents;

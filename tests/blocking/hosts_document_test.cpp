@@ -77,7 +77,7 @@ TEST(HostsDocument, takesBothLineFeedsWithABlockAtTheEnd) {
   EXPECT_EQ(removed("a\n" + block), "a");
 }
 
-TEST(HostsDocument, takesBothLineFeedsWithABlockBehindALineFeedAlone) {
+TEST(HostsDocument, takesBothLineFeedsWithABlockAfterASingleLineFeed) {
   EXPECT_EQ(removed("\n" + block + "\n"), "");
   EXPECT_EQ(removed("\n" + block + "\na"), "\na");
   EXPECT_EQ(removed("a" + block + "\n"), "a");
@@ -103,7 +103,7 @@ TEST(HostsDocument, writesTheMarkersAloneForNoHosts) {
   EXPECT_THAT(HostsDocument(HostsDocument("a").applying({})).managedHosts(), IsEmpty());
 }
 
-TEST(HostsDocument, putsTheBlockBehindABlankLineOfATextThatEndsInALineFeed) {
+TEST(HostsDocument, putsTheBlockAfterABlankLineOfATextThatEndsInALineFeed) {
   EXPECT_EQ(HostsDocument("a\n").applying({"example.com"}), "a\n\n" + block + "\n");
   EXPECT_EQ(HostsDocument("a").applying({"example.com"}), "a\n" + block + "\n");
 }
@@ -122,7 +122,7 @@ TEST(HostsDocument, refusesToReplaceABlockThatStandsInsideAMarker) {
   }
 }
 
-// For every text: applying twice is applying once, and removing gives the text back.
+// For every text: applying is idempotent, and removing restores the text.
 TEST(HostsDocument, restoresRandomTextsByteForByte) {
   std::mt19937 random(3);  // NOLINT: the same texts in every run
   const std::vector<std::string> pieces = {"\n",   "\r\n", "127.0.0.1 localhost", "#",   " ", "\t",

@@ -1,5 +1,5 @@
-// Blocking sessions of two processes that meet: while one waits for its prompt, the other changes
-// the stored session.
+// Blocking sessions of two processes: while one waits for its prompt, the other changes the stored
+// session.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -29,13 +29,13 @@ BlockSession sessionOn(const std::string& domain, SessionMode mode) {
 
 class MeetingSessionsTest : public testing::Test {
  protected:
-  MeetingSessionsTest() { local.save({}); }
+  MeetingSessionsTest() { localStore.save({}); }
 
-  // What another process does.
+  // Stores a session, as another process would.
   void store(const std::optional<BlockSession>& session) const {
-    local.updateAtomically([&](PersistedState& state) { state.activeSession = session; });
+    localStore.updateAtomically([&](PersistedState& state) { state.activeSession = session; });
   }
-  std::optional<BlockSession> stored() const { return local.load().activeSession; }
+  std::optional<BlockSession> stored() const { return localStore.load().activeSession; }
 
   void start() {
     engine.start({.group = sessionOn("example.com", SessionMode::flexible).group,
@@ -61,9 +61,9 @@ class MeetingSessionsTest : public testing::Test {
   }
 
   test::ScratchFolder folder;
-  LocalStore local{folder / "state.json"};
+  LocalStore localStore{folder / "state.json"};
   test::FakeBlocker blocker;
-  SessionEngine engine{local, blocker};
+  SessionEngine engine{localStore, blocker};
   const BlockSession other = sessionOn("other.com", SessionMode::strict);
 };
 
@@ -120,12 +120,12 @@ TEST_F(MeetingSessionsTest, aStartWhoseSessionWasReplacedMeanwhileFailsAndBlocks
 }
 
 TEST_F(MeetingSessionsTest, aStartStandsWhenTheDocumentCannotBeReadAfterwards) {
-  blocker.onApply = [&] { test::writeFile(local.url(), "damaged"); };
+  blocker.onApply = [&] { test::writeFile(localStore.url(), "damaged"); };
   EXPECT_NO_THROW(start());
   EXPECT_EQ(engine.protectionStatus.value(), ProtectionStatus::active);
 }
 
-TEST_F(MeetingSessionsTest, anEndLeavesASessionThatHasReplacedItsOwnAloneAndTakesItUp) {
+TEST_F(MeetingSessionsTest, anEndLeavesTheSessionThatReplacedItsOwnAloneAndAdoptsIt) {
   start();
   store(other);
   blocker.state = BlockingStatus::mismatch;
@@ -173,7 +173,7 @@ TEST_F(MeetingSessionsTest, anEndThatFailsDoesNotBringAnEndedSessionBack) {
   EXPECT_EQ(stored(), std::nullopt);
 }
 
-TEST_F(MeetingSessionsTest, recoverTakesUpTheSessionThatReplacedAnotherWhileThePromptWasOpen) {
+TEST_F(MeetingSessionsTest, recoverAdoptsTheSessionThatReplacedAnotherWhileThePromptWasOpen) {
   store(sessionOn("example.com", SessionMode::flexible));
   blocker.onApply = [&] {
     store(other);
@@ -184,7 +184,7 @@ TEST_F(MeetingSessionsTest, recoverTakesUpTheSessionThatReplacedAnotherWhileTheP
   expectTheOtherSessionProtected();
 }
 
-TEST_F(MeetingSessionsTest, retryTakesUpTheSessionThatIsStored) {
+TEST_F(MeetingSessionsTest, retryAdoptsTheStoredSession) {
   start();
   store(other);
   engine.retryProtection();

@@ -42,7 +42,8 @@ TEST(MacOSPrivilegedCommandRunner, escapesTheCommandForTheScriptLanguage) {
                            R"(do shell script "a \"b\" \\c" with administrator privileges)"));
 }
 
-// What the script language hands to the shell: the literal between its outermost quotes.
+// Returns the command that the script language hands to the shell: the literal between its
+// outermost quotes.
 std::string commandInScript(const std::string& script) {
   const std::size_t first = script.find('"');
   const std::size_t last = script.rfind('"');
@@ -68,7 +69,7 @@ TEST(MacOSPrivilegedCommandRunner, passesAnyPathToTheShellUnchanged) {
     const auto plan = MacOS::commandPlan(source, destination);
     const std::string command = commandInScript(MacOS::scriptArguments(plan)[2]);
     ASSERT_EQ(command, plan);
-    // The copying alone, with a shell that prints its arguments instead.
+    // Only the copy command, with a shell that prints its arguments instead.
     const std::string copying = command.substr(0, command.find(" && /usr/sbin/chown root:wheel"));
     const std::string printing =
         "printf '%s\\n' " + copying.substr(sizeof("/bin/cp ") - 1) + " >&2";
@@ -114,7 +115,7 @@ TEST(PolkitPrivilegedCommandRunner, runsAFixedScriptThatIsGivenTheDestinationAlo
 }
 
 #ifndef __APPLE__
-// The script of the runner, run without asking for approval.
+// The runner's script, run without approval.
 class PolkitScript : public testing::Test {
  protected:
   PolkitScript() { test::writeFile(hosts, "127.0.0.1 localhost\n"); }
