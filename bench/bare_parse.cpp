@@ -1,4 +1,4 @@
-// bare_parse FILE: the least that a reader of the file can do, a simdjson parse into a tape.
+// bare_parse FILE: the minimum work of a reader, a simdjson parse into a tape.
 #include <cstdlib>
 
 #include <simdjson.h>

@@ -1,7 +1,6 @@
-// bare_write FILE: the least that a durable change of the file can do, with a copy of it kept in
-// the folder FILE.copies. Copies the bytes to a new file, syncs both, links the old one into the
-// folder and syncs it, renames the new one over the old one, and syncs their folder. Parses
-// nothing.
+// bare_write FILE: the minimum work of a durable change that keeps a copy in the folder
+// FILE.copies. Copies the bytes to a new file, syncs both, links the old one into the folder and
+// syncs it, renames the new one over the old one, and syncs their folder. Parses nothing.
 #include <array>
 #include <cstdlib>
 #include <string>

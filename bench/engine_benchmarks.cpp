@@ -1,4 +1,4 @@
-// The engines' own times on plans of three sizes, without a process around them.
+// The engines' times on plans of three sizes, without a process around them.
 #include <filesystem>
 #include <string>
 #include <string_view>

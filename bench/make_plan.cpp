@@ -15,6 +15,6 @@ int main(int count, char** values) {
     return EXIT_FAILURE;
   }
   const tarnwell::bench::PlanSize size{std::stoul(arguments[1]), std::stoul(arguments[2])};
-  const tarnwell::LocalStore file(arguments[3]);
-  file.save(tarnwell::bench::makePlan(size, tarnwell::Instant::now()));
+  const tarnwell::LocalStore localStore(arguments[3]);
+  localStore.save(tarnwell::bench::makePlan(size, tarnwell::Instant::now()));
 }

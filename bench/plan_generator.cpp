@@ -25,7 +25,7 @@ class Random {
     return UUID(bytes);
   }
 
-  // With a fraction, as clocks have it.
+  // With a fraction, as a clock gives it.
   Instant around(Instant now, double days) {
     constexpr std::uint64_t steps = 1'000'000'000;
     const double part = static_cast<double>(below(steps)) / static_cast<double>(steps);

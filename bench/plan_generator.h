@@ -1,4 +1,4 @@
-// Plans of any size for benchmarks: the same for the same size and time.
+// Reproducible plans of any size for benchmarks.
 #pragma once
 
 #include <cstddef>
@@ -13,8 +13,8 @@ struct PlanSize {
   std::size_t events;
 };
 
-// A plan with years behind it: most tasks are done, none is active, the first is pending, and the
-// others lie around `now`.
+// Returns a plan after years of use: most tasks are done, none is active, the first is pending, and
+// the others lie around `now`.
 PersistedState makePlan(PlanSize size, Instant now);
 
 }  // namespace tarnwell::bench

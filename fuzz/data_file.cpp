@@ -1,4 +1,4 @@
-// A document that can be read is the same after it was written and read again.
+// A document that can be read stays the same when written and read again.
 #include <cstddef>
 #include <cstdint>
 #include <string>

@@ -1,5 +1,5 @@
-// Whatever text becomes a domain is one that a hosts file can block, and becomes nothing else when
-// it is normalised again.
+// Every normalised domain is one that a hosts file can block, and normalising it again changes
+// nothing.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -15,7 +15,7 @@
 namespace tarnwell::fuzz {
 namespace {
 
-// Said once more in other words than the rules themselves.
+// A second definition, independent of the rules.
 bool isHostThatCanBeBlocked(const std::string& host) {
   constexpr std::string_view allowed = "abcdefghijklmnopqrstuvwxyz0123456789-.";
   const std::string framed = "." + host + ".";

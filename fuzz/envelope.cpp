@@ -1,6 +1,6 @@
 // An agent's conversation, one command a line, on a small plan: every command gets one reply, the
-// plan stays whole, and the two agree. The engines are built anew for each command, as the tool
-// does; only the hosts file is not real.
+// plan stays whole, and the two agree. Each command gets new engines, as in the tool; only the
+// hosts file is not real.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -52,7 +52,7 @@ class Conversation {
   Conversation() {
     static const std::string plan = encodePersistedState(smallPlan());
     std::filesystem::remove_all(folder().path() / "State Backups");
-    test::writeFile(document_.url(), plan);
+    test::writeFile(localStore_.url(), plan);
   }
 
   void say(std::string_view line) {
@@ -63,11 +63,11 @@ class Conversation {
       return;
     }
     const std::string before = bytes();
-    const std::int64_t revisionBefore = document_.load().revision;
+    const std::int64_t revisionBefore = localStore_.load().revision;
     const AgentResponseEnvelope reply = answer(*command);
     checkReply(reply);
 
-    const std::int64_t revision = document_.load().revision;
+    const std::int64_t revision = localStore_.load().revision;
     require(!reply.revision || reply.revision == revision, "the reply tells the stored revision");
     require(reply.ok ? revisionBefore <= revision && revision <= revisionBefore + 1
                      : revisionBefore <= revision && revision <= revisionBefore + 2,
@@ -79,27 +79,27 @@ class Conversation {
   }
 
  private:
-  // Kept, because making one takes longer than a conversation.
+  // Reused, because making one takes longer than a conversation.
   static const test::ScratchFolder& folder() {
     static const test::ScratchFolder folder;
     return folder;
   }
 
-  std::string bytes() const { return test::contentOf(document_.url()); }
+  std::string bytes() const { return test::contentOf(localStore_.url()); }
 
   AgentResponseEnvelope answer(const AgentCommandEnvelope& command) {
-    TaskStore store(document_);
-    TaskSessionEngine sessions(store, calendar_);
-    SessionEngine blocking(document_, blocker_);
-    blocking.loadPersistedState();
-    RecommendationEngine recommendations(store);
-    FocusCoordinator coordinator(sessions, blocking);
-    AgentCommandService service({.store = store,
-                                 .sessions = sessions,
+    TaskStore taskStore(localStore_);
+    TaskSessionEngine taskSessions(taskStore, calendar_);
+    SessionEngine blockSessions(localStore_, blocker_);
+    blockSessions.loadPersistedState();
+    RecommendationEngine recommendations(taskStore);
+    FocusCoordinator coordinator(taskSessions, blockSessions);
+    AgentCommandService service({.store = taskStore,
+                                 .sessions = taskSessions,
                                  .recommendations = recommendations,
                                  .calendar = calendar_,
                                  .focusCoordinator = &coordinator,
-                                 .blocking = &blocking});
+                                 .blocking = &blockSessions});
     return service.execute(command, now_);
   }
 
@@ -110,7 +110,7 @@ class Conversation {
     require(decodeJSON<AgentResponseEnvelope>(text) == reply, "a reply can be read");
   }
 
-  const LocalStore document_{folder() / "state.json"};
+  const LocalStore localStore_{folder() / "state.json"};
   const Calendar calendar_;
   test::FakeBlocker blocker_;
   Instant now_ = test::someInstant;

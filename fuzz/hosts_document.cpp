@@ -1,5 +1,5 @@
-// Blocking and unblocking gives every hosts file back byte for byte, and blocking twice is blocking
-// once. The first line of the input holds domains, the rest is the hosts file.
+// Blocking and unblocking restores every hosts file byte for byte, and blocking is idempotent. The
+// first line of the input holds domains, the rest is the hosts file.
 #include "tarnwell/blocking/hosts_document.h"
 
 #include <cstddef>

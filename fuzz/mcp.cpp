@@ -1,6 +1,6 @@
 // The stream of an assistant's client on a small plan: every request gets one answer, every answer
 // is one JSON object on one line, and the plan stays whole. No task of the plan blocks websites, so
-// nothing asks for the administrator.
+// nothing needs the administrator.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>

@@ -1,4 +1,4 @@
-// The records that the plans of the fuzz targets are made of.
+// The records of the fuzz targets' plans.
 #pragma once
 
 #include <string>
@@ -10,7 +10,7 @@
 
 namespace tarnwell::fuzz {
 
-// What the dictionary and the corpus call the records by.
+// Their identifiers in the dictionary and the corpus.
 inline UUID numbered(char digit) {
   return *UUID::parse("1111111" + std::string(1, digit) + "-1111-4111-8111-111111111111");
 }

@@ -1,4 +1,4 @@
-// Stands in for the fuzzer: runs a target once on every file of the folders that it is given.
+// Stands in for the fuzzer: runs a target once on every file of the given folders.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>

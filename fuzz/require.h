@@ -1,4 +1,4 @@
-// States what must hold for every input.
+// States a property of every input.
 #pragma once
 
 #include <cstdio>
@@ -6,7 +6,7 @@
 
 namespace tarnwell::fuzz {
 
-// Ends the process when it does not hold, which is what a fuzzer takes for a finding.
+// Ends the process if it does not hold, which a fuzzer reports as a finding.
 inline void require(bool holds, const char* rule) {
   if (holds) return;
   std::fprintf(stderr, "does not hold: %s\n", rule);

@@ -4,7 +4,7 @@ namespace tarnwell::host {
 namespace {
 
 // A host must start even when the data file cannot be read, to say so and to offer a backup. No
-// change succeeds, and so nothing is overwritten, until the file can be read again.
+// change succeeds, so nothing is overwritten, until the file can be read again.
 TaskStore openStore(const LocalStore& localStore) {
   try {
     return TaskStore(localStore);

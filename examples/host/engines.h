@@ -19,16 +19,15 @@
 
 namespace tarnwell::host {
 
-// What the machine provides and the engines only refer to. It outlives them.
+// The machine's services, which outlive the engines.
 struct Machine {
   std::filesystem::path folder;     // of the application's data
-  std::filesystem::path hostsFile;  // "/etc/hosts" in earnest
+  std::filesystem::path hostsFile;  // "/etc/hosts" in a real host
   PrivilegedCommandRunning& administrator;
   ReminderScheduling& notifications;
 };
 
-// Each engine refers to some of those above it, so that they are destroyed in the right order and
-// stay where they were built.
+// Engines refer to engines above them, so their order matters, and they cannot be moved.
 struct Engines {
   Engines(const Machine& machine, const Calendar& calendar);
 

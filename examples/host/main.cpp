@@ -1,6 +1,6 @@
-// A day with the engines, as a desktop application embeds them: on a scratch folder, with a hosts
-// file, a notification service and a clock of its own, so that it touches nothing real and prints
-// the same each time.
+// A day with the engines, as a desktop application embeds them: with a scratch folder and hosts
+// file, and its own clock and notification service, so that it touches nothing real and always
+// prints the same.
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -68,7 +68,7 @@ void run(const fs::path& folder) {
                  .createdAt = now});
     printPending(notifications, calendar);
 
-    // The plan changes while the person still looks at the old one.
+    // The plan changes while the user still looks at the old one.
     desktop.takeCommandOfAgent({.version = 1,
                                 .command = "tasks.create",
                                 .expectedRevision = 3,

@@ -1,4 +1,4 @@
-// Stands for the system's notification service, which outlives the application.
+// Stands in for the system's notification service, which outlives the application.
 #pragma once
 
 #include <functional>

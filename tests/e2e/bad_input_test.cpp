@@ -1,4 +1,4 @@
-// Whatever is not a command gets the one reply, and touches nothing.
+// Input that is not a command gets the same reply and touches nothing.
 #include <string>
 #include <vector>
 
@@ -16,7 +16,7 @@ using test::writeFile;
 
 std::string nested(std::size_t depth) { return std::string(depth, '[') + std::string(depth, ']'); }
 
-// A command whose payload holds this under a key of its own.
+// Returns a command with this value in its payload.
 std::string withPayloadValue(const std::string& json) {
   return R"({"version":1,"command":"tasks.list","payload":{"x":)" + json + "}}";
 }

@@ -34,7 +34,7 @@ class BlockingEndToEnd : public testing::TestWithParam<Prompt> {
     if (!obstacle.empty()) GTEST_SKIP() << obstacle;
   }
 
-  // The extensions of the files in the folder of hosts files, in ascending order.
+  // Returns the extensions of the kept hosts files, in ascending order.
   std::vector<std::string> keptHostsFiles() const {
     std::vector<std::string> extensions;
     if (!std::filesystem::exists(plan.system.backups())) return extensions;
@@ -226,7 +226,7 @@ TEST_P(BlockingEndToEnd, aSessionThatNeedsAttentionEndsWithAnotherTask) {
   plan.system.willAnswer({Answer::approve, Answer::dismiss, Answer::approve});
   plan.start();
   EXPECT_EQ(plan.ask("tasks.pause", 1), refused);
-  EXPECT_EQ(plan.ask("tasks.resume", 2), refused);  // its own session stands in the way
+  EXPECT_EQ(plan.ask("tasks.resume", 2), refused);  // its earlier session is still stored
   EXPECT_EQ(plan.status(), TaskStatus::pending);
   EXPECT_EQ(plan.ask("tasks.create", 4, R"({"title":"Another"})").revision, 5);
   EXPECT_EQ(
@@ -257,7 +257,7 @@ TEST_P(BlockingEndToEnd, aToolKilledAtThePromptLeavesAWholePlanAndTheReplacement
   EXPECT_THAT(keptHostsFiles(), ElementsAre(".backup", ".replacement"));
 }
 
-TEST_P(BlockingEndToEnd, aBlockLeftBehindGoesWithTheNextSession) {
+TEST_P(BlockingEndToEnd, aBlockLeftBehindEndsWithTheNextSession) {
   plan.system.willAnswer({Answer::meddle, Answer::dismiss, Answer::approve});
   plan.system.willMeddle(BlockedPlan::request("tasks.pause", 1, "{}"));
   plan.start();

@@ -1,4 +1,4 @@
-// Processes that change one plan at the same time lose nothing.
+// Processes that change one plan at the same time lose no change.
 #include <atomic>
 #include <csignal>
 #include <cstdint>
@@ -26,7 +26,7 @@ std::string createCommand(std::int64_t expectedRevision) {
          std::to_string(expectedRevision) + R"(,"payload":{"title":"One of many"}})";
 }
 
-// Runs `work` on so many threads at once, each of which runs processes of its own.
+// Runs `work` on that many threads at once; each starts its own processes.
 template <class Work>
 void runAtOnce(int count, Work work) {
   std::vector<std::thread> threads;
@@ -118,7 +118,7 @@ class Crowd {
 };
 
 void expectNothingLost(const PersistedState& plan, int created) {
-  EXPECT_GE(plan.revision, created);  // more by those that were killed too late
+  EXPECT_GE(plan.revision, created);  // more if some were killed too late
   EXPECT_EQ(plan.tasks.size(), static_cast<std::size_t>(plan.revision));
   EXPECT_EQ(plan.auditEvents.size(), static_cast<std::size_t>(plan.revision));
 }
@@ -134,11 +134,11 @@ TEST(LongRun, eightWritersOf500TasksEachLoseNothingAlongsideAReaderAndAKiller) {
 TEST(ConcurrencyEndToEnd, aHeldLockDelaysWritersAndNotReaders) {
   const Tool tool;
   tool.ask(createCommand(0));
-  const LocalStore document(tool.dataFile());
+  const LocalStore localStore(tool.dataFile());
   std::thread writer;
-  document.withExclusiveLock([&] {
+  localStore.withExclusiveLock([&] {
     writer = std::thread([&] {
-      // Had it not waited, it would have found the revision that was there before.
+      // Without waiting, it would have found the earlier revision.
       const auto reply = tool.ask(createCommand(2));
       EXPECT_TRUE(reply.ok) << reply;
       EXPECT_EQ(reply.revision, 3);
@@ -146,9 +146,9 @@ TEST(ConcurrencyEndToEnd, aHeldLockDelaysWritersAndNotReaders) {
     for (int i = 0; i < 10; ++i) {
       EXPECT_EQ(tool.ask(R"({"version":1,"command":"tasks.list"})").revision, 1);
     }
-    PersistedState plan = document.load();
+    PersistedState plan = localStore.load();
     plan.revision = 2;
-    document.save(plan);
+    localStore.save(plan);
   });
   writer.join();
 }

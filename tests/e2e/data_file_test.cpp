@@ -1,4 +1,4 @@
-// A data file that cannot be the plan is an error at once: never an empty plan, never overwritten.
+// A data file that cannot be read is an error at once: never an empty plan, never overwritten.
 #include <csignal>
 #include <string>
 
@@ -24,7 +24,7 @@ constexpr std::string_view createCommand =
 
 class DataFileEndToEnd : public testing::Test {
  protected:
-  // Neither a reading nor a writing command gets past the set-up, and neither leaves a trace.
+  // Checks that a reading and a writing command fail in the set-up and leave no trace.
   void expectSetUpError() {
     const auto before = treeOf(tool.home());
     for (const auto command : {listCommand, createCommand}) {

@@ -1,4 +1,4 @@
-// A whole day with the real program, and the trail that it leaves.
+// A whole day with the real program, and its audit trail.
 #include <string>
 #include <vector>
 
@@ -105,7 +105,7 @@ TEST_F(DayEndToEnd, leavesExactlyTheTrailOfWhatWasDone) {
   EXPECT_EQ(trail, expected);
 }
 
-TEST_F(DayEndToEnd, sessionRepliesHaveTheRevisionAndNothingElse) {
+TEST_F(DayEndToEnd, sessionRepliesHaveOnlyTheRevision) {
   const std::string id = create("One");
   const auto result = tool.run(
       R"({"version":1,"command":"tasks.start","expectedRevision":1,"payload":)" + withID(id) + "}");

@@ -1,4 +1,4 @@
-// The time zone and the locale of the environment decide which week it is.
+// The environment's time zone and locale decide which week it is.
 #include <array>
 #include <chrono>
 #include <string>
@@ -22,7 +22,7 @@ namespace chrono = std::chrono;
 
 class EnvironmentEndToEnd : public testing::Test {
  protected:
-  // The first day of this week as the tool sees it with these variables.
+  // Returns the first day of this week, as the tool sees it with these variables.
   LocalDay weekStart(std::vector<std::string> variables) {
     variables.push_back("HOME=" + tool.home().string());
     auto result = test::Process{.arguments = {TARNWELLCTL},

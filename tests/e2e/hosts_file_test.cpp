@@ -102,7 +102,7 @@ TEST_F(HostsFileEndToEnd, aTextThatIsNotUTF8IsLeftAlone) {
   expectRefusalWithoutPrompt();
 }
 
-TEST_F(HostsFileEndToEnd, aMissingFileIsNotMade) {
+TEST_F(HostsFileEndToEnd, aMissingFileIsNotCreated) {
   std::filesystem::remove(hosts);
   expectRefusalWithoutPrompt();
 }

@@ -1,4 +1,5 @@
-// Standard streams that are closed, full or broken: the plan stays whole, and the status tells.
+// Standard streams that are closed, full or broken: the plan stays whole, and the exit status
+// reports the failure.
 #include <string>
 #include <thread>
 

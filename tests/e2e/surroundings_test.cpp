@@ -1,5 +1,5 @@
 // Unusual surroundings: odd homes, masks, links and files of other users. The tool refuses what it
-// cannot use, and touches no file but its own.
+// cannot use, and touches only its own files.
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -160,7 +160,7 @@ TEST_F(SurroundingsEndToEnd, aDataFolderThatIsALinkIsFollowed) {
   EXPECT_EQ(LocalStore(elsewhere / "state.json").load().revision, 1);
 }
 
-TEST_F(SurroundingsEndToEnd, aDataFolderThatIsALinkToNowhereIsNotMadeUp) {
+TEST_F(SurroundingsEndToEnd, aDataFolderThatIsADanglingLinkIsNotCreated) {
   fs::create_directories(tool.dataDirectory().parent_path());
   fs::create_directory_symlink(elsewhere / "nowhere", tool.dataDirectory());
   expectRefusalThatLeavesEverything();
@@ -175,7 +175,7 @@ TEST_F(SurroundingsEndToEnd, aLockThatIsALinkIsRefusedAndItsTargetIsUntouched) {
   EXPECT_EQ(contentOf(elsewhere / "file"), otherFile);
 }
 
-TEST_F(SurroundingsEndToEnd, aLockThatIsALinkToNowhereCreatesNothing) {
+TEST_F(SurroundingsEndToEnd, aLockThatIsADanglingLinkCreatesNothing) {
   fs::create_directories(tool.dataDirectory());
   fs::create_symlink(elsewhere / "nowhere", tool.dataFile().string() + ".lock");
   expectRefusalThatLeavesEverything();

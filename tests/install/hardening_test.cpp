@@ -1,4 +1,4 @@
-// Reads the programs as the system's loader does: the release is hardened.
+// Reads the release's programs as the system's loader does: they are hardened.
 #include <sstream>
 #include <string>
 #include <vector>

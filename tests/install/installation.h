@@ -12,7 +12,7 @@ namespace tarnwell::test {
 
 class Installation {
  public:
-  // Installs into one folder and moves everything to another, as the installation is relocatable.
+  // Installs into one folder and moves everything to another: the installation is relocatable.
   Installation();
 
   // Returns the folder of the installation.
@@ -25,10 +25,10 @@ class Installation {
   std::filesystem::path buildWithCMake(const std::filesystem::path& source,
                                        const std::string& program) const;
 
-  // Builds one source file with the compiler and what pkg-config answers. Returns the program.
+  // Builds one source file with the compiler and pkg-config. Returns the program.
   std::filesystem::path buildWithPkgConfig(const std::filesystem::path& source) const;
 
-  // Does the same for a source file that must not build. Returns what the compiler says.
+  // Does the same for a source file that must not build. Returns the compiler's messages.
   std::string errorsOfBuilding(const std::filesystem::path& source) const;
 
  private:
@@ -38,8 +38,8 @@ class Installation {
   ScratchFolder folder_;
 };
 
-// Runs a program in the test's search path, fails the test unless it succeeds, and returns what it
-// printed.
+// Runs a program in the test's search path, fails the test unless it succeeds, and returns its
+// output.
 std::string output(std::vector<std::string> arguments);
 
 }  // namespace tarnwell::test

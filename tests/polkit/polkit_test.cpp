@@ -57,7 +57,7 @@ class PolkitEndToEnd : public testing::Test {
     const auto probe = run({"/bin/true"}, "");
     if (probe.exitStatus != 0) GTEST_SKIP() << "no private bus: " << probe.errors;
 
-    // A copy, because the build may lie where that user may not look.
+    // A copy, because that user may have no access to the build folder.
     fs::copy_file(TARNWELLCTL, folder / "tarnwellctl");
     fs::copy_file(TARNWELL, folder / "tarnwell");
     openToEverybody();
@@ -65,7 +65,7 @@ class PolkitEndToEnd : public testing::Test {
     state.groups = {group};
     task.blockingGroupID = group.id;
     state.tasks = {task};
-    plan.save(state);
+    localStore.save(state);
   }
 
   // Sets polkit's answer to a request to run a command as administrator.
@@ -87,12 +87,12 @@ class PolkitEndToEnd : public testing::Test {
   void expectUndoneStart() const {
     EXPECT_EQ(ask("tasks.start", 0), Service::failure(failures::operationFailed()));
     EXPECT_EQ(test::contentOf(folder / "hosts"), hostsBefore);
-    EXPECT_EQ(plan.load().tasks.at(0).status, TaskStatus::pending);
-    EXPECT_EQ(plan.load().activeSession, std::nullopt);
-    EXPECT_EQ(plan.load().revision, 2);
+    EXPECT_EQ(localStore.load().tasks.at(0).status, TaskStatus::pending);
+    EXPECT_EQ(localStore.load().activeSession, std::nullopt);
+    EXPECT_EQ(localStore.load().revision, 2);
   }
 
-  // What the user does with tarnwell.
+  // Runs a command of the user's program.
   test::ProcessResult type(std::vector<std::string> words) const {
     words.insert(words.begin(), folder / "tarnwell");
     return run(words, "");
@@ -118,7 +118,7 @@ class PolkitEndToEnd : public testing::Test {
 
   std::vector<std::string> environment{"PATH=/usr/sbin:/usr/bin:/sbin:/bin"};
   test::ScratchFolder folder;
-  LocalStore plan{folder / "home/.local/share/Tarnwell/state.json"};
+  LocalStore localStore{folder / "home/.local/share/Tarnwell/state.json"};
   FocusTask task = test::makeTask("Blocked");
   DomainGroup group{.name = "Reading", .rules = {{.domain = "example.com"}}};
 };
@@ -128,11 +128,11 @@ TEST_F(PolkitEndToEnd, aRuleThatSaysYesBlocksAndUnblocks) {
   EXPECT_EQ(ask("tasks.start", 0), Service::success(1, {}));
   EXPECT_EQ(test::contentOf(folder / "hosts"), hostsWithBlock);
   EXPECT_EQ(fs::status(folder / "hosts").permissions(), static_cast<fs::perms>(0644));
-  EXPECT_EQ(plan.load().tasks.at(0).status, TaskStatus::active);
+  EXPECT_EQ(localStore.load().tasks.at(0).status, TaskStatus::active);
 
   EXPECT_EQ(ask("tasks.pause", 1), Service::success(2, {}));
   EXPECT_EQ(test::contentOf(folder / "hosts"), hostsBefore);
-  EXPECT_EQ(plan.load().activeSession, std::nullopt);
+  EXPECT_EQ(localStore.load().activeSession, std::nullopt);
 }
 
 TEST_F(PolkitEndToEnd, aHomeThatRootMayNotEnterIsNoObstacle) {
@@ -164,8 +164,8 @@ TEST_F(PolkitEndToEnd, theUserBlocksAndUnblocksAtTheTerminal) {
   EXPECT_EQ(type({"resume"}).exitStatus, 1);
   EXPECT_EQ(type({"block", "start", "reading", "30"}).exitStatus, 1);
   EXPECT_EQ(test::contentOf(folder / "hosts"), hostsBefore);
-  EXPECT_EQ(plan.load().tasks.at(0).status, TaskStatus::pending);
-  EXPECT_EQ(plan.load().activeSession, std::nullopt);
+  EXPECT_EQ(localStore.load().tasks.at(0).status, TaskStatus::pending);
+  EXPECT_EQ(localStore.load().activeSession, std::nullopt);
 }
 
 TEST_F(PolkitEndToEnd, aRuleThatSaysNoUndoesTheStart) {
@@ -184,8 +184,8 @@ TEST_F(PolkitEndToEnd, aBlockThatMayNotBeRemovedNeedsAttention) {
   setRule("NO");
   EXPECT_EQ(ask("tasks.pause", 1), Service::failure(failures::operationFailed()));
   EXPECT_EQ(test::contentOf(folder / "hosts"), hostsWithBlock);
-  EXPECT_EQ(plan.load().tasks.at(0).status, TaskStatus::paused);
-  EXPECT_EQ(plan.load().activeSession->state, SessionState::attentionRequired);
+  EXPECT_EQ(localStore.load().tasks.at(0).status, TaskStatus::paused);
+  EXPECT_EQ(localStore.load().activeSession->state, SessionState::attentionRequired);
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// A small program that builds with the installed library: adds a task to the plan in the given
-// folder and prints what is then stored.
+// Builds with the installed library: adds a task to the plan in the given folder and prints the
+// stored plan.
 #include <filesystem>
 #include <iostream>
 #include <string>
@@ -9,15 +9,15 @@
 #include "tarnwell/store/task_store.h"
 
 int main(int, char** arguments) {
-  const tarnwell::LocalStore document(std::filesystem::path(arguments[1]) / "state.json");
-  tarnwell::TaskStore store(document);
+  const tarnwell::LocalStore localStore(std::filesystem::path(arguments[1]) / "state.json");
+  tarnwell::TaskStore taskStore(localStore);
   const auto task = tarnwell::FocusTask::make({.title = " Read the mail "});
-  store.transact({.expectedRevision = store.snapshot().revision(),
-                  .source = tarnwell::MutationSource::user,
-                  .action = "task.create",
-                  .taskID = task.id},
-                 [&](tarnwell::PersistedState& state) { state.tasks.push_back(task); });
-  const auto stored = document.load();
+  taskStore.transact({.expectedRevision = taskStore.snapshot().revision(),
+                      .source = tarnwell::MutationSource::user,
+                      .action = "task.create",
+                      .taskID = task.id},
+                     [&](tarnwell::PersistedState& state) { state.tasks.push_back(task); });
+  const auto stored = localStore.load();
   std::cout << stored.tasks.front().title << ", revision " << stored.revision << ", without "
             << tarnwell::DomainRules::normalize("https://www.Example.com/news") << "\n";
 }

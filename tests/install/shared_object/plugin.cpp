@@ -1,4 +1,4 @@
-// A shared object that has the library in it.
+// A shared object that contains the library.
 #include <string>
 
 #include "tarnwell/blocking/domain_rules.h"
