@@ -1,4 +1,5 @@
-// Executes one command of an agent and answers with one reply.
+// The command service: executes one command of an agent and returns one reply. agent/ holds the
+// service, its wire format, and the set-up of the engines that every program shares.
 #pragma once
 
 #include <cstdint>
@@ -18,18 +19,17 @@
 
 namespace tarnwell {
 
-// The program at the other end: only a user interface that the user trusts may pass on the user's
-// approval.
+// The caller: only a trusted user interface may pass on the user's approval.
 enum class ApprovalAuthority { untrustedAgent, trustedUserInterface };
 
-// What a command that was carried out answers with.
+// The answer to a successful command.
 struct CommandResult {
   TaskStoreSnapshot plan;            // as the command read it or left it
   std::optional<JSONValue> value{};  // absent where the plan's revision is the whole answer
 };
 
-// Keeps nothing between commands. Holds its parts by reference; the owner outlives the service.
-// Belongs to the thread of the session engines.
+// Stateless. Holds its parts by reference; the owner outlives the service. Belongs to the thread of
+// the session engines.
 class AgentCommandService {
  public:
   // Without a coordinator and a blocking engine, the service refuses tasks that block websites;
@@ -47,13 +47,13 @@ class AgentCommandService {
 
   explicit AgentCommandService(const Parts& parts) : parts_(parts) {}
 
-  // Carries the command out and replies. Never throws: every failure is a reply. `now` is the
-  // command's only clock reading.
+  // Executes the command. Never throws: every failure is a reply. `now` is the command's only clock
+  // reading.
   AgentResponseEnvelope execute(const AgentCommandEnvelope& envelope,
                                 Instant now = Instant::now()) const;
 
-  // Does the same for a caller that handles errors itself. Throws AgentServiceError for what the
-  // service refuses, and whatever the engines throw.
+  // Does the same for a caller that handles errors. Throws AgentServiceError for a refusal, and the
+  // errors of the engines.
   CommandResult perform(const AgentCommandEnvelope& envelope, Instant now) const;
 
   static AgentResponseEnvelope success(std::optional<std::int64_t> revision,

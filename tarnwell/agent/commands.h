@@ -12,8 +12,8 @@
 
 namespace tarnwell {
 
-// Carries out one command on the service's parts. Throws what `AgentCommandService::perform`
-// throws. The order in which a handler makes its checks decides which failure is reported.
+// Executes one command. Throws what `AgentCommandService::perform` throws. The order of a handler's
+// checks decides which failure is reported.
 using CommandHandler = CommandResult(const AgentCommandService::Parts& parts,
                                      const AgentCommandEnvelope& envelope, Instant now);
 

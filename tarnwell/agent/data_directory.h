@@ -1,4 +1,4 @@
-// Where the programs of Tarnwell keep the user's plan.
+// The folder of the user's plan.
 #pragma once
 
 #include <filesystem>
@@ -7,7 +7,7 @@ namespace tarnwell {
 
 // A value: the paths in one data directory. Creates nothing.
 struct DataDirectory {
-  // Returns the user's own, which every program shares. Throws Error where there is no home folder.
+  // Returns the folder that every program of the user shares. Throws Error without a home folder.
   static DataDirectory ofUser();
 
   std::filesystem::path dataFile() const { return path / "state.json"; }

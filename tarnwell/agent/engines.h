@@ -1,4 +1,4 @@
-// The stores and engines over one data directory, as every program of Tarnwell builds them.
+// The stores and engines over one data directory, as every program builds them.
 #pragma once
 
 #include <memory>
@@ -17,8 +17,8 @@
 
 namespace tarnwell {
 
-// Each member refers to some of those above it, so the order of the members is the order in which
-// they are built. Belongs to one thread.
+// Members refer to members above them, so their order is the order of construction. Belongs to one
+// thread.
 class Engines {
  public:
   // Reads the data file and publishes the stored blocking session. Creates nothing. Throws
@@ -28,7 +28,7 @@ class Engines {
   Engines& operator=(const Engines&) = delete;
   ~Engines() = default;
 
-  // Returns what an agent's command service is made of: without approval, without reminders.
+  // Returns the parts of an agent's command service: without approval, without reminders.
   AgentCommandService::Parts agentParts();
 
   const Calendar calendar;

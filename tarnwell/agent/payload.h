@@ -1,5 +1,5 @@
-// Readers of a command's revision and payload. The order in which a command calls them decides
-// which of several problems the reply reports.
+// Readers of a command's revision and payload. The order of the calls decides which of several
+// problems is reported.
 #pragma once
 
 #include <cstdint>

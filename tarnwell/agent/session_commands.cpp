@@ -9,8 +9,8 @@ namespace {
 
 constexpr std::string_view modeKey = "mode";
 
-// Starts the task and blocks its websites for as long as the task is estimated to take. Throws the
-// refusal when the service cannot block them.
+// Starts the task and blocks its websites for its estimated time. Throws the refusal when the
+// service cannot block them.
 CommandResult startBlockedTask(const AgentCommandService::Parts& parts, const FocusTask& task,
                                const AgentCommandEnvelope& envelope, Instant now,
                                const Failure& refusal) {

@@ -20,8 +20,7 @@ bool isNull(const JSONValue::Object& payload, std::string_view key) {
   return member != payload.end() && member->second.isNull();
 }
 
-// Leaves alone the members that the payload does not mention or, but for the estimate, that cannot
-// be read.
+// Leaves alone the members that the payload omits or, except for the estimate, that cannot be read.
 void applyChanges(const JSONValue::Object& payload, FocusTask& task) {
   if (const auto* const title = optionalString(payload, titleKey)) task.title = *title;
   if (isNull(payload, estimatedMinutesKey)) {

@@ -1,4 +1,5 @@
-// The base of every typed error, and the form that typed errors share.
+// The base of every typed error, and the form that they share. base/ holds what every folder may
+// use and depends on none of them: errors, checked arithmetic, field lists, text, identifiers.
 #pragma once
 
 #include <concepts>
@@ -21,8 +22,8 @@ class Error : public std::runtime_error {
   std::string_view description() const noexcept { return what(); }
 };
 
-// Returns the description of the exception being handled: a fixed text where it is no
-// std::exception. For the last handler at the edge of an engine, past which nothing may escape.
+// Returns the description of the exception being handled, or a fixed text if it is not a
+// std::exception. For the outermost handler of an engine.
 inline std::string descriptionOfCurrentException() {
   try {
     throw;
@@ -33,9 +34,9 @@ inline std::string descriptionOfCurrentException() {
   }
 }
 
-// The form of every typed error: an enumerated case, the case's payload, and the fixed description
-// of both. Equal when case and payload are. Without payloads, `texts(Case)` lists the descriptions;
-// with payloads, a named function makes each case and describes it.
+// A typed error: an enumerated case, its payload, and the fixed description of both. Equal when
+// case and payload are. Without payloads, `texts(Case)` lists the descriptions; with payloads, a
+// named function makes and describes each case.
 template <class Cases, std::equality_comparable PayloadOfCases = std::monostate>
 class CaseError : public Error {
  public:

@@ -4,7 +4,7 @@
 
 #include <mutex>
 
-// The only macro of the code: the annotations are attributes that other compilers warn about.
+// The only macro: other compilers warn about these attributes.
 #ifdef __clang__
 #define TARNWELL_THREAD_SAFETY(...) __attribute__((__VA_ARGS__))
 #else

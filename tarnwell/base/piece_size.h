@@ -5,8 +5,7 @@
 
 namespace tarnwell {
 
-// One constant, so that each piece that the encoder hands over is a piece whose write-back can
-// begin at once.
+// One constant for all, so that write-back of each encoded piece can start at once.
 inline constexpr std::size_t pieceSize = 262'144;
 
 }  // namespace tarnwell

@@ -28,7 +28,7 @@ bool mayPrint(char32_t codePoint) {
   return !isControl && !isBidiControl && !isSeparator;
 }
 
-// What follows a first byte of UTF-8. The limits of the second byte exclude overlong forms,
+// The form of a character, by its first byte. The limits of the second byte exclude overlong forms,
 // surrogates and values beyond U+10FFFF.
 struct Form {
   std::size_t size = 0;  // 0 for a byte that begins no character
@@ -55,8 +55,8 @@ Form formOf(unsigned char first) {
   return {};
 }
 
-// The character at the beginning of a text that is not empty. An ill-formed sequence extends as far
-// as it could have become a character.
+// Returns the first character of a text that is not empty. An ill-formed sequence extends as far as
+// it could have become a character.
 Character firstCharacter(std::string_view text) {
   Form form = formOf(static_cast<unsigned char>(text.front()));
   if (form.size == 0) return {replacementCharacter, 1, false};
@@ -72,7 +72,7 @@ Character firstCharacter(std::string_view text) {
   return {codePoint, form.size, true};
 }
 
-// The text with `replace(character)` for each character that may not be printed.
+// Returns the text with `replace(character)` for each unprintable character.
 template <class Replace>
 std::string replacingUnprintable(std::string_view text, Replace replace) {
   std::string result;
@@ -86,7 +86,7 @@ std::string replacingUnprintable(std::string_view text, Replace replace) {
   return result;
 }
 
-// All of these characters are in the basic plane.
+// Every unprintable character is in the basic plane.
 std::string jsonEscape(const Character& character) {
   constexpr std::string_view digits = "0123456789abcdef";
   std::string escape = "\\u";

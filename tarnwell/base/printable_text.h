@@ -1,5 +1,4 @@
-// Makes text that a user or a program stored safe to print: a terminal shows it and obeys none of
-// it.
+// Makes stored text safe to print: a terminal shows it and obeys none of it.
 #pragma once
 
 #include <string>
@@ -11,8 +10,8 @@ namespace tarnwell {
 // bidirectional control, line or paragraph separator, and for each ill-formed UTF-8 sequence.
 std::string printable(std::string_view text);
 
-// Returns compact JSON text with these characters as \u escapes, which leaves its value as it is.
-// `json` is valid UTF-8.
+// Returns compact JSON text with these characters as \u escapes; its value stays the same. `json`
+// must be valid UTF-8.
 std::string printableJSON(std::string_view json);
 
 }  // namespace tarnwell

@@ -6,7 +6,7 @@
 
 namespace tarnwell {
 
-// Set by its owner alone, on the owner's thread; read by anyone, observed by one observer.
+// Set by its owner only, on the owner's thread. Has at most one observer.
 template <class Value, class Owner>
 class Published {
  public:

@@ -53,13 +53,13 @@ concept Record = requires {
   T::fields();
 };
 
-// The record's keys, in the order of its fields.
+// Returns the keys in the order of the fields.
 template <Record T>
 constexpr auto keysOf() {
   return std::apply([](const auto&... fields) { return std::array{fields.key...}; }, T::fields());
 }
 
-// The record's fields as an array of indexes into `T::fields()`, in ascending order of their keys.
+// Returns the indexes into `T::fields()` in ascending order of the keys.
 template <Record T>
 constexpr auto keyOrder() {
   constexpr auto keys = keysOf<T>();

@@ -24,7 +24,7 @@ std::size_t sizeOfWhiteSpace(Matches matches) {
   return found == whiteSpace.end() ? 0 : found->size();
 }
 
-// Most texts neither begin nor end with white space. One look at their first or last byte shows it.
+// Most texts neither begin nor end with white space, as their first or last byte shows.
 
 std::size_t leadingWhiteSpace(std::string_view text) {
   if (text.empty() || isVisibleASCII(text.front())) return 0;

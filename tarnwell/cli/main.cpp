@@ -30,8 +30,8 @@ std::string readStandardInput() {
   return text;
 }
 
-// Writes the reply and ends the process. The plan and the reply are not destroyed first: the system
-// takes back all memory at once.
+// Writes the reply and ends the process without destroying anything: the system reclaims all memory
+// at once.
 [[noreturn]] void finish(const FileDescriptor& output, const AgentResponseEnvelope& reply,
                          int status) {
   const std::string text = encodeReply(reply) + '\n';

@@ -3,7 +3,7 @@
 // returning it. The library leaves a host's allocator alone.
 #include "tarnwell/cli/process_memory.h"
 
-// Sanitizers have an allocator of their own.
+// Sanitizers bring their own allocator.
 #if defined(__linux__) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 
 #include <cstddef>
@@ -47,7 +47,7 @@ void operator delete(void* block, std::size_t) noexcept { std::free(block); }
 
 void tarnwell::keepFreedMemory() {
 #ifdef __GLIBC__
-  ::mallopt(M_MMAP_THRESHOLD, 32 << 20);  // the highest that it takes
+  ::mallopt(M_MMAP_THRESHOLD, 32 << 20);  // the highest allowed
   ::mallopt(M_TRIM_THRESHOLD, -1);        // never
 #endif
 }

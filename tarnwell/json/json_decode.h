@@ -49,9 +49,8 @@ void decodeFields(ObjectReader members, const std::tuple<Field<Owner, Members>..
   std::apply([&](const auto&... field) { (decodeField(members, field, record), ...); }, fields);
 }
 
-// Reads a record. Initialises every member with the value read, in the order of the fields, so that
-// defaults such as a random identifier are not evaluated. Looks for the members in the order of
-// their keys, in which documents are written.
+// Reads a record. Initialises every member, in the order of the fields, so that defaults such as a
+// random identifier are not evaluated. Searches in the order of the keys, as documents are written.
 template <Record T>
 T decodeRecord(ObjectReader members) {
   constexpr auto fields = T::fields();

@@ -1,4 +1,5 @@
-// A parsed JSON text and access to its values. json/ is the only folder that knows the parser.
+// Parsed JSON text and access to its values. json/ reads and writes JSON; no other folder knows the
+// parser.
 #pragma once
 
 #include <cstddef>
@@ -43,14 +44,14 @@ class JSONDocument {
   JSONElement root_;
 };
 
-// Finds the members of an object. The first of repeated keys counts. Searching in the written order
-// is fast: the next member is compared before the search over all.
+// Finds the members of an object. The first of repeated keys counts. Searching in written order is
+// fast, because the next member is compared first.
 class ObjectReader {
  public:
   // Throws JSONError when the element, called `key` in the error, is not an object.
   ObjectReader(JSONElement element, std::string_view key);
 
-  // Returns the member; absent when the object has none with the key.
+  // Absent when the object has no such member.
   std::optional<JSONElement> find(std::string_view key);
 
  private:

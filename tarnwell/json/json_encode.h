@@ -64,7 +64,7 @@ void encode(JSONWriter& writer, const T& value) {
   }
 }
 
-// Writes a member of a record under its key; nothing for an optional one that is absent.
+// Writes a member under its key, unless it is absent.
 template <class T, class Member>
 void encodeField(JSONWriter& writer, const T& record, const Field<T, Member>& field) {
   const Member& member = record.*field.member;

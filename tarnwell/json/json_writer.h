@@ -1,4 +1,4 @@
-// Writing of JSON text: compact for the wire, indented for the data file.
+// Writes JSON text: compact for the wire, indented for the data file.
 #pragma once
 
 #include <algorithm>
@@ -27,7 +27,7 @@ class JSONWriter {
   void beginArray() { begin('['); }
   void endArray() { end(']'); }
 
-  // Precedes each value of an object. Throws JSONError when not valid UTF-8.
+  // Precedes each value of an object. Throws JSONError if it is not valid UTF-8.
   void key(std::string_view key) { endKey(putText(key)); }
 
   void null();
@@ -43,7 +43,7 @@ class JSONWriter {
   void plainKey(std::string_view key) { endKey(putPlain(key)); }
   void plainString(std::string_view text) { advanceTo(putPlain(text)); }
 
-  // Returns the text not handed on. Consumes the writer.
+  // Returns the text not yet handed to the sink. Consumes the writer.
   std::string take();
 
   // Hands the rest to the sink.
@@ -55,7 +55,7 @@ class JSONWriter {
   void end(char bracket);
 
   // Writes the separator before a value or key of at most `size` bytes and returns where to put it.
-  // Leaves room for what follows a key.
+  // Leaves room for the bytes after a key.
   char* beginValue(std::size_t size);
   char* room(std::size_t size);
   char* newLine(char* at) const;

@@ -1,4 +1,4 @@
-// The arguments of a tool: their input schema, and reading them by it.
+// A tool's arguments: their input schema, and the reader that applies it.
 #pragma once
 
 #include <cstdint>

@@ -11,8 +11,8 @@
 namespace tarnwell::mcp {
 namespace {
 
-// Returns a locale that knows the letters of Unicode, whatever the user's locale is. Null where the
-// system has none.
+// Returns a locale with the letters of Unicode, whatever the user's locale; null where the system
+// has none.
 locale_t lettersOfUnicode() {
   for (const char* const name : {"C.UTF-8", "en_US.UTF-8", "UTF-8"}) {
     if (const locale_t letters = newlocale(LC_CTYPE_MASK, name, nullptr)) return letters;

@@ -6,8 +6,8 @@
 
 namespace tarnwell::mcp {
 
-// Returns the text in lower case, letter by letter, by the C library's tables. `text`
-// is valid UTF-8.
+// Returns the text in lower case, letter by letter, by the C library's tables. `text` must be valid
+// UTF-8.
 std::u32string foldedCase(std::string_view text);
 
 }  // namespace tarnwell::mcp

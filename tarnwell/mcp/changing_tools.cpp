@@ -9,8 +9,7 @@
 namespace tarnwell::mcp {
 namespace {
 
-// Carries out a command with the arguments of the call. Throws what the service and the engines
-// throw.
+// Executes a command with the call's arguments. Throws the errors of the service and the engines.
 TaskStoreSnapshot perform(const ToolCall& call, const char* command) {
   AgentCommandEnvelope envelope{.version = 1,
                                 .command = command,
@@ -21,7 +20,7 @@ TaskStoreSnapshot perform(const ToolCall& call, const char* command) {
 }
 
 // Returns the task that the call has changed. The first change after the revision that the call was
-// based on is its own, whatever other programs have changed since.
+// based on is the call's, whatever other programs have changed since.
 TaskResult resultOf(const ToolCall& call, const TaskStoreSnapshot& after) {
   const Changes changes = changesSince(after.state(), call.arguments.revision());
   if (!changes.empty() && changes.back()->taskID) {
@@ -31,8 +30,8 @@ TaskResult resultOf(const ToolCall& call, const TaskStoreSnapshot& after) {
   throw AgentServiceError(failures::taskNotFound());
 }
 
-// Refuses a change of a task that is not the one that the caller means. With another revision than
-// the plan's, the engine refuses the change anyway, and in its own order of checks.
+// Refuses a change of another task than the caller means. With a stale revision, the engine refuses
+// the change anyway, in its own order of checks.
 void requireTask(const ToolCall& call, TaskStatus status, std::string_view problem) {
   const auto meant = call.arguments.identifier("task_id");
   const FocusTask* const task = findTask(call.plan.tasks, status);

@@ -1,4 +1,4 @@
-// The two eras of the protocol: which rules serve a request.
+// The two eras of the protocol, and the one that a request belongs to.
 #pragma once
 
 #include <optional>
@@ -9,8 +9,8 @@
 
 namespace tarnwell::mcp {
 
-// The rules that one request is served by. A modern request carries its protocol version in its
-// metadata; every other one is served as after a handshake.
+// The rules for one request. A modern request carries its protocol version in its metadata; any
+// other is served as after a handshake.
 enum class Era { legacy, modern };
 
 inline constexpr std::string_view modernVersion = "2026-07-28";

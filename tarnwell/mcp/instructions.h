@@ -1,11 +1,11 @@
-// What an assistant must know about the plan, beyond the descriptions of the tools.
+// The instructions for an assistant, beyond the descriptions of the tools.
 #pragma once
 
 #include <string_view>
 
 namespace tarnwell::mcp {
 
-// Returns the rules for every assistant, which docs/assistant.md repeats to the letter.
+// Returns the rules for every assistant, which docs/assistant.md repeats verbatim.
 std::string_view instructions();
 
 }  // namespace tarnwell::mcp

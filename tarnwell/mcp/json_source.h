@@ -1,4 +1,4 @@
-// The source text of a value within a JSON text, for values that must be repeated to the letter.
+// The source text of a JSON value, for values that must be repeated verbatim.
 #pragma once
 
 #include <optional>
@@ -6,8 +6,8 @@
 
 namespace tarnwell::mcp {
 
-// Returns the text of the first member with the key; absent when there is none. `object` is a valid
-// JSON text of an object. The result points into it.
+// Returns the text of the first member with the key; absent when there is none. `object` must be
+// the valid text of an object. The result points into it.
 std::optional<std::string_view> memberSource(std::string_view object, std::string_view key);
 
 }  // namespace tarnwell::mcp

@@ -14,8 +14,8 @@ struct Line {
   bool isTooLong = false;  // the text is then empty
 };
 
-// Takes bytes as they arrive and gives whole lines in order. Holds no more than the longest line
-// and the last piece that arrived: it reports a longer line once, and drops its bytes.
+// Takes bytes as they arrive and returns whole lines in order. Holds at most the longest line and
+// the last piece: it reports a longer line once and drops its bytes.
 class LineBuffer {
  public:
   static constexpr std::size_t longestLine = 16 * 1024 * 1024;  // bytes, without the line feed
@@ -25,8 +25,8 @@ class LineBuffer {
   // Returns the next whole line; absent while none is whole.
   std::optional<Line> next();
 
-  // Returns the bytes behind the last line feed as a line, at the end of the stream; absent where
-  // there are none.
+  // At the end of the stream, returns the bytes after the last line feed as a line; absent without
+  // any.
   std::optional<Line> last();
 
  private:

@@ -52,7 +52,7 @@ class Output {
 
   bool hasFailed() const { return error_ != 0; }
 
-  // A closed output is the client's end, not a failure of the server.
+  // A closed output means that the client has gone, which is no failure.
   int status() const {
     const bool isClosed = error_ == EPIPE || error_ == EBADF || error_ == ECONNRESET;
     return error_ == 0 || isClosed ? EXIT_SUCCESS : EXIT_FAILURE;

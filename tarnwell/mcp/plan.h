@@ -10,8 +10,8 @@
 
 namespace tarnwell::mcp {
 
-// Builds the engines on first use, so that the server also runs, and reports the reason, where
-// there is no home folder or the data file cannot be read. Belongs to one thread.
+// Builds the engines on first use, so that without a home folder or a readable data file the server
+// still runs and reports the reason. Belongs to one thread.
 class Plan {
  public:
   // If `directory` throws, the next request calls it again.

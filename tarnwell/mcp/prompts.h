@@ -12,7 +12,7 @@ struct Prompt {
   std::string_view name;
   std::string_view title;
   std::string_view description;
-  std::string_view text;  // what the user says with it
+  std::string_view text;  // the user's message
 };
 
 std::span<const Prompt> allPrompts();
@@ -20,7 +20,7 @@ std::span<const Prompt> allPrompts();
 // Returns null when no prompt has the name.
 const Prompt* findPrompt(std::string_view name);
 
-// Return the prompt as prompts/list and prompts/get give it.
+// Return the prompt for prompts/list and prompts/get.
 JSONValue describe(const Prompt& prompt);
 JSONValue::Object messagesOf(const Prompt& prompt);
 

@@ -63,7 +63,7 @@ RefusalReport reportOf(const TaskStoreError& conflict) {
                   "makes sense, call the tool again with the present revision.");
 }
 
-// Reports the exception that is being handled, without the present revision.
+// Reports the exception being handled, without the present revision.
 RefusalReport reportWithoutRevision() {
   try {
     throw;
@@ -122,7 +122,7 @@ RefusalReport reportOfCurrentException(const LocalStore* localStore) {
     report.revision = plan->revision;
     if (expected) addChanges(*plan, *expected, report);
   } catch (const LocalStoreError&) {
-    // There is no present revision to tell.
+    // There is no present revision to report.
   }
   return report;
 }

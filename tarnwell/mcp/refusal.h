@@ -30,13 +30,13 @@ class Refusal : public Error {
   std::string hint_;
 };
 
-// The JSON object that tells the client of a refusal.
+// The JSON object that reports a refusal to the client.
 struct RefusalReport {
   FailureCode code{};
   std::string message{};
   std::string hint{};                      // what to do next
   std::optional<std::int64_t> revision{};  // the present one, where the plan can be read
-  // With a conflict of revisions: the changes since the expected one, newest first, and their
+  // After a revision conflict: the changes since the expected revision, newest first, and their
   // number.
   std::optional<std::vector<ChangeView>> changes{};
   std::optional<std::int64_t> changesTotal{};
@@ -51,8 +51,8 @@ struct RefusalReport {
   }
 };
 
-// Returns the report of the exception that is being handled, of whatever type. To be called in a
-// handler. `localStore` is null where there is no data directory.
+// Returns the report of the exception being handled, whatever its type. `localStore` is null
+// without a data directory.
 RefusalReport reportOfCurrentException(const LocalStore* localStore);
 
 }  // namespace tarnwell::mcp

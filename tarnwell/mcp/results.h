@@ -1,5 +1,5 @@
-// The results of the tools: the records of the plan as a model reads them, with days and instants
-// as text. The output schemas are made from the fields.
+// The results of the tools: the plan's records as a model reads them, with days and instants as
+// text. The output schemas follow from the fields.
 #pragma once
 
 #include <cstdint>
@@ -27,7 +27,7 @@ struct TaskSummary {
   TaskPriority priority{};
   std::optional<std::string> plannedDay{};
   std::optional<std::int64_t> estimatedMinutes{};
-  double focusSeconds{};  // in all, a running segment included
+  double focusSeconds{};  // total, with the running segment
 
   static TaskSummary of(const FocusTask& task, Instant now);
 
@@ -104,8 +104,8 @@ struct TaskView {
 struct ActiveTaskView {
   UUID id;
   std::string title{};
-  double runningSeconds{};  // of the segment that is running
-  double focusSeconds{};    // in all
+  double runningSeconds{};  // of the running segment
+  double focusSeconds{};    // total
 
   static ActiveTaskView of(const FocusTask& task, Instant now);
 
@@ -179,7 +179,7 @@ struct DayResult {
   std::int64_t plannedMinutes{};  // of the open tasks
   std::int64_t openTasks{};
   std::int64_t capacityMinutes{};
-  std::optional<ActiveTaskView> activeTask{};  // whatever its day
+  std::optional<ActiveTaskView> activeTask{};  // of any day
   std::int64_t pendingProposals{};
 
   static constexpr auto fields() {

@@ -1,4 +1,4 @@
-// JSON-RPC 2.0 with one message per line. Knows nothing of the methods.
+// JSON-RPC 2.0 with one message per line, whatever the methods.
 #pragma once
 
 #include <memory>
@@ -49,7 +49,7 @@ struct RequestID {
   friend auto operator<=>(const RequestID&, const RequestID&) = default;
 };
 
-// A request or a notification. Owns what its elements point into.
+// A request or a notification. Owns the text of its elements.
 class RPCMessage {
  public:
   // Throws RPCError: parseError, or invalidRequest for JSON that is not a request.
@@ -61,7 +61,7 @@ class RPCMessage {
   // Returns nothing when there are none. Throws RPCError (invalidParams) when they are not an
   // object.
   std::optional<JSONElement> params() const;
-  std::string_view paramsSource() const;  // of params that are there
+  std::string_view paramsSource() const;  // requires params
 
  private:
   std::string line_;

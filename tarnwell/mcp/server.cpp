@@ -161,7 +161,7 @@ void Server::sendNotifications() {
     if (!watcher_->hasChanged()) return;
     present = plan_.localStore().loadShared();
   } catch (const Error&) {
-    // The file changed, but its tasks cannot be read: those of before are what is known.
+    // The changed file cannot be read: the tasks last read stand.
   }
   for (const std::string& line : subscriptions_.notifications(*notifiedPlan_, *present)) {
     send_(line);

@@ -1,4 +1,5 @@
-// The Model Context Protocol: takes the lines of a client and sends the lines that answer them.
+// The Model Context Protocol: receives a client's lines and sends the answers. mcp/ is
+// tarnwell-mcp, which serves the agent's commands to assistants.
 #pragma once
 
 #include <functional>
@@ -17,8 +18,8 @@
 
 namespace tarnwell::mcp {
 
-// Serves one client. Between requests it keeps the subscriptions, and the engines with the last
-// document read. Belongs to one thread.
+// Serves one client. Between requests it keeps the subscriptions and the engines. Belongs to one
+// thread.
 class Server {
  public:
   using Send = std::function<void(std::string_view line)>;
@@ -34,7 +35,7 @@ class Server {
   // subscriptions.
   std::optional<int> watchedDescriptor() const;
 
-  // Sends the notifications of a change of the plan, if there was one. Cheap, and never blocks.
+  // Sends the notifications that a change of the plan calls for. Never blocks.
   void sendNotifications();
 
  private:
@@ -45,7 +46,7 @@ class Server {
     std::string_view paramsSource;
   };
 
-  // For how long and for whom a client may keep a result.
+  // How long and for whom a client may cache a result.
   struct Caching {
     double milliseconds;
     const char* scope;
@@ -95,7 +96,7 @@ class Server {
   const Send send_;
   Subscriptions subscriptions_;
   std::optional<PlanWatcher> watcher_;
-  std::shared_ptr<const PersistedState> notifiedPlan_;  // as the last notifications found it
+  std::shared_ptr<const PersistedState> notifiedPlan_;  // as last notified
 };
 
 }  // namespace tarnwell::mcp

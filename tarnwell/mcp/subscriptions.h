@@ -12,14 +12,14 @@
 
 namespace tarnwell::mcp {
 
-// The subscriptions of both eras: a set of resources for the connection, and streams with a set
-// each, which the identifier of the request that opened them names.
+// The subscriptions of both eras: one set of resources for the connection, and one for each stream,
+// named by the identifier of the request that opened it.
 class Subscriptions {
  public:
   void subscribe(const std::string& uri) { ofConnection_.insert(uri); }
   void unsubscribe(const std::string& uri) { ofConnection_.erase(uri); }
 
-  // Returns false where a stream with the identifier is open.
+  // Returns false if a stream with the identifier is open.
   bool open(const RequestID& id, std::set<std::string> uris);
   void close(const RequestID& id) { streams_.erase(id); }
 

@@ -16,7 +16,7 @@
 
 namespace tarnwell::mcp {
 
-// One call: its arguments, and the plan and the time at which it is made.
+// One call: its arguments, and the plan and the time when it was made.
 struct ToolCall {
   Engines& engines;
   const Arguments& arguments;
@@ -35,7 +35,7 @@ struct Tool {
   ToolEffect effect{};
   std::span<const Argument> arguments;
   JSONValue (*outputSchema)();
-  // Returns the result as JSON text. Throws whatever refuses the call.
+  // Returns the result as JSON text. Throws to refuse the call.
   std::string (*call)(const ToolCall&);
 };
 

@@ -15,7 +15,7 @@
 
 namespace tarnwell::mcp {
 
-// In the order in which clients see them.
+// Returns the tools in the order in which clients see them.
 std::span<const Tool> allTools();
 
 // Returns null when no tool has the name.

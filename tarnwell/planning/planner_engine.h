@@ -1,5 +1,5 @@
-// The day planner: the tasks of a day's queue, their order, the next task, the day's workload, and
-// the position of a new or skipped task. planning/ decides; it changes only proposals.
+// The day planner: a day's queue and its order, the next task, the workload, and the position of a
+// new or skipped task. planning/ decides; it changes only proposals.
 //
 // Pure functions over a list of tasks, without clock or store. A task belongs to its planned day.
 // It is open while neither completed nor archived.
@@ -43,7 +43,7 @@ bool comesBefore(const FocusTask& a, const FocusTask& b);
 std::vector<FocusTask> queueTasks(const std::vector<FocusTask>& tasks, LocalDay day);
 
 // Returns the day's open tasks whose scheduled start, if any, has come, in queue order. The
-// calendar has no influence.
+// calendar is not used.
 std::vector<FocusTask> orderedTasks(const std::vector<FocusTask>& tasks, LocalDay day, Instant now,
                                     const Calendar& calendar);
 
@@ -60,7 +60,7 @@ std::vector<FocusTask> reorder(const std::vector<FocusTask>& tasks, const QueueM
 WorkloadSummary workload(const std::vector<FocusTask>& tasks, LocalDay day);
 
 // Returns one more than the largest position of the day's open tasks, or of the undated ones
-// without a day; 0 when there are none. The priority has no influence. Fatal on overflow.
+// without a day; 0 when there are none. The priority is not used. Fatal on overflow.
 std::int64_t nextManualPosition(const std::vector<FocusTask>& tasks,
                                 const std::optional<LocalDay>& day, TaskPriority priority);
 

@@ -10,8 +10,7 @@
 namespace tarnwell {
 namespace {
 
-// The most urgent task leads, and of equally urgent ones the largest: important work needs a day
-// with room for it.
+// The most urgent task first, then the largest: important work needs a day with room for it.
 bool isProposedBefore(const FocusTask& a, const FocusTask& b) {
   if (a.priority != b.priority) return rank(a.priority) < rank(b.priority);
   const std::int64_t aMinutes = a.estimatedMinutes.value_or(0);

@@ -1,4 +1,4 @@
-// The reminder coordinator: keeps the scheduled notifications of a task in step with the task.
+// The reminder coordinator: keeps a task's scheduled notifications in step with the task.
 // reminders/ plans notifications and hands them to the host's notification service.
 #pragma once
 
@@ -50,8 +50,8 @@ class ReminderCoordinator {
  public:
   explicit ReminderCoordinator(ReminderScheduling& scheduler) : scheduler_(&scheduler) {}
 
-  // Replaces the task's notifications, asking for permission that was never asked for. Returns a
-  // warning instead of failing: a change of the task stands without its notifications.
+  // Replaces the task's notifications, asking for permission if that was never done. Returns a
+  // warning instead of failing: the change of the task stands.
   std::optional<ReminderWarning> sync(const FocusTask& task) const noexcept;
 
   void cancel(const UUID& taskID) const noexcept { scheduler_->cancelReminders(taskID); }

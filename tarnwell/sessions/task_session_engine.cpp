@@ -16,7 +16,7 @@ Task& require(Task* task, TaskSessionCase otherwise) {
   return *task;
 }
 
-// Looks again inside the transaction: another writer may have changed the task since the snapshot.
+// Checks again inside the transaction: another writer may have changed the task since the snapshot.
 FocusTask& requireActive(PersistedState& state, const UUID& id, TaskSessionCase otherwise) {
   const auto isActive = [&](const FocusTask& task) {
     return task.id == id && task.status == TaskStatus::active;

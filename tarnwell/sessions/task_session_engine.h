@@ -1,5 +1,5 @@
-// The task session engine: starts, pauses, resumes, skips and completes one task at a time, undoes
-// a start, and accounts for focus time.
+// The task session engine: starts, pauses, resumes, skips and completes tasks, one at a time.
+// sessions/ runs the user's tasks and accounts for focus time.
 #pragma once
 
 #include <array>

@@ -17,8 +17,8 @@ namespace {
 
 bool isPositional(const Parameter& parameter) { return !parameter.name.starts_with("--"); }
 
-// The parser, and the values as it leaves them. Values are taken as they are, but for
-// those of a repeated parameter: there the parser reads "[a,b]" as two.
+// The parser and its values, which are verbatim except that it reads "[a,b]" of a repeated
+// parameter as two.
 struct Parser {
   explicit Parser(const Command& command)
       : app(std::string(command.summary), "tarnwell " + std::string(command.name)) {
@@ -45,7 +45,7 @@ struct Parser {
   }
 };
 
-// The parser would take the word after "--name=" or after an option with a value of its own as the
+// The parser would take the word after "--name=" or after an option with a default as the
 // value.
 std::vector<std::string> unambiguous(const Command& command,
                                      const std::vector<std::string>& words) {
@@ -55,10 +55,10 @@ std::vector<std::string> unambiguous(const Command& command,
     areOptions = areOptions && word != "--";
     const auto own = std::find_if(
         command.parameters.begin(), command.parameters.end(), [&](const Parameter& parameter) {
-          return parameter.kind == ParameterKind::optionWithOwnValue && parameter.name == word;
+          return parameter.kind == ParameterKind::optionWithDefault && parameter.name == word;
         });
     if (areOptions && own != command.parameters.end()) {
-      result.push_back(word + "=" + std::string(own->ownValue));
+      result.push_back(word + "=" + std::string(own->defaultValue));
     } else if (areOptions && word.starts_with("--") && word.find('=') == word.size() - 1) {
       result.push_back(word.substr(0, word.size() - 1));
       result.emplace_back();

@@ -1,4 +1,4 @@
-// What follows a command's name on the command line.
+// The arguments of a command: what it accepts, and the values given.
 #pragma once
 
 #include <functional>
@@ -14,12 +14,12 @@
 namespace tarnwell::terminal {
 
 enum class ParameterKind {
-  flag,                // --name
-  option,              // --name VALUE
-  optionWithOwnValue,  // --name, or --name=VALUE
-  required,            // VALUE
-  optional,            // [VALUE]
-  repeated             // VALUE...
+  flag,               // --name
+  option,             // --name VALUE
+  optionWithDefault,  // --name, or --name=VALUE
+  required,           // VALUE
+  optional,           // [VALUE]
+  repeated            // VALUE...
 };
 
 struct Parameter {
@@ -27,8 +27,8 @@ struct Parameter {
   ParameterKind kind{};
   std::string_view value;  // the word for an option's value, which also decides its completion
   std::string_view help;
-  int choice = 0;  // of the parameters with the same number other than 0 only one is given
-  std::string_view ownValue{};  // of an option that is given without one
+  int choice = 0;  // parameters with the same number, other than 0, exclude each other
+  std::string_view defaultValue{};  // of an option given without one
 };
 
 constexpr Parameter flag(std::string_view name, std::string_view help, int choice = 0) {
@@ -53,7 +53,7 @@ inline constexpr Parameter taskParameter =
 inline constexpr Parameter jsonFlag = flag("--json", "print JSON instead of a table");
 inline constexpr Parameter yesFlag = flag("--yes", "answer the question with yes");
 
-// The command line makes no sense: exit status 2.
+// An invalid command line: exit status 2.
 class UsageError : public Error {
  public:
   using Error::Error;
@@ -77,7 +77,7 @@ class Arguments {
     return values_.find(name)->second;
   }
 
-  // Returns the value as an integer. Throws UsageError when it is not one or is out of the range.
+  // Throws UsageError unless the value is an integer in the range.
   std::optional<std::int64_t> integer(std::string_view name, std::int64_t lowest,
                                       std::int64_t highest) const;
 
@@ -91,7 +91,7 @@ class Arguments {
 
 struct Command;
 
-// Returns absent when help was asked for. Throws UsageError.
+// Absent when the user asks for help. Throws UsageError.
 std::optional<Arguments> parseArguments(const Command& command,
                                         const std::vector<std::string>& words);
 

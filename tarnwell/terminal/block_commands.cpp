@@ -36,7 +36,7 @@ bool hasExpired(const BlockSession& session, const Host& host) {
   return host.now >= session.endsAt;
 }
 
-// What to do about the verdict; empty when nothing is wrong.
+// Returns what to do about the verdict; empty when nothing is wrong.
 std::string adviceOn(const BlockView& view, const Host& host) {
   if (view.session && hasExpired(*view.session, host)) {
     return R"(The session has expired: "tarnwell block end" unblocks its websites.)";
@@ -117,7 +117,7 @@ Outcome endBlock(Host& host, const Arguments& /*arguments*/) {
   return saying("Unblocked " + inQuotes(session->group.name) + ".");
 }
 
-// Does what the diagnosis suggests.
+// Carries out the action that the diagnosis suggests.
 Outcome repairBlock(Host& host, const Arguments& /*arguments*/) {
   const BlockView before = blockView(host);
   const std::string advice = adviceOn(before, host);

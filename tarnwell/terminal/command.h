@@ -1,4 +1,5 @@
-// A command: what it is called with, and the function that carries it out.
+// A command: its parameters and the function that carries it out. terminal/ is tarnwell, the user's
+// program.
 //
 // To add a command:
 //   1. write its function in the file of its family, such as group_commands.cpp: it reads what was
@@ -29,27 +30,27 @@ namespace tarnwell::terminal {
 
 class Host;
 
-// What a command has to say.
+// The answer of a command.
 struct Answer {
   Page page{};                       // to standard output
-  std::optional<JSONValue> json{};   // there instead, where the user asked for it
-  std::vector<std::string> notes{};  // what else the user should know, to standard error
+  std::optional<JSONValue> json{};   // printed instead of the page, on request
+  std::vector<std::string> notes{};  // further remarks, to standard error
   int status = 0;
 };
 
 inline Answer saying(std::string sentence) { return {.page = {Line(std::move(sentence))}}; }
 
-// Something to ask before a change.
+// A question to ask before a change.
 struct Question {
   Page shown{};                   // to standard output, before the question
   std::string text{};             // without "?"
-  bool isOnlyForTheUser = false;  // then no option answers it
+  bool isOnlyForTheUser = false;  // no option answers it
   std::function<Answer()> whenYes{};
 };
 
 using Outcome = std::variant<Answer, Question>;
 
-// The command is refused: exit status 1. What is shown says why and what to do next.
+// A refused command: exit status 1. Says why, and what to do next.
 class Refusal : public Error {
  public:
   explicit Refusal(std::string_view reason, Page details = {})
@@ -69,10 +70,10 @@ struct Command {
   std::string_view example;
   std::span<const Parameter> parameters{};
   Run* run = nullptr;
-  std::string_view program{};  // the program that the command is, instead of a function
+  std::string_view program{};  // carries the command out, instead of `run`
 };
 
-// Answers with a record as JSON, instants as texts, in the manner of the agents' replies.
+// Answers with a record as JSON, in the form of the agent's replies.
 template <class View>
 Answer inJSON(const View& view) {
   return {.json = jsonValue(view)};

@@ -31,7 +31,7 @@ constexpr std::array allFamilies = std::to_array<Family>({
     {"Stay", staying},
 });
 
-// The number of letters to insert, remove, replace or swap to get from one word to the other.
+// Returns the number of letters to insert, remove, replace or swap between two words.
 std::size_t distance(std::string_view a, std::string_view b) {
   std::vector<std::vector<std::size_t>> rows(a.size() + 1, std::vector<std::size_t>(b.size() + 1));
   std::iota(rows[0].begin(), rows[0].end(), std::size_t{0});

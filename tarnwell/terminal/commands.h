@@ -48,7 +48,7 @@ std::string_view suggestionFor(std::string_view mistyped);
 // Returns the list of all commands.
 Page overview();
 
-// Returns the commands of a group such as "group"; none when it is no group.
+// Returns the commands of a group such as "group"; empty when there is no such group.
 Page overviewOf(std::string_view group);
 
 }  // namespace tarnwell::terminal

@@ -1,4 +1,4 @@
-// What may stand next on a command line, for the completion of shells.
+// Completion of command lines, for shells.
 #pragma once
 
 #include <string>
@@ -8,8 +8,8 @@
 
 namespace tarnwell::terminal {
 
-// `words` follow the program's name; the last of them is the one to complete, and may be empty.
-// Returns one line each, the word and after a tab what it is.
+// Returns the completions of the last word, which may be empty; `words` follow the program's name.
+// Each line holds a word, a tab and a description.
 std::string completionsFor(const std::vector<std::string>& words, Host& host);
 
 }  // namespace tarnwell::terminal

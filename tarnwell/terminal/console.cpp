@@ -31,7 +31,7 @@ PageLayout layoutOf(int descriptor) {
   return {.width = isKnown ? size.ws_col : usualWidth, .isColoured = allowsColour()};
 }
 
-// Reads a line byte by byte: what follows it is not ours.
+// Reads a line byte by byte, so that the rest of the input stays unread.
 std::string readLine() {
   std::string line;
   char byte = 0;

@@ -1,4 +1,4 @@
-// The three standard streams: what is a terminal, how wide it is, and asking the user.
+// The standard streams: which are terminals, their width, and questions to the user.
 #pragma once
 
 #include <string>
@@ -14,7 +14,7 @@ enum class WriteResult { written, failed };
 
 class Console {
  public:
-  // Looks at the streams and at NO_COLOR and TERM.
+  // Examines the streams, NO_COLOR and TERM.
   Console();
 
   WriteResult print(const Page& page) const { return write(1, printedPage(page, output_)); }
@@ -23,7 +23,7 @@ class Console {
   // To standard error.
   void report(const Page& page) const { write(2, printedPage(page, errors_)); }
 
-  // Whether there is a terminal to ask at.
+  // Whether a terminal can show a question and take the answer.
   bool canAsk() const { return isInputTerminal_ && (isErrorTerminal_ || isOutputTerminal_); }
   bool isTerminalOnBothEnds() const { return isInputTerminal_ && isOutputTerminal_; }
 

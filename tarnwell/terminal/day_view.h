@@ -1,4 +1,4 @@
-// One day of the plan, as `tarnwell day` shows it and as its JSON has it.
+// One day of the plan, as `tarnwell day` shows it, also in JSON.
 #pragma once
 
 #include <cstdint>
@@ -21,7 +21,7 @@ struct DayView {
   LocalDay day;
   std::int64_t revision = 0;
   std::vector<FocusTask> tasks{};          // numbered from 1 in this order
-  std::optional<FocusTask> activeTask{};   // of whatever day
+  std::optional<FocusTask> activeTask{};   // of any day
   std::optional<double> runningSeconds{};  // of the active task, earlier segments included
   std::int64_t plannedMinutes = 0;         // of the day's open tasks
   std::int64_t capacityMinutes = 0;
@@ -49,10 +49,10 @@ DayView dayView(Host& host, LocalDay day);
 
 Page pageOf(const DayView& view, const Host& host);
 
-// Two cells of a table: a bar, and the minutes of the capacity in words.
+// Returns two cells of a table: a bar, and the minutes of the capacity in words.
 std::vector<Span> workloadCells(std::int64_t minutes, std::int64_t capacity);
 
-// The time that the user has focused on a task until now.
+// Returns the focus time of a task until now.
 double focusSeconds(const FocusTask& task, Instant now);
 
 }  // namespace tarnwell::terminal

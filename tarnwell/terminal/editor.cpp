@@ -25,7 +25,7 @@ namespace {
   throw std::system_error(errno, std::generic_category(), what);
 }
 
-// A file that only the user can read, removed with this object.
+// A private file, removed with this object.
 class TemporaryFile {
  public:
   explicit TemporaryFile(const std::string& content)

@@ -48,8 +48,7 @@ Outcome showGroups(Host& host, const Arguments& arguments) {
   return Answer{.page = {std::move(table)}};
 }
 
-// Changes the group that is meant on the groups as they are stored then. Throws Refusal when it is
-// gone.
+// Changes the group among the groups then stored. Throws Refusal when it is gone.
 void changeGroup(Host& host, const UUID& id,
                  const std::function<void(Groups&, DomainGroup&)>& change) {
   host.engines().blockSessions.changeGroups([&](Groups& groups) {
@@ -132,7 +131,7 @@ Outcome disableGroup(Host& host, const Arguments& arguments) {
   return setEnabled(host, arguments, false);
 }
 
-// Throws Refusal, with the rule's own sentence, for the first that is no domain.
+// Throws Refusal, with the rule's sentence, for the first that is not a domain.
 std::vector<std::string> readDomains(const Arguments& arguments) {
   std::vector<std::string> domains;
   for (const std::string& text : arguments.texts("DOMAIN")) {
@@ -145,7 +144,7 @@ std::vector<std::string> readDomains(const Arguments& arguments) {
   return domains;
 }
 
-// Stored domains are compared as the hosts file would have them.
+// Compares stored domains in normalised form.
 bool isRuleFor(const DomainRule& rule, const std::string& domain) {
   try {
     return DomainRules::normalize(rule.domain) == domain;
@@ -164,7 +163,7 @@ Answer listing(const char* verb, const std::vector<std::string>& domains,
   return answer;
 }
 
-// What a running session blocks does not change.
+// A running session keeps its domains.
 void noteRunningSession(Host& host, const DomainGroup& group, Answer& answer) {
   const auto& session = host.engines().blockSessions.activeSession.value();
   if (session && session->group.id == group.id) {

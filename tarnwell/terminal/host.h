@@ -1,4 +1,4 @@
-// What the commands work on: the user's plan, the engines over it, and the time.
+// The surroundings of a command: the user's plan, the engines over it, and the time.
 #pragma once
 
 #include <optional>
@@ -14,10 +14,10 @@ namespace tarnwell::terminal {
 
 class Host {
  public:
-  // Throws Error where there is no home folder.
+  // Throws Error without a home folder.
   Host() : directory(DataDirectory::ofUser()), calendar(Calendar::current()), now(Instant::now()) {}
 
-  // Reads the plan when it is first called, so that a command can work without one. Throws
+  // Reads the plan on the first call, so that a command can work without one. Throws
   // LocalStoreError.
   Engines& engines() {
     if (!engines_) engines_.emplace(directory, calendar);

@@ -1,16 +1,16 @@
-// Ctrl-C while an engine waits for an administrator or an editor.
+// Ctrl-C while a child process has the terminal: an approval prompt or an editor.
 #pragma once
 
 #include <csignal>
 
 namespace tarnwell::terminal {
 
-// While it lives, Ctrl-C and Ctrl-\ end the child process that has the terminal, not this one, so
-// that the engine that waits for the child can take its half-done change back.
+// While it lives, Ctrl-C and Ctrl-\ end the child process but not this one, so that the engine that
+// waits for the child can undo its change.
 class SurvivedInterrupts {
  public:
   SurvivedInterrupts() {
-    // A handler, as an ignored signal would be ignored by the child too.
+    // A handler, because the child would inherit an ignored signal.
     struct sigaction survive {};
     survive.sa_handler = [](int) {};
     survive.sa_flags = SA_RESTART;

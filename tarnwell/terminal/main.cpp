@@ -104,7 +104,7 @@ int explain(const std::vector<std::string>& words, const Console& console) {
   return statusAfter(console.print(group), console, succeeded);
 }
 
-// For the shells' completion; no command of the user's.
+// For shell completion, not for the user.
 int complete(const std::vector<std::string>& words, const Console& console) {
   Host host;
   return statusAfter(console.printText(completionsFor(words, host)), console, succeeded);
@@ -163,6 +163,6 @@ int run(const std::vector<std::string>& words) {
 }  // namespace tarnwell::terminal
 
 int main(int argc, char* argv[]) {
-  // Ends the process from here, without taking the plan apart piece by piece before.
+  // Ends the process without destroying the plan.
   std::exit(tarnwell::terminal::run({argv + 1, argv + argc}));
 }

@@ -65,8 +65,8 @@ std::vector<UUID> openQueue(const std::vector<FocusTask>& tasks, LocalDay day) {
   return ids;
 }
 
-// The task whose place the moved one is to take. The planner puts a task that moves down after it
-// and one that moves up before it.
+// Returns the task whose place the moved one takes. The planner puts a task that moves down after
+// it and one that moves up before it.
 UUID taskAtPlace(const std::vector<UUID>& queue, const Move& move) {
   if (move.place == Place::first) return queue.front();
   if (move.place == Place::last) return queue.back();
@@ -78,7 +78,7 @@ UUID taskAtPlace(const std::vector<UUID>& queue, const Move& move) {
   return isDown ? *target : *std::next(target);
 }
 
-// Changes the list. Returns whether anything is different.
+// Returns whether the list has changed.
 bool applyMove(std::vector<FocusTask>& tasks, const Move& move, const Host& host) {
   FocusTask& task = *findTask(tasks, move.taskID);
   const bool changesDay = task.plannedDay != move.day;

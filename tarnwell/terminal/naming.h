@@ -1,4 +1,4 @@
-// From what the user calls a task or a group to the one that is meant.
+// Finds the task or group that the user names.
 #pragma once
 
 #include <string>
@@ -15,9 +15,9 @@ namespace tarnwell::terminal {
 
 enum class WordsMean { openTasks, closedTasks };
 
-// Returns the task that is named by its number in today's list, by four or more of the first
-// letters of its identifier, or by words that only one task's title has. Throws Refusal, with the
-// candidates, unless there is exactly one.
+// Returns the task named by its number in today's list, by the first four or more letters of its
+// identifier, or by words that only its title has. Throws Refusal, with the candidates, unless
+// there is exactly one.
 const FocusTask& namedTask(const PersistedState& state, LocalDay today, std::string_view name,
                            WordsMean words = WordsMean::openTasks);
 
@@ -27,10 +27,10 @@ const DomainGroup& namedGroup(const std::vector<DomainGroup>& groups, std::strin
 // Whether each word of the text is part of the title, in any case.
 bool hasWords(const FocusTask& task, std::string_view text);
 
-// The first letters of an identifier, as lists show them.
+// Returns the first letters of an identifier, as lists show them.
 std::string shortID(const UUID& id);
 
-// A title between quotation marks.
+// Returns a title between quotation marks.
 std::string inQuotes(std::string_view title);
 
 }  // namespace tarnwell::terminal

@@ -1,5 +1,5 @@
-// What a command shows, before it is laid out: lines and tables of text that has not been made
-// printable yet. The printer is the only code that turns it into the bytes of a terminal.
+// The output of a command before layout: lines and tables of unescaped text. Only the printer turns
+// it into the bytes of a terminal.
 #pragma once
 
 #include <string>
@@ -32,7 +32,7 @@ struct Column {
   std::string title{};
   Alignment alignment = Alignment::left;
   bool isCut = false;    // to the width of the terminal; at most one column of a table
-  int dropPriority = 0;  // where even that is too wide, the column with the highest goes first
+  int dropPriority = 0;  // where that is not enough, the highest goes first
 };
 
 struct Table {

@@ -62,8 +62,7 @@ void dropColumn(Table& table, std::size_t index) {
   for (auto& row : table.rows) row.erase(row.begin() + offset);
 }
 
-// Narrows the column that may be cut, and where that is not enough drops columns. Returns the
-// widths.
+// Narrows the column that may be cut and, if that is not enough, drops columns. Returns the widths.
 std::vector<std::size_t> fit(Table& table, std::size_t width) {
   while (true) {
     auto widths = widthsOf(table);

@@ -1,5 +1,4 @@
-// Lays a page out and turns it into text. Everything that reaches a terminal passes here, and is
-// made printable here.
+// Lays out a page as text. Everything that reaches a terminal is made printable here.
 #pragma once
 
 #include <cstddef>

@@ -1,5 +1,5 @@
-// The user's edits of the plan: one transaction each, decided again on the newest plan when an
-// agent was quicker.
+// The user's edits of the plan: one transaction each, decided again on the newest plan after a
+// conflict.
 #pragma once
 
 #include <functional>
@@ -13,8 +13,8 @@
 
 namespace tarnwell::terminal {
 
-// Runs the operation with the revision of the newest plan, again after each conflict. The operation
-// is one that changes nothing when it throws TaskStoreError.
+// Runs the operation on the newest plan, again after each conflict. It must change nothing when it
+// throws TaskStoreError.
 template <class Operation>
 auto onNewestPlan(Host& host, Operation operation) {
   while (true) {
@@ -27,8 +27,8 @@ auto onNewestPlan(Host& host, Operation operation) {
   }
 }
 
-// Changes the plan in a transaction of the user. `change` decides on the state that it is given and
-// may throw a Refusal, which leaves everything as it was.
+// Changes the plan in a transaction of the user. `change` decides on the given state and may throw
+// Refusal, which changes nothing.
 TaskStoreSnapshot changePlan(Host& host, std::string action, const std::optional<UUID>& taskID,
                              const std::function<void(PersistedState&)>& change);
 

@@ -25,7 +25,7 @@ bool isActive(Host& host, const UUID& id) {
   return active != nullptr && active->id == id;
 }
 
-// What is blocked while a task is worked on, and what the user should know about it.
+// The group blocked during a task, and a remark for the user.
 struct Blocking {
   std::optional<DomainGroup> group{};
   std::vector<std::string> notes{};

@@ -12,7 +12,7 @@
 namespace tarnwell::terminal {
 namespace {
 
-// When a task is planned for, for a sentence.
+// Returns the task's day, for a sentence.
 std::string whenText(const FocusTask& task, const Host& host) {
   if (!task.plannedDay) return "without a day";
   return "for " + longDayText(*task.plannedDay, host.today()) +
@@ -76,7 +76,7 @@ constexpr std::array editParameters = {taskParameter,       titleOption,       p
                                        notesOption,         noNotesFlag,       parameters::remind,
                                        noRemindFlag,        parameters::block, noBlockFlag};
 
-// How many of the task's fields the user mentioned.
+// Returns how many fields the user mentioned.
 std::ptrdiff_t mentionedFields(const Arguments& arguments) {
   return std::count_if(editParameters.begin() + 1, editParameters.end(),
                        [&](const Parameter& parameter) { return arguments.has(parameter.name); });
@@ -129,7 +129,7 @@ Outcome editTask(Host& host, const Arguments& arguments) {
   return Answer{.page = std::move(page)};
 }
 
-// Archives the tasks one by one. What was done before one is refused stays done, and is said.
+// Archives the tasks one by one. A refused one is reported and does not affect the others.
 Answer archiveAll(Host& host, const std::vector<UUID>& ids) {
   Answer answer;
   for (const UUID& id : ids) {

@@ -20,14 +20,14 @@ inline constexpr std::int64_t minutesPerDay = 1440;
 
 namespace parameters {
 
-// Those with the same choice exclude each other.
+// Options with the same choice exclude each other.
 inline constexpr Parameter day = option("--day", "DAY", "the day to do it", 1);
 inline constexpr Parameter at = option("--at", "TIME", "when it starts, such as 14:30", 2);
 inline constexpr Parameter minutes = option("--minutes", "MINUTES", "how long it takes", 3);
 inline constexpr Parameter priority =
     option("--priority", "PRIORITY", "critical, high, normal or low");
 inline constexpr Parameter remind = {
-    "--remind", ParameterKind::optionWithOwnValue,
+    "--remind", ParameterKind::optionWithDefault,
     "WHEN",     "remind at the start, and with =10m and =overdue also then (default: overdue)",
     5,          "overdue"};
 inline constexpr Parameter block =
@@ -35,7 +35,7 @@ inline constexpr Parameter block =
 
 }  // namespace parameters
 
-// What the user gave, read once before the first change. What is absent was not mentioned.
+// The user's values, read once before the first change. Absent means not mentioned.
 struct TaskFields {
   std::optional<std::string> title{};
   std::optional<std::string> notes{};
@@ -55,14 +55,14 @@ struct TaskFields {
 // Reads the options that new and changed tasks share. Throws UsageError and Refusal.
 TaskFields readTaskFields(Host& host, const Arguments& arguments);
 
-// Changes the fields that the user mentioned. A changed day takes the scheduled start along at the
-// same time of day; without a start there is no reminder. Returns what else changes by this, one
-// sentence each. Throws Refusal.
+// Changes the fields that the user mentioned. A changed day moves the scheduled start to the same
+// time of that day; without a start there is no reminder. Returns the side effects, one sentence
+// each. Throws Refusal.
 std::vector<std::string> applyFields(const TaskFields& fields, FocusTask& task,
                                      const Calendar& calendar);
 
 // Plans the task for the day, at the end of its queue, and its start for the same time of day.
-// Throws Refusal where clocks pass over that time.
+// Throws Refusal where clocks skip that time.
 void planFor(LocalDay day, FocusTask& task, const Calendar& calendar);
 
 }  // namespace tarnwell::terminal

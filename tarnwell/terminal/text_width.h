@@ -1,4 +1,4 @@
-// How many columns of a terminal a text takes. Texts are valid UTF-8 without control characters.
+// The width of text in a terminal. Texts are valid UTF-8 without control characters.
 #pragma once
 
 #include <cstddef>

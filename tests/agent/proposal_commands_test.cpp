@@ -14,7 +14,7 @@ using test::member;
 using Service = AgentCommandService;
 
 constexpr std::int64_t revision = 5;
-constexpr LocalDay tuesday{2025, 3, 4};  // the day of the tests' instant
+constexpr LocalDay tuesday{2025, 3, 4};  // of the tests' instant
 constexpr LocalDay wednesday{2025, 3, 5};
 
 class ProposalCommandsTest : public testing::Test, protected test::ServiceOnScratchFolder {
@@ -22,7 +22,7 @@ class ProposalCommandsTest : public testing::Test, protected test::ServiceOnScra
   explicit ProposalCommandsTest(ApprovalAuthority authority = ApprovalAuthority::untrustedAgent)
       : ServiceOnScratchFolder(authority) {}
 
-  // Stores a task that is more than a day can hold, at `revision`.
+  // Stores a task larger than a day's capacity, at `revision`.
   FocusTask storeOverload() {
     FocusTask task = makeTask("Large");
     task.plannedDay = tuesday;
@@ -77,7 +77,7 @@ TEST_F(ProposalCommandsTest, generateStoresItsProposalsAndAnswersWithThem) {
   EXPECT_EQ(execute("proposals.list", {}), Service::success(revision + 1, jsonValue(stored)));
 }
 
-TEST_F(ProposalCommandsTest, generateGoesByTheStoredCapacity) {
+TEST_F(ProposalCommandsTest, generateUsesTheStoredCapacity) {
   FocusTask task = makeTask("Large");
   task.plannedDay = tuesday;
   task.estimatedMinutes = 500;
@@ -102,7 +102,7 @@ TEST_F(ProposalCommandsTest, generateNeedsTheCurrentRevision) {
   EXPECT_TRUE(localStore.load().proposals.empty());
 }
 
-TEST_F(ProposalCommandsTest, listGivesEveryStoredProposalInStoredOrder) {
+TEST_F(ProposalCommandsTest, listReturnsEveryStoredProposalInStoredOrder) {
   std::vector<PlanningProposal> proposals(
       3,
       {.kind = ProposalKind::reschedule, .taskID = UUID::random(), .createdAt = test::someInstant});
@@ -168,7 +168,7 @@ TEST_F(TrustedProposalCommandsTest, askForTheIdentifierBeforeTheRevision) {
   }
 }
 
-TEST_F(TrustedProposalCommandsTest, tellNothingOfTheEnginesErrors) {
+TEST_F(TrustedProposalCommandsTest, hideTheEnginesErrors) {
   for (const auto* command : {"proposals.approve", "proposals.dismiss"}) {
     EXPECT_EQ(decide(command, true, 0, {{"proposal_id", UUID::random().text()}}),
               Service::failure(failures::operationFailed()));

@@ -43,7 +43,7 @@ class SessionCommandsTest : public testing::Test, protected test::ServiceOnScrat
     return localStore.load().tasks[index].status;
   }
 
-  // Everything on disk but the lock, which a conflict is found under.
+  // Everything on disk except the lock, under which a conflict is found.
   std::map<std::string, std::string> storedFiles() const {
     auto files = test::treeOf(folder.path());
     files.erase((folder / "state.json.lock").string());
@@ -119,7 +119,7 @@ TEST_F(SessionCommandsTest, answerAStaleRevisionWithTheConflict) {
   expectWritesNothing(conflict, "tasks.start", 4, {{"task_id", pending.id.text()}});
 }
 
-TEST_F(SessionCommandsTest, tellNothingOfTheEnginesErrors) {
+TEST_F(SessionCommandsTest, hideTheEnginesErrors) {
   const auto failed = Service::failure(failures::operationFailed());
   const FocusTask done = withStatus(TaskStatus::completed);
   save({done});
@@ -178,7 +178,7 @@ TEST_F(SessionCommandsTest, completeIsLeftToTheApplicationWhileAReminderIsEnable
   EXPECT_EQ(refusal.revision, 5);
 }
 
-TEST_F(SessionCommandsTest, completeIsFreeWhenTheReminderIsDisabledOrAnotherTasks) {
+TEST_F(SessionCommandsTest, completeIsAllowedWhenTheReminderIsDisabledOrAnotherTasks) {
   save({withReminder({.isEnabled = false})});
   EXPECT_TRUE(execute("tasks.complete", 5).ok);
   FocusTask other = withReminder({});

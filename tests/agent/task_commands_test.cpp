@@ -135,7 +135,7 @@ TEST_F(TaskCommandsTest, createNeedsNothingButATitle) {
   EXPECT_EQ(task, expected);
 }
 
-TEST_F(TaskCommandsTest, createGivesEveryTaskAnIdentifierOfItsOwn) {
+TEST_F(TaskCommandsTest, createGivesEveryTaskAUniqueIdentifier) {
   execute("tasks.create", 0, {{"title", "One"}});
   execute("tasks.create", 1, {{"title", "Two"}});
   const auto tasks = localStore.load().tasks;
@@ -143,7 +143,7 @@ TEST_F(TaskCommandsTest, createGivesEveryTaskAnIdentifierOfItsOwn) {
   EXPECT_NE(tasks[0].id, tasks[1].id);
 }
 
-TEST_F(TaskCommandsTest, createPutsTheTaskBehindTheOpenTasksOfItsDay) {
+TEST_F(TaskCommandsTest, createPutsTheTaskAfterTheOpenTasksOfItsDay) {
   FocusTask onTheDay = makeTask("Same day");
   onTheDay.plannedDay = LocalDay{2026, 11, 21};
   onTheDay.manualPosition = 7;

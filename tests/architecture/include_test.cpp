@@ -1,4 +1,4 @@
-// Holds the includes of the code against the layers and the public headers that CMake lists.
+// Checks the includes of the code against the layers and public headers that CMake lists.
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -52,8 +52,8 @@ std::string folderOf(const fs::path& path) {
   return (++part)->string();
 }
 
-// Returns each folder with those that CMake links it to, directly or through others. CMake lists a
-// folder after those that it names, so the arrows cannot form a circle.
+// Returns each folder with those that CMake links it to, directly or indirectly. CMake lists a
+// folder after those that it names, so there is no cycle.
 std::map<std::string, std::set<std::string>> foldersSeenByEach() {
   std::map<std::string, std::set<std::string>> seenBy;
   for (const std::string& layer : partsOf(TARNWELL_LAYERS)) {

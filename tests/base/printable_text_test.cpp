@@ -30,7 +30,7 @@ TEST(Printable, replacesExactlyControlsBidiControlsAndLineAndParagraphSeparators
   }
 }
 
-TEST(Printable, takesTheSequencesThatRedrawAScreenApart) {
+TEST(Printable, disarmsSequencesThatRedrawAScreen) {
   EXPECT_EQ(printable("\x1B[2J\x1B]0;title\x07"), "\uFFFD[2J\uFFFD]0;title\uFFFD");
   EXPECT_EQ(printable("one\r\ntwo\tthree"), "one\uFFFD\uFFFDtwo\uFFFDthree");
 }

@@ -75,7 +75,7 @@ TEST(PublishedTest, changesWhateverItsObserverThrows) {
   EXPECT_EQ(owner.number.value(), 2);
 }
 
-// Anyone who could assign to it would drop its observer.
+// An assignment would drop the observer.
 static_assert(!std::is_copy_assignable_v<Published<int, Owner>>);
 static_assert(!std::is_move_assignable_v<Published<int, Owner>>);
 static_assert(!std::is_assignable_v<Published<int, Owner>&, int>);

@@ -54,7 +54,7 @@ TEST(Split, keepsEmptyPieces) {
   EXPECT_THAT(split("", '.'), ElementsAre(""));
 }
 
-TEST(SplitAtWhiteSpace, givesTheWordsBetween) {
+TEST(SplitAtWhiteSpace, returnsTheWordsBetween) {
   EXPECT_THAT(splitAtWhiteSpace(" a\t b\u00A0c\r\n"), ElementsAre("a", "b", "c"));
   EXPECT_THAT(splitAtWhiteSpace("\u3000é"), ElementsAre("é"));
   EXPECT_TRUE(splitAtWhiteSpace(" \n").empty());

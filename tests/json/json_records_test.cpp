@@ -73,7 +73,7 @@ constexpr std::string_view sampleText =
     R"("list":[{"yes":true},{"yes":false}],"maybe":{"yes":true},"ratio":0.5,)"
     R"("shade":"light","zeta":"z"})";
 
-// The sample's text without a key, or with another value for it.
+// Returns the sample's text without a key, or with another value for it.
 std::string without(std::string_view key) {
   auto object = std::get<JSONValue::Object>(
       jsonValueFrom(JSONDocument(std::string(sampleText)).root()).variant());

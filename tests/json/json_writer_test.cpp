@@ -75,7 +75,7 @@ TEST(JSONWriter, indentsByTwoSpacesAndLeavesEmptyContainersOnOneLine) {
 })");
 }
 
-// An array of texts of these lengths, written twice: as one text, and in pieces.
+// Writes an array of texts of these lengths twice: as one text, and in pieces.
 void expectTheSameInPieces(const std::vector<std::size_t>& lengths) {
   std::vector<std::string> pieces;
   JSONWriter whole(JSONLayout::indented);

@@ -136,7 +136,7 @@ TEST_F(ChangingTools, takeATextOfTenThousandCharactersAndNoMore) {
   EXPECT_EQ(code("create_task", withTitle(10'000)), "success");
 }
 
-// The order of the tool: a new task is judged before the revision, an update after it.
+// The tool's order of checks: a new task before the revision, an update after it.
 TEST_F(ChangingTools, judgeARevisionInTheToolsOrder) {
   const std::string id = store(TaskStatus::pending);
   expectRefused("create_task", R"({"revision":9,"title":""})", "validation_error");
@@ -257,7 +257,7 @@ TEST_F(ChangingTools, refuseABlockedTaskWhoseGroupIsGone) {
   expectRefused("start_task", withTask(id, R"(,"mode":"lenient")"), "invalid_payload");
 }
 
-// A strict session that another program has begun since the server started.
+// A strict session that another program started after the server.
 TEST_F(ChangingTools, respectAStrictSessionOfAnotherProgram) {
   store(TaskStatus::active);
   call("get_day");

@@ -45,7 +45,7 @@ TEST(LineBuffer, takesTheLongestLine) {
   EXPECT_EQ(line->text.size(), LineBuffer::longestLine);
 }
 
-TEST(LineBuffer, reportsALineThatIsTooLongOnceAndGoesOnBehindIt) {
+TEST(LineBuffer, reportsALineThatIsTooLongOnceAndContinuesAfterIt) {
   LineBuffer lines;
   const std::string piece(LineBuffer::longestLine / 2 + 1, 'a');
   lines.append(piece);

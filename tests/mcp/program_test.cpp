@@ -1,4 +1,4 @@
-// The real program: its arguments, its streams, and what its children can reach of them.
+// The real program: its arguments, its streams, and its children's access to them.
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -74,7 +74,7 @@ TEST_F(Program, endsQuietlyWithoutInput) {
   EXPECT_EQ(runRedirected("<&-", "").exitStatus, 0);
 }
 
-TEST_F(Program, takesALineOfSixteenMebibytesAndGoesOnBehindALongerOne) {
+TEST_F(Program, takesALineOfSixteenMebibytesAndContinuesAfterALongerOne) {
   constexpr std::size_t longest = 16 * 1024 * 1024;
   const std::string begin = R"({"jsonrpc":"2.0","id":1,"method":"ping","params":{"a":")";
   const std::string end = R"("}})";
@@ -102,7 +102,7 @@ TEST_F(Program, endsQuietlyWhenItsOutputIsClosed) {
   EXPECT_EQ(runRedirected(">/dev/full", ping).exitStatus, 1);
 }
 
-// The input stays open, as it does while a client is idle.
+// The input stays open, as with an idle client.
 TEST_F(Program, endsWhenItsClientClosesTheOutputAlone) {
   const auto result = Process{.arguments = {"/bin/sh", "-c",
                                             "mkfifo \"$HOME/input\"; exec 3<>\"$HOME/input\"; "
@@ -139,7 +139,7 @@ TEST_F(Program, saysWhatItIs) {
   EXPECT_EQ(run("", {"--help"}).exitStatus, 0);
 }
 
-// The administrator's prompt, as another process asks it.
+// The administrator's prompt, in another process.
 class ProgramAndAdministrator : public testing::Test {
  protected:
   ProgramAndAdministrator() {
@@ -157,7 +157,7 @@ class ProgramAndAdministrator : public testing::Test {
     if (!system) GTEST_SKIP() << test::PrivateSystem::obstacle();
   }
 
-  // Returns the lines that answer the start of the task and a ping behind it.
+  // Returns the lines that answer the start of the task and a ping after it.
   std::vector<std::string> start(test::Answer answer) {
     system->willAnswer({answer});
     const UUID id = system->plan().load().tasks.front().id;

@@ -96,7 +96,7 @@ TEST(RPCMessage, takesTheFirstOfRepeatedMembers) {
   EXPECT_EQ(message.method(), "a");
 }
 
-TEST(RPCMessage, bearsWhiteSpaceBetweenItsTokens) {
+TEST(RPCMessage, allowsWhiteSpaceBetweenItsTokens) {
   const RPCMessage message(
       "  { \"method\" : \"ping\",\"jsonrpc\" : \"2.0\" , \"id\" :\t12345678901234567890 }\r");
   EXPECT_EQ(message.id()->json, "12345678901234567890");
@@ -112,7 +112,7 @@ TEST(RPCLines, haveTheFormOfTheProtocol) {
             R"({"jsonrpc":"2.0","method":"notifications/x","params":{}})");
 }
 
-TEST(MemberSource, findsAMemberBehindValuesOfEveryKind) {
+TEST(MemberSource, findsAMemberAfterValuesOfEveryKind) {
   constexpr std::string_view object =
       R"({"a":[1,{"id":2}],"b":"id\":3}","c":{"id":"]"},"d":null,"e":-1.5e3,"id":42 })";
   EXPECT_EQ(memberSource(object, "id"), "42");

@@ -1,4 +1,4 @@
-// A server over a data directory of a test's own.
+// A server over a scratch data directory.
 #pragma once
 
 #include <cstdint>
@@ -35,7 +35,7 @@ class ServedPlan {
     return std::exchange(lines_, {});
   }
 
-  // Returns the one answer to a request. `params` is JSON text; nothing for none.
+  // Returns the one answer to a request. `params` is JSON text, or empty.
   JSONValue ask(std::string_view method, std::string_view params = {}) {
     std::string line = R"({"jsonrpc":"2.0","id":1,"method":")" + std::string(method) + '"';
     if (!params.empty()) line += R"(,"params":)" + std::string(params);
@@ -52,7 +52,7 @@ class ServedPlan {
     return test::member(test::member(ask(method, params), "error"), "code").integer().value_or(0);
   }
 
-  // Returns the result of a tool as text, or its refusal: what a model reads.
+  // Returns the text that a model reads: the result of a tool, or its refusal.
   std::string call(std::string_view tool, std::string_view arguments = "{}") {
     const JSONValue answer =
         result("tools/call", R"({"name":")" + std::string(tool) + R"(","arguments":)" +

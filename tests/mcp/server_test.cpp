@@ -205,7 +205,7 @@ TEST_F(ServerTest, readsTheResources) {
             call("get_task", R"({"task_id":")" + id + R"("})"));
 }
 
-TEST_F(ServerTest, letsNoClientKeepAResource) {
+TEST_F(ServerTest, letsNoClientCacheAResource) {
   const auto answer = result("resources/read", modernParams(R"("uri":"tarnwell://day/today")"));
   EXPECT_EQ(text(member(answer, "ttlMs")), "0");
   EXPECT_EQ(*member(answer, "cacheScope").string(), "private");
@@ -310,7 +310,7 @@ TEST_F(SubscriptionsTest, refuseTheIdentifierOfAStreamThatIsOpen) {
   EXPECT_THAT(listen("1", "{}"), ElementsAre(HasSubstr("-32602")));
 }
 
-TEST_F(SubscriptionsTest, refuseAFilterThatIsNone) {
+TEST_F(SubscriptionsTest, refuseAnInvalidFilter) {
   for (const char* const filter :
        {"[]", "null", R"({"resourceSubscriptions":7})", R"({"resourceSubscriptions":[7]})"}) {
     EXPECT_THAT(listen("1", filter), ElementsAre(HasSubstr("-32602"))) << filter;

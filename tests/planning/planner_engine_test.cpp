@@ -192,7 +192,7 @@ TEST(PlannerEngine, aPositionThatOverflowsEndsTheProcess) {
   EXPECT_DEATH(nextPosition({planned("Last", largest)}), "overflow");
 }
 
-TEST(PlannerEngineReorder, movesDownBehindTheTargetAndUpInFrontOfIt) {
+TEST(PlannerEngineReorder, movesDownAfterTheTargetAndUpBeforeIt) {
   const Tasks tasks{planned("A", 0), planned("B", 1), planned("C", 2)};
   EXPECT_THAT(positions(moved(tasks, tasks[0], tasks[2])), ElementsAre(2, 0, 1));
   EXPECT_THAT(positions(moved(tasks, tasks[2], tasks[0])), ElementsAre(1, 2, 0));

@@ -28,7 +28,7 @@ rc::Gen<Step> anyStep(std::size_t taskCount) {
                    [](int quarters) { return Duration(quarters / 4.0); }));
 }
 
-// A plain model of the time that each operation banks.
+// A simple model of the time that each operation banks.
 struct Model {
   std::optional<std::size_t> active;
   Instant segmentStart = test::someInstant;

@@ -117,8 +117,8 @@ TEST_F(TaskSessionTransactionsTest, movesTasksBetweenStates) {
   }
 }
 
-// A writer that leaves the revision alone comes between the finding of the active task and the
-// transaction: just then the task that was found is published.
+// A writer that leaves the revision alone interferes between the search for the active task and the
+// transaction, at the moment when the task found is published.
 TEST_F(TaskSessionTransactionsTest, looksAgainForTheActiveTaskInsideTheTransaction) {
   const FocusTask active = withStatus(TaskStatus::active);
   FocusTask paused = active;

@@ -1,4 +1,4 @@
-// A blocking engine without a hosts file. Records its calls and fails where the test says so.
+// A blocking engine without a hosts file. Records its calls and fails on request.
 #pragma once
 
 #include <functional>

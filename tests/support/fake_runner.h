@@ -1,4 +1,4 @@
-// A privileged runner that answers as the test says, and records its requests.
+// A privileged runner that answers on request, and records its requests.
 #pragma once
 
 #include <filesystem>
@@ -17,7 +17,7 @@ class FakeRunner : public PrivilegedCommandRunning {
  public:
   using Replace = std::function<void(const PreparedFile&, const std::filesystem::path&)>;
 
-  // What an administrator's approval does.
+  // The effect of an administrator's approval.
   static void install(const PreparedFile& source, const std::filesystem::path& destination) {
     writeFile(destination, source.content);
   }

@@ -10,7 +10,7 @@
 
 namespace tarnwell::test {
 
-// Keeps a set of pending notifications, as a real service does, and remembers its calls.
+// Keeps pending notifications, as a real service does, and records its calls.
 class NotificationService : public ReminderScheduling {
  public:
   ReminderAuthorization authorizationStatus() noexcept override {

@@ -15,7 +15,7 @@ inline constexpr uid_t otherUser = 65534;
 // Only root can become another user.
 inline bool canBecomeOtherUser() { return ::geteuid() == 0; }
 
-// Returns whether the body, run by another user in a process of its own, returns true.
+// Returns whether the body, run in another user's process, returns true.
 inline bool succeedsAsOtherUser(const std::function<bool()>& body) {
   const pid_t child = ::fork();
   if (child == -1) throw std::runtime_error("no process");

@@ -1,4 +1,4 @@
-// A pipe, and waiting for what another thread or process does with it.
+// A pipe, and waiting for another thread or process at its other end.
 #pragma once
 
 #include <array>
@@ -21,7 +21,7 @@ class Pipe {
  public:
   Pipe() : Pipe(opened()) {}
 
-  // Returns how many bytes were written and not read.
+  // Returns the number of bytes written and not read.
   int content() const {
     int count = 0;
     require(::ioctl(readEnd.number(), FIONREAD, &count));
@@ -37,7 +37,7 @@ class Pipe {
     }
   }
 
-  // Returns when there is something in the pipe, and has been no more for a while.
+  // Returns when the pipe holds something and has not grown for a while.
   void awaitFull() const {
     constexpr int turns = 200;
     for (int before = -1, now = 0; now == 0 || now != before; now = content()) {
@@ -63,7 +63,7 @@ class Pipe {
   }
 };
 
-// From now on, reading or writing fails where it would have to wait.
+// From now on, a read or write fails instead of waiting.
 inline void setNotToWait(const FileDescriptor& file) {
   if (::fcntl(file.number(), F_SETFL, O_NONBLOCK) != 0) {
     throw std::system_error(errno, std::generic_category(), "fcntl");

@@ -77,7 +77,7 @@ exec "$@")sh";
   return arguments;
 }
 
-// The texts of a list in which a zero byte ends each.
+// Returns the texts of a list in which a zero byte ends each.
 std::vector<std::string> textsIn(const std::string& list) {
   std::vector<std::string> texts;
   std::istringstream stream(list);

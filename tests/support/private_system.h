@@ -1,5 +1,5 @@
 // The real tool in a private mount namespace, where /etc is a scratch folder and a stand-in answers
-// for the administrator. The machine's own hosts file is out of reach.
+// for the administrator. The machine's hosts file is out of reach.
 #pragma once
 
 #include <array>
@@ -17,13 +17,13 @@ namespace tarnwell::test {
 // The program that asks for the administrator's approval.
 enum class Prompt { polkit, scriptRunner };
 
-// The administrator's answer, or the fault that takes its place.
+// The administrator's answer, or a fault instead of it.
 enum class Answer {
   approve,
   dismiss,
   fail,
   pretend,    // does nothing, and succeeds
-  damage,     // spoils the hosts file and fails
+  damage,     // damages the hosts file and fails
   chatter,    // approves, after a megabyte of errors and a line of output
   tamper,     // approves, after another program has tried to change what is installed
   meddle,     // approves, after another process has run the command given to `willMeddle`
@@ -39,7 +39,7 @@ constexpr std::array<std::string_view, 11> texts(Answer) {
 
 class PrivateSystem {
  public:
-  // Returns why this machine cannot have such a system; empty where it can.
+  // Returns why this machine cannot provide such a system; empty if it can.
   static std::string obstacle();
 
   explicit PrivateSystem(Prompt prompt);
@@ -59,7 +59,7 @@ class PrivateSystem {
   }
   AgentResponseEnvelope ask(std::string_view command) const;
 
-  // The number of prompts, and the arguments of the last one.
+  // Return the number of prompts, and the arguments of the last one.
   std::size_t promptCount() const { return contentOf(promptLog()).size(); }
   std::vector<std::string> lastRequest() const;
 

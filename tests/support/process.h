@@ -22,7 +22,7 @@ struct Process {
   std::vector<std::string> environment{};  // NAME=VALUE, and nothing else
   std::string_view input{};
 
-  // Runs the program and waits for its end.
+  // Runs the program and waits for it to exit.
   ProcessResult run();
 
   // Runs the program and kills it after this thread has yielded `turns` times.

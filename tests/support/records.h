@@ -1,4 +1,4 @@
-// Keeps what the tool writes during the tests. Another test validates it against the schemas.
+// Keeps the tool's output during the tests. Another test validates it against the schemas.
 #pragma once
 
 #include <filesystem>

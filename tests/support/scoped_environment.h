@@ -32,7 +32,7 @@ class ScopedVariable {
   std::optional<std::string> previous_;
 };
 
-// Puts the process into a time zone.
+// Sets the time zone of the process.
 class ScopedTimeZone {
  public:
   explicit ScopedTimeZone(const char* zone) : variable_(std::in_place, "TZ", zone) { ::tzset(); }

@@ -34,7 +34,7 @@ void Tool::awaitSettledPlan() const {
   }
 }
 
-// Unless a test has written it in a form of its own.
+// Unless a test has written it in another form.
 void Tool::recordPlan() const {
   try {
     const std::string text = encodePersistedState(LocalStore(dataFile()).load());

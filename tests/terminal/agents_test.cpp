@@ -1,4 +1,4 @@
-// Agents that write while the user does.
+// Agents that write at the same time as the user.
 #include <algorithm>
 #include <atomic>
 #include <string>

@@ -19,7 +19,7 @@ constexpr std::array parameters = {
     flag("--someday", "no day", 1),
     option("--notes", "TEXT", "notes"),
     option("--minutes", "MINUTES", "minutes"),
-    Parameter{"--remind", ParameterKind::optionWithOwnValue, "WHEN", "reminder", 0, "overdue"}};
+    Parameter{"--remind", ParameterKind::optionWithDefault, "WHEN", "reminder", 0, "overdue"}};
 constexpr Command command{
     .name = "add", .summary = "adds", .example = "tarnwell add X", .parameters = parameters};
 

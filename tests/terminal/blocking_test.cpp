@@ -1,4 +1,4 @@
-// Blocking websites, on a system of the test's own with a stand-in for the administrator.
+// Website blocking on a private system, with a stand-in for the administrator.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-// What holds for every command.
+// Properties of every command.
 #include <functional>
 #include <sstream>
 

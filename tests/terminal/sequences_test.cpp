@@ -1,5 +1,5 @@
-// Whatever the user and agents do, the document stays one that the schema accepts: each is kept
-// among the records, which are held against the schema after the tests.
+// Whatever the user and agents do, the schema accepts the document: each is kept among the records,
+// which are validated after the tests.
 #include <random>
 #include <string>
 

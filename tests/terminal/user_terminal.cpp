@@ -139,7 +139,7 @@ std::vector<std::string> UserTerminal::trail() const {
 }
 
 std::vector<std::string> UserTerminal::wholeEnvironment() const {
-  auto all = environment;  // of a variable that stands twice, the first counts
+  auto all = environment;  // the first of equal names counts
   all.insert(all.end(), {"HOME=" + tool_.home().string(), "TZ=UTC", "PATH=/usr/bin:/bin"});
   return all;
 }

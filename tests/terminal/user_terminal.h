@@ -41,10 +41,10 @@ class UserTerminal {
   // Runs the program with its streams in files.
   ProcessResult run(const Words& words, std::string_view input = {}) const;
 
-  // The same, which must succeed without a word on standard error. Returns standard output.
+  // The same, but must succeed with nothing on standard error. Returns standard output.
   std::string output(const Words& words) const;
 
-  // The same, which must be refused with nothing on standard output and nothing changed. Returns
+  // The same, but must be refused with nothing on standard output and nothing changed. Returns
   // standard error.
   std::string refusal(const Words& words, int exitStatus = 1) const;
 
@@ -54,7 +54,7 @@ class UserTerminal {
     return session(words, std::move(answers)).run();
   }
 
-  // What an agent does with tarnwellctl.
+  // Runs a command of an agent with tarnwellctl.
   AgentResponseEnvelope ask(std::string_view command) const { return tool_.ask(command); }
 
   LocalStore localStore() const { return LocalStore(tool_.dataFile()); }
