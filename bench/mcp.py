@@ -1,6 +1,6 @@
 """mcp.py BUILD_FOLDER: measures a call of tarnwell-mcp against a process of tarnwellctl.
 
-Times are medians of runs by turns: what drifts, drifts for both. The plan does not change meanwhile.
+Times are medians of alternating runs, so that a drift affects both. The plan does not change meanwhile.
 """
 import json
 import os
@@ -62,7 +62,7 @@ def tool_peak_kilobytes(program, environment):
 
 
 def measure(build, environment):
-    """The medians of a tool's process, of connecting, and of a call; the peaks of tool and server."""
+    """Returns the median times of a tool's process, of connecting and of a call, and the peaks of both."""
     server_program, tool = build / "tarnwell-mcp", build / "tarnwellctl"
     tools, connects, calls = [], [], []
     server = Server(server_program, environment)

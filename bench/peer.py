@@ -1,4 +1,4 @@
-"""peer.py list|create FILE: the same work as the tool's, as a script would do it."""
+"""peer.py list|create FILE: does the work of the tool, as a script would."""
 import json
 import os
 import sys

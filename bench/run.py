@@ -1,6 +1,6 @@
 """run.py BUILD_FOLDER: measures the tool against its limits and its peers, all in one run.
 
-Measures whole processes. All commands of a plan take turns, so that a drift of the machine meets all
+Measures whole processes. All commands of a plan take turns, so that a drift of the machine affects all
 of them. Wall times are medians and ninth deciles, CPU times are medians, after two runs that are not
 counted. Peak memory is from one further run. Ratios are of medians of wall times. Before each change
 the plan is put back as it was. Plan P is for the peers, which keep no trail of years.
@@ -24,7 +24,7 @@ DATA_FILE = ".local/share/Tarnwell/state.json"
 
 
 class Subject:
-    """A command line to be measured, and how the files are put right before it runs."""
+    """A command line to measure, and the restoring of its files before it runs."""
 
     def __init__(self, arguments, environment=None, text="", prepare=lambda: None):
         self.arguments = [str(argument) for argument in arguments]
@@ -70,7 +70,7 @@ class Subject:
 
 
 class Plan:
-    """The plan of one size, and a home of its own for each subject to work on."""
+    """The plan of one size, and a separate home for each subject."""
 
     def __init__(self, name, programs, scratch):
         self.name, self.scratch = name, scratch
@@ -86,13 +86,13 @@ class Plan:
         self.size = self.original.stat().st_size if SIZES[name] else 0
 
     def home(self, owner):
-        """A home, and what puts the plan in it back as it was."""
+        """Returns a home and a function that restores its plan."""
         home = self.scratch / f"{self.name}-{owner}"
 
         def restore():
             shutil.rmtree(home, ignore_errors=True)
             if self.size:
-                # With the folder that the first change has made.
+                # Includes the folder that the first change creates.
                 (home / DATA_FILE).parent.joinpath("State Backups").mkdir(parents=True)
                 shutil.copyfile(self.original, home / DATA_FILE)
             else:
@@ -257,7 +257,7 @@ def figures(subject):
 
 
 def goals(found, sizes):
-    """The figures that the tool is held to, and what each shall not exceed."""
+    """Returns the tool's ratios with the limit of each."""
     def ratio(plan, name, other, other_plan=None):
         return found[plan][name].wall / found[other_plan or plan][other].wall
 

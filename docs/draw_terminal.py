@@ -1,4 +1,4 @@
-"""draw_terminal.py PROGRAM TOOL --check|--write: draws docs/terminal.svg from what tarnwell shows.
+"""draw_terminal.py PROGRAM TOOL --check|--write: draws docs/terminal.svg from the output of tarnwell.
 
 Runs a small day in a scratch home and draws what the terminal shows, colours included.
 """
@@ -32,7 +32,7 @@ LETTER_WIDTH, LINE_HEIGHT, MARGIN = 8.4, 19, 18
 
 
 def line_of(text: str, number: int) -> str:
-    """One line as text elements, each at its own column so that fonts cannot shift what follows."""
+    """Returns a line as text elements, each at a fixed column so that fonts cannot shift the next."""
     elements, column, colour = [], 0, PLAIN
     for position, piece in enumerate(PIECE.split(text)):
         if position % 2:

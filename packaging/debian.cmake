@@ -1,5 +1,5 @@
 # The Debian packages that `cpack` makes in the build folder: tarnwell, with the programs, and
-# libtarnwell-dev, with the library. The dependencies of the programs are read off the binaries.
+# libtarnwell-dev, with the library. The programs' dependencies are derived from the binaries.
 
 set(debian_changelog ${CMAKE_CURRENT_SOURCE_DIR}/debian/changelog)
 tarnwell_compress(debian/changelog changelog)

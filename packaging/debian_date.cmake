@@ -1,4 +1,4 @@
-# Read by cpack before it makes a package.
+# cpack reads this before it makes a package.
 if(NOT DEFINED ENV{SOURCE_DATE_EPOCH})
   execute_process(
     COMMAND dpkg-parsechangelog --file ${CPACK_TARNWELL_CHANGELOG} --show-field Timestamp

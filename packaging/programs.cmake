@@ -36,7 +36,7 @@ else()
 endif()
 install(FILES completions/_tarnwell DESTINATION ${zsh_folder} COMPONENT runtime)
 
-# In the folders of the repository, so that the links between them lead somewhere.
+# In the repository's folders, so that the links between them work.
 set(documents_folder ${CMAKE_INSTALL_DATADIR}/doc/tarnwell)
 install(
   FILES

@@ -1,8 +1,8 @@
 """conversations.py TOOL --check|--write DOCUMENT...: the conversations in documents are real.
 
-Each fenced block "json command" is given to the tool, and the block "json reply" after it is what the
-tool answered, but for identifiers and the clock: these stand for what they really were. A document is
-one conversation on one plan, which is new where a block says "json command fresh".
+Gives each fenced block "json command" to the tool, whose reply is the block "json reply" after it,
+except for identifiers and the clock. A document is one conversation on one plan; a block "json command
+fresh" starts a new one.
 """
 import json
 import os
@@ -51,7 +51,7 @@ def renewed(text: str, tool: str) -> str:
         fresh, command, between, _ = found.groups()
         if fresh:
             conversation.renew()
-        # Laid out for the reader when it is long, on one line for the tool.
+        # Indented for the reader when it is long, on one line for the tool.
         try:
             sent = json.dumps(json.loads(command))
         except ValueError:

@@ -1,4 +1,4 @@
-"""data_file_test.py TOOL DOCUMENT: holds the statements about the data file against the tool."""
+"""data_file_test.py TOOL DOCUMENT: checks the statements about the data file against the tool."""
 import json
 import os
 import re

@@ -1,4 +1,4 @@
-"""links.py ROOT: every relative link of the documents leads somewhere, to the heading that it names."""
+"""links.py ROOT: every relative link of the documents leads to a file and heading that exist."""
 import re
 import sys
 from pathlib import Path

@@ -1,6 +1,6 @@
-"""protocol_test.py TOOL PROTOCOL SCHEMAS: holds the statements of the protocol's document against the tool.
+"""protocol_test.py TOOL PROTOCOL SCHEMAS: checks the statements of the protocol's document against the tool.
 
-Tables are read from the document, so that a wrong cell fails. Each test has a plan of its own.
+Tables are read from the document, so that a wrong cell fails. Each test has a new plan.
 """
 import datetime
 import itertools
@@ -35,7 +35,7 @@ def members(heading: str) -> set[str]:
 
 
 class Plan:
-    """A plan of its own in a scratch home."""
+    """A new plan in a scratch home."""
 
     def __init__(self) -> None:
         self.home = tempfile.mkdtemp(dir=SCRATCH.name)
@@ -81,8 +81,8 @@ def day_text(day: dict[str, int], later: int = 0) -> str:
     return (date + datetime.timedelta(days=later)).isoformat()
 
 
-# The faults of each command, in the order of the document's checks: what is done to the plan and to the
-# envelope so that the check fails. The plan holds one pending task.
+# The faults of each command, in the order of the document's checks: changes of the plan and the
+# envelope that make the check fail. The plan holds one pending task.
 
 def without_revision(_: Plan, envelope: dict[str, Any]) -> None:
     envelope.pop("expectedRevision", None)

@@ -1,8 +1,8 @@
 """terminal_page.py PROGRAM TOOL --check|--write DOCUMENT...: terminal sessions in documents are real.
 
 In each fenced block "console" a line that begins with "$ " is a command, and the lines after it are
-what the terminal showed, but for days, times and identifiers. What follows a question is typed. The
-document is one day on one plan.
+its output, except for days, times and identifiers. The text after a question is typed. The document is
+one day on one plan.
 """
 import re
 import sys

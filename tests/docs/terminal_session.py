@@ -1,5 +1,5 @@
-"""Runs commands of a document at a terminal, in a scratch home and on a scratch hosts file, and puts
-stand-ins for what differs each time: days, times and identifiers."""
+"""Runs commands of a document at a terminal, in a scratch home and on a scratch hosts file, and replaces
+days, times and identifiers, which differ each time, by fixed ones."""
 import datetime
 import os
 import pty
@@ -19,7 +19,7 @@ END_OF_BLOCK = re.compile(r"(until(?:\x1b\[\d+m)? +)(?:(\d{4}-\d{2}-\d{2}) )?\d{
 IDENTIFIER = re.compile(r"^((?:\x1b\[\d+m)?)[0-9A-F]{8}\b", re.M)
 PROMPT = "[y/N] "
 
-# The administrator says yes.
+# The administrator approves.
 PKEXEC = "#!/bin/sh\nshift\nexec \"$@\"\n"
 
 

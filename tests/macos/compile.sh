@@ -5,7 +5,7 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/../.."
 zig=$1 folder=$2
 
-# Libraries' headers alone: beside them in /usr/include are those of this system.
+# Only the libraries' headers: /usr/include also holds those of this system.
 headers="$folder/include"
 mkdir -p "$headers"
 for header in CLI simdjson.h uriparser utf8proc.h; do
@@ -28,7 +28,7 @@ for machine in aarch64 x86_64; do
   objects="$folder/$machine"
   mkdir -p "$objects"
   echo "compiling for macOS $target on $machine" >&2
-  # Without what CMake leaves out there: the notifications of Linux desktops.
+  # Without the notifications of Linux desktops, which CMake leaves out there.
   git ls-files -co --exclude-standard -- 'tarnwell/*.cpp' ':!tarnwell/watch/*bus*' |
     xargs -P "$(getconf _NPROCESSORS_ONLN)" -I{} sh -c '
       source=$1 object=$2/$(printf %s "$1" | tr / _).o

@@ -24,7 +24,7 @@ const resultSchemaNames = {
   'prompts/get': 'GetPromptResultSchema',
 };
 
-// Checks what passes through a transport: each message, and each result by the method asked for.
+// Checks each message of a transport, and each result by its method.
 function check(transport, schemasOfEra, messages) {
   const methods = new Map();
   const send = transport.send.bind(transport);
@@ -47,7 +47,7 @@ function check(transport, schemasOfEra, messages) {
   return transport;
 }
 
-// A connected client. `era` is what it must come to speak.
+// A connected client. `era` is the one that it must negotiate.
 class Connection {
   constructor(client, isModern) {
     this.client = client;
@@ -85,7 +85,7 @@ class Connection {
     return JSON.parse(result.content[0].text);
   }
 
-  // Returns how to end the subscription.
+  // Returns a function that ends the subscription.
   async subscribe(uri) {
     if (this.isModern) {
       const subscription = await this.client.listen({ resourceSubscriptions: [uri] });

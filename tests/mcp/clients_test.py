@@ -1,7 +1,7 @@
 """clients_test.py BUILD_FOLDER PROGRAM TARNWELLCTL: runs a day with the official clients.
 
-Installs the clients and a Node that is recent enough for them into BUILD_FOLDER, once for each lock
-file. Skips where no registry can be reached, and says so.
+Installs the clients and a recent enough Node into BUILD_FOLDER, once for each lock file. Skips, with a
+message, where no registry can be reached.
 """
 import shutil
 import subprocess

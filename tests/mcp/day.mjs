@@ -1,4 +1,4 @@
-// day.mjs PROGRAM TARNWELLCTL: a day of the user's with each official client.
+// day.mjs PROGRAM TARNWELLCTL: a user's day with each official client.
 import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
 import { mkdtempSync, rmSync } from 'node:fs';
@@ -114,7 +114,7 @@ async function follow(home, connection) {
   await endToday();
 }
 
-// Every writer adds tasks of its own, and tries again after each conflict.
+// Every writer adds tasks, and tries again after each conflict.
 async function crowd(home, connection, other) {
   const each = 10;
   const before = await connection.call('list_tasks', { status: 'all' });

@@ -1,8 +1,7 @@
 """document_test.py PROGRAM --check|--write DOCUMENT TOOLS: the exchanges in the document are real.
 
-Each fenced block "json call" is called, and the block "json answer" after it is what the server
-answered, but for identifiers, the clock, and today, which stand for what they really were. The
-document is one conversation on one plan. Every tool has an exchange, and every answer satisfies the
+Calls each fenced block "json call"; the block "json answer" after it is the server's answer, except
+for identifiers, the clock and today. The document is one conversation on one plan. Every tool has an exchange, and every answer satisfies the
 tool's output schema. TOOLS is the list of the tools for function calling, made from tools/list.
 """
 import datetime
@@ -26,7 +25,7 @@ TODAY = datetime.date(2026, 11, 23)
 
 
 class Server:
-    """The program with a new plan, its tools, and what stands for what in the document."""
+    """The program with a new plan, its tools, and the document's substitutions."""
 
     def __init__(self, program):
         self.home = tempfile.TemporaryDirectory()
@@ -91,7 +90,7 @@ def renewed_document(text, server):
 
 
 def functions(tools):
-    """The tools as most providers of models take them."""
+    """Returns the tools in the form that most providers of models take."""
     listed = [{"type": "function", "name": tool["name"], "description": tool["description"],
                "parameters": tool["inputSchema"]} for tool in tools]
     return json.dumps(listed, indent=2, ensure_ascii=False) + "\n"

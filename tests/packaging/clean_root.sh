@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# clean_root.sh SOURCE BUILD-FOLDER: on a Debian of its own, the packages can be installed, used and purged,
-# and a newcomer's first command, as README.md shows it, has a reply. Needs root and the network.
+# clean_root.sh SOURCE BUILD-FOLDER: on a clean Debian, the packages can be installed, used and
+# purged, and a newcomer's first command, as README.md shows it, has a reply. Needs root and the
+# network.
 set -euo pipefail
 source=$1 build=$2
 

@@ -1,7 +1,7 @@
 """debian_package_test.py BUILD_FOLDER VERSION: the packages are clean, can be installed, and work.
 
-They are installed into a folder as root of its own, for which this machine's list of installed packages
-stands: what they depend on must be on it.
+Installs them into a scratch root with this machine's list of installed packages, which must hold their
+dependencies.
 """
 import json
 import re
@@ -31,7 +31,7 @@ def make_packages(folder: str) -> dict[str, Path]:
 
 
 class Root:
-    """A folder as root of its own."""
+    """A scratch root."""
 
     def __init__(self, path: Path) -> None:
         self.path = path

@@ -1,4 +1,4 @@
-"""reproducible_test.py SOURCE: sources built in two folders make the same packages, byte for byte."""
+"""reproducible_test.py SOURCE: two builds of the same sources make the same packages, byte for byte."""
 import hashlib
 import shutil
 import subprocess

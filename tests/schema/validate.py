@@ -1,4 +1,4 @@
-"""validate.py SCHEMAS WRONG RECORDS DOCUMENT...: holds the schemas against the tool.
+"""validate.py SCHEMAS WRONG RECORDS DOCUMENT...: checks the schemas against the tool.
 
 RECORDS is a folder of replies and data files kept by the end-to-end tests. Each must be valid, as must
 the replies in the documents and the commands that succeed there. Each file below WRONG, in a folder
