@@ -22,7 +22,7 @@ struct Command {
   CommandHandler* handler;
 };
 
-// Returns null when no command has the name.
+// Null when there is none.
 const Command* findCommand(std::string_view name);
 
 namespace commands {

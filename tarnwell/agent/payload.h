@@ -33,14 +33,10 @@ UUID requireUUID(const JSONValue::Object& payload, std::string_view key);
 // Returns nothing without the key. Throws "Invalid KEY." for anything but an integral number.
 std::optional<std::int64_t> optionalInt(const JSONValue::Object& payload, std::string_view key);
 
-// Returns nothing without the key, or when it is not a string or names no priority.
+// Return nothing without the key, or when it is not a string or does not name one.
 std::optional<TaskPriority> optionalPriority(const JSONValue::Object& payload,
                                              std::string_view key);
-
-// Returns nothing without the key, or when it is not a string or names no mode.
 std::optional<SessionMode> optionalMode(const JSONValue::Object& payload, std::string_view key);
-
-// Returns nothing without the key, or when it is not a string or holds no day.
 std::optional<LocalDay> optionalDay(const JSONValue::Object& payload, std::string_view key);
 
 // Returns the day of a text such as 2025-03-04, unchecked. Skips empty pieces and pieces that are

@@ -91,11 +91,10 @@ class SessionEngine {
   // no session. Never throws.
   void retryProtection();
 
-  // Returns the hosts that the active session blocks; none without a session. Throws
-  // DomainRuleError.
+  // Empty without a session. Throws DomainRuleError.
   std::vector<std::string> expectedHosts() const;
 
-  // Returns the time left; never below zero.
+  // Never negative.
   Duration remainingTime(Instant now) const;
 
   // Stores edited groups. Refused during a strict session.
@@ -105,7 +104,6 @@ class SessionEngine {
   // strict session. Stores nothing when `change` throws.
   void changeGroups(const std::function<void(std::vector<DomainGroup>&)>& change);
 
-  // Returns the group with the identifier, if any.
   std::optional<DomainGroup> group(const UUID& id) const;
 
   // Publishes the stored groups and session without looking at the hosts file.

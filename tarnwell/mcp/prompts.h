@@ -17,7 +17,7 @@ struct Prompt {
 
 std::span<const Prompt> allPrompts();
 
-// Returns null when no prompt has the name.
+// Null when there is none.
 const Prompt* findPrompt(std::string_view name);
 
 // Return the prompt for prompts/list and prompts/get.

@@ -18,7 +18,7 @@ namespace tarnwell::mcp {
 // Returns the tools in the order in which clients see them.
 std::span<const Tool> allTools();
 
-// Returns null when no tool has the name.
+// Null when there is none.
 const Tool* findTool(std::string_view name);
 
 namespace tools {

@@ -33,7 +33,6 @@ class FileReplacement {
   TemporaryFile file_;
 };
 
-// Replaces a file with these bytes, as above.
 void replaceFile(const std::filesystem::path& path, std::string_view bytes);
 
 }  // namespace tarnwell

@@ -19,7 +19,7 @@ namespace tarnwell {
 inline constexpr unsigned privateFileMode = 0600;
 inline constexpr unsigned privateFolderMode = 0700;
 
-// A regular file that is open for reading, and its identity when it was opened.
+// A regular file open for reading, and its identity when it was opened.
 struct OpenedFile {
   FileDescriptor descriptor;
   FileIdentity identity;
@@ -31,10 +31,9 @@ struct OpenedFile {
 // there is no such file. Throws FileError.
 std::optional<OpenedFile> openForReading(const std::filesystem::path& path);
 
-// Returns the whole content of a file; absent when there is no such file. Throws FileError.
+// Return the whole content; absent when there is no such file. The path of an opened file is for
+// errors only. Throw FileError.
 std::optional<std::string> readFile(const std::filesystem::path& path);
-
-// Returns the whole content of a file that was just opened. Throws FileError, which names the path.
 std::string readFile(const OpenedFile& file, const std::filesystem::path& path);
 
 // Creates a private file with these bytes. Not durable: for a file that lives for seconds. Throws

@@ -74,17 +74,17 @@ class LocalStore {
   // JSONError; the data file is then unchanged.
   void save(const PersistedState& state) const;
 
-  // Runs `body` while no other process and no other thread holds the lock. Waits without limit. Not
-  // reentrant. Returns the result of `body`. Throws the errors of `body`,
-  // LocalStoreError::lockFailed, or FileError when the folder cannot be created.
+  // Runs `body` while no other process or thread holds the lock. Waits without limit. Not
+  // reentrant. Throws the errors of `body`, LocalStoreError::lockFailed, or FileError when the
+  // folder cannot be created.
   template <class Body>
   auto withExclusiveLock(Body&& body) const {
     const std::shared_ptr<FileLock> lock = acquireLock();
     return std::forward<Body>(body)();
   }
 
-  // Under the lock: loads, lets `body` change the state in place, saves, and returns the result of
-  // `body`. Saves nothing when `body` throws. Leaves the revision to `body`.
+  // Under the lock: loads, lets `body` change the state in place, and saves. Saves nothing when
+  // `body` throws. Leaves the revision to `body`.
   template <class Body>
   auto updateAtomically(Body&& body) const {
     return withExclusiveLock([&] {

@@ -31,7 +31,7 @@ struct Family {
 
 std::span<const Family> families();
 
-// Returns the command of the name; null when there is none.
+// Null when there is none.
 const Command* findCommand(std::string_view name);
 
 // The command at the beginning of the words and how many of them name it: "group add" is two. The
