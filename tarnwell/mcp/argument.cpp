@@ -175,8 +175,8 @@ void Arguments::read(const Argument& argument, JSONElement element) {
   const auto range = rangeOf(argument.kind);
   try {
     if (!range) {
-      if (!hasForm(argument, std::string(textFrom(element, argument.name))))
-        throw invalid(argument);
+      const bool isValid = hasForm(argument, std::string(textFrom(element, argument.name)));
+      if (!isValid) throw invalid(argument);
       return;
     }
     const std::int64_t number = integerFrom(element, argument.name);

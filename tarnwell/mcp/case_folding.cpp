@@ -3,7 +3,7 @@
 #include <clocale>
 #include <cwctype>
 
-#include <locale.h>
+#include <locale.h>  // NOLINT(modernize-deprecated-headers): has newlocale
 #ifdef __APPLE__
 #include <xlocale.h>
 #endif

@@ -18,7 +18,8 @@ struct Line {
 // the last piece: it reports a longer line once and drops its bytes.
 class LineBuffer {
  public:
-  static constexpr std::size_t longestLine = 16 * 1024 * 1024;  // bytes, without the line feed
+  static constexpr std::size_t longestLine =
+      std::size_t{16} * 1024 * 1024;  // bytes, without the line feed
 
   void append(std::string_view bytes);
 

@@ -106,9 +106,9 @@ Changes changesSince(const PersistedState& plan, std::int64_t revision) {
 Changes changesSince(const PersistedState& plan, Instant instant) {
   Changes changes;
   const auto& events = plan.auditEvents;
-  for (auto event = events.rbegin(); event != events.rend(); ++event) {
-    if (event->timestamp >= instant) changes.push_back(&*event);
-  }
+  std::for_each(events.rbegin(), events.rend(), [&](const TaskAuditEvent& event) {
+    if (event.timestamp >= instant) changes.push_back(&event);
+  });
   return changes;
 }
 
