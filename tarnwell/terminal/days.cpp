@@ -127,7 +127,7 @@ Instant readInstant(std::string_view text, LocalDay today, const Calendar& calen
 }
 
 std::string longDayText(LocalDay day, LocalDay today) {
-  const std::string weekday = weekisoText(day);
+  const std::string weekday = weekdayText(day);
   return (day == today ? "today, " : "") + (weekday.empty() ? "" : weekday + " ") + isoText(day);
 }
 
