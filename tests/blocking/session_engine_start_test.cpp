@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <sys/file.h>
 
+#include "tarnwell/blocking/domain_rules.h"
 #include "tarnwell/platform/file_descriptor.h"
 
 #include "tests/blocking/block_session_test.h"
