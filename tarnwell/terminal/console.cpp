@@ -13,14 +13,15 @@
 namespace tarnwell::terminal {
 namespace {
 
-bool isSet(const char* name) {
+// Empty when the variable is not set.
+std::string_view variable(const char* name) {
   const char* const value = std::getenv(name);
-  return value != nullptr && *value != '\0';
+  return value != nullptr ? value : "";
 }
 
 bool allowsColour() {
-  const char* const terminal = std::getenv("TERM");
-  return !isSet("NO_COLOR") && isSet("TERM") && std::string_view(terminal) != "dumb";
+  const std::string_view terminal = variable("TERM");
+  return variable("NO_COLOR").empty() && !terminal.empty() && terminal != "dumb";
 }
 
 PageLayout layoutOf(int descriptor) {

@@ -12,11 +12,12 @@
 #include <unistd.h>
 
 #include "tarnwell/json/utf8.h"
+#include "tarnwell/platform/child_process.h"
 #include "tarnwell/platform/file_descriptor.h"
 #include "tarnwell/terminal/command.h"
 #include "tarnwell/terminal/interrupts.h"
 
-extern char** environ;
+extern char** environ;  // NOLINT(readability-redundant-declaration): not in every system's headers
 
 namespace tarnwell::terminal {
 namespace {
@@ -38,7 +39,7 @@ class TemporaryFile {
   TemporaryFile& operator=(const TemporaryFile&) = delete;
   ~TemporaryFile() { ::unlink(path_.c_str()); }
 
-  std::string& path() { return path_; }
+  const std::string& path() const { return path_; }
 
   // Editors replace the file, so it is opened again.
   std::string content() const {
@@ -53,12 +54,9 @@ class TemporaryFile {
 };
 
 // Runs the editor with this program's streams. Returns whether it succeeded.
-bool runEditor(std::string& path) {
-  std::vector<std::string> words{"/bin/sh", "-c", R"(eval "${EDITOR:-vi} \"\$1\"")", "sh"};
-  std::vector<char*> arguments;
-  for (std::string& word : words) arguments.push_back(word.data());
-  arguments.push_back(path.data());
-  arguments.push_back(nullptr);
+bool runEditor(const std::string& path) {
+  std::vector<std::string> words{"/bin/sh", "-c", R"(eval "${EDITOR:-vi} \"\$1\"")", "sh", path};
+  const std::vector<char*> arguments = pointersTo(words);
   const SurvivedInterrupts guard;
   pid_t child = 0;
   if (posix_spawn(&child, arguments[0], nullptr, nullptr, arguments.data(), environ) != 0) {
@@ -74,11 +72,12 @@ bool runEditor(std::string& path) {
 std::string editedText(const std::string& text) {
   // Editors end the last line. A line feed that they add is not a change.
   const bool endsLine = text.empty() || text.ends_with('\n');
-  TemporaryFile file(endsLine ? text : text + '\n');
+  const TemporaryFile file(endsLine ? text : text + '\n');
   if (!runEditor(file.path())) throw Refusal("The editor failed. Nothing was changed.");
   std::string edited = file.content();
-  if (!isValidUTF8(edited))
+  if (!isValidUTF8(edited)) {
     throw Refusal("The edited text is not valid UTF-8. Nothing was changed.");
+  }
   if (!endsLine && edited.ends_with('\n')) edited.pop_back();
   return edited;
 }

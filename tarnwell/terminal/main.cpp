@@ -118,8 +118,9 @@ int dispatch(std::vector<std::string> words, const Console& console) {
   }
   if (first == "--help" || first == "-h") return explain({}, console);
   if (first == "help") return explain({words.begin() + 1, words.end()}, console);
-  if (first == "complete" && words.size() > 1)
+  if (first == "complete" && words.size() > 1) {
     return complete({words.begin() + 1, words.end()}, console);
+  }
   if (first.empty() || first.starts_with("-")) words.insert(words.begin(), "day");
 
   const auto [command, wordCount] = commandAtFront(words);

@@ -79,6 +79,7 @@ Outcome showProposals(Host& host, const Arguments& arguments) {
       arguments.has(allFlag.name) ? numberedProposals(state) : pendingProposals(state);
   if (!arguments.has(jsonFlag.name)) return Answer{.page = pageOf(proposals, state)};
   std::vector<PlanningProposal> records;
+  records.reserve(proposals.size());
   for (const auto& numbered : proposals) records.push_back(numbered.proposal);
   return inJSON(records);
 }
@@ -140,7 +141,7 @@ Answer carryOut(Host& host, const Decision& decision, const TaskStoreSnapshot& s
       revision = (engine.*decision.decide)(proposal.id, revision, host.now).revision();
     } catch (const Error& error) {
       answer.notes.push_back("tarnwell: " + std::string(error.description()));
-      answer.notes.push_back("No further proposal was decided. These wait now:");
+      answer.notes.emplace_back("No further proposal was decided. These wait now:");
       const auto plan = host.plan();
       for (auto& block : pageOf(pendingProposals(plan.state()), plan.state())) {
         answer.page.push_back(std::move(block));

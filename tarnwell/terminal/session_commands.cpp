@@ -137,8 +137,9 @@ Answer completeActive(Host& host, const FocusTask& task) {
   if (next) {
     const auto plan = host.plan();
     const FocusTask* const nextTask = findTask(plan.state().tasks, *next);
-    if (nextTask != nullptr)
+    if (nextTask != nullptr) {
       answer.page.emplace_back(Line("Next: " + inQuotes(nextTask->title) + "."));
+    }
   }
   return answer;
 }
