@@ -1,4 +1,4 @@
-// Work that may take long, as it does while a prompt is open, beside the event loop.
+// Work alongside the event loop that may take long, such as waiting for a prompt.
 #pragma once
 
 #include <functional>
@@ -8,8 +8,8 @@ namespace tarnwell {
 
 class BackgroundJobs {
  public:
-  // Returns what went wrong, for the user; nothing on success. Runs in another process: what it
-  // changes in memory is lost.
+  // Returns the problem, for the user; empty on success. Runs in another process: its changes in
+  // memory are lost.
   using Job = std::function<std::string()>;
   using Done = std::function<void(const std::string& problem)>;
 

@@ -8,11 +8,11 @@
 namespace tarnwell {
 
 // Returns the socket that an address such as "unix:path=/run/user/1000/bus,guid=…" names first;
-// absent where it names none in the file system.
+// absent if it names none in the file system.
 std::optional<std::filesystem::path> socketOfBusAddress(std::string_view address);
 
-// Returns the socket of the user's session bus, whether it exists or not: as
-// DBUS_SESSION_BUS_ADDRESS has it, otherwise $XDG_RUNTIME_DIR/bus.
+// Returns the socket of the user's session bus, whether or not it exists: from
+// DBUS_SESSION_BUS_ADDRESS, otherwise $XDG_RUNTIME_DIR/bus.
 std::optional<std::filesystem::path> sessionBusSocket();
 
 }  // namespace tarnwell

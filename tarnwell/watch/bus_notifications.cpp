@@ -1,7 +1,7 @@
 // Notifications over the session bus: org.freedesktop.Notifications.
 //
-// The service may start and end at any time, which NameOwnerChanged tells. Where the bus can start
-// it, it starts with the first notification and no sooner: it is for the desktop to choose one.
+// The service may start and end at any time, as NameOwnerChanged reports. Where the bus can start
+// it, the first notification does, and nothing earlier: the desktop chooses its service.
 #include <cstdint>
 #include <list>
 #include <map>
@@ -63,7 +63,7 @@ class BusNotifications : public NotificationService, private SessionBus::Observe
   void answered(Call& call, sd_bus_message* reply);
   void forgetShown();
 
-  // What the bus calls, with this object or a call of it. They return 0: the message is done with.
+  // Callbacks of the bus, with this object or a call of it. They return 0: the message is handled.
   static int onActivatableNames(sd_bus_message* reply, void* self, sd_bus_error* /*error*/);
   static int onHasOwner(sd_bus_message* reply, void* self, sd_bus_error* /*error*/);
   static int onOwnerChanged(sd_bus_message* signal, void* self, sd_bus_error* /*error*/);
@@ -77,7 +77,7 @@ class BusNotifications : public NotificationService, private SessionBus::Observe
   Listener* listener_ = nullptr;
   bool isOwned_ = false;                        // the service runs,
   bool isActivatable_ = false;                  // or the bus would start it
-  std::list<Call> calls_;                       // at fixed addresses, which the bus holds
+  std::list<Call> calls_;                       // at stable addresses, which the bus keeps
   std::map<std::uint32_t, std::string> shown_;  // the key for each of the service's numbers
 };
 
@@ -148,7 +148,7 @@ void BusNotifications::ownerChanged(bool hadOwner, bool hasOwner) {
   }
 }
 
-// What one service shows, no other knows of.
+// A new service does not know the notifications of the old one.
 void BusNotifications::forgetShown() {
   for (const auto& [number, key] : std::exchange(shown_, {})) listener_->notificationClosed(key);
 }
@@ -160,8 +160,8 @@ void BusNotifications::show(const Notification& notification) {
   listener_->notificationRefused(notification.key);
 }
 
-// Returns a negative number on failure. A service that hangs shows what it was sent once it goes
-// on, and the end of one is an error at once, so the reply is awaited for as long as it takes.
+// Returns a negative number on failure. Waits for the reply without limit: a service that hangs
+// shows the notification when it continues, and one that ends is an error at once.
 int BusNotifications::send(const Notification& notification, Call& call) const {
   constexpr std::uint64_t noTimeout = UINT64_MAX;
   constexpr std::uint8_t normalUrgency = 1;
@@ -206,7 +206,7 @@ void BusNotifications::answered(Call& call, sd_bus_message* reply) {
     shown_.insert_or_assign(number, finished.key);
     listener_->notificationShown(finished.key);
   } else {
-    // The bus has tried to start the service. One that starts otherwise is seen.
+    // The bus has failed to start the service. One that starts otherwise is noticed.
     isActivatable_ = false;
     listener_->notificationRefused(finished.key);
     if (!isOwned_) ownerChanged(false, false);
@@ -221,7 +221,7 @@ void BusNotifications::close(const std::string& key) {
   });
 }
 
-// Nothing is shown under the number 0.
+// The number 0 stands for no notification.
 void BusNotifications::closeNumber(std::uint32_t number) const {
   if (bus_.get() == nullptr || number == 0) return;
   sd_bus_call_method_async(bus_.get(), nullptr, serviceName, servicePath, serviceName,

@@ -1,4 +1,4 @@
-// Which changes of the plan are new.
+// Finds the new changes of the plan.
 #pragma once
 
 #include <optional>
@@ -12,8 +12,7 @@
 
 namespace tarnwell {
 
-// An audit event that is not the user's own, and the title of its task; empty where it has none, or
-// the task is gone.
+// An audit event of another source than the user, and the title of its task, if there is one.
 struct ForeignChange {
   TaskAuditEvent event;
   std::string title{};
@@ -31,7 +30,7 @@ class ChangeLog {
   std::optional<UUID> last_;  // the newest event that was seen; absent for an empty trail
 };
 
-// Returns it as a line: when, who, what, and which task.
+// Returns the change as a line: time, source, action and task.
 std::string lineOf(const ForeignChange& change, Instant now);
 
 }  // namespace tarnwell

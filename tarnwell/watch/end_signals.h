@@ -14,7 +14,7 @@ class EndSignals {
 
   int descriptor() const { return queue_.number(); }
 
-  // Gives the signals their usual effect, in a child process.
+  // Restores the signals' default effect, in a child process.
   static void restore();
 
  private:

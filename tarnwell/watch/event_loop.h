@@ -1,4 +1,4 @@
-// Waits for descriptors: the one place where the program sleeps.
+// Waits for descriptors: the only place where the program sleeps.
 #pragma once
 
 #include <chrono>
@@ -10,7 +10,7 @@
 
 namespace tarnwell {
 
-// What a source waits for at the moment. A descriptor of -1 is never ready.
+// The condition that a source waits for. A descriptor of -1 is never ready.
 struct Awaited {
   int descriptor = -1;
   short events = POLLIN;

@@ -20,7 +20,7 @@
 namespace tarnwell {
 namespace {
 
-// Closes everything but the standard streams. The instance lock among it: a new instance may start
+// Closes everything but the standard streams, also the instance lock: a new instance may start
 // while an orphaned job still runs.
 void closeAbove(int highest) {
 #ifdef __linux__
@@ -31,7 +31,7 @@ void closeAbove(int highest) {
 #endif
 }
 
-// Neither the terminal nor the output of this process is the job's.
+// Detaches the job from the terminal and the output of this process.
 void leaveStandardStreams() {
   const int sink = ::open("/dev/null", O_RDWR | O_CLOEXEC);
   ::dup2(sink, STDIN_FILENO);
@@ -60,7 +60,7 @@ std::string resultOf(const BackgroundJobs::Job& job) {
   ::fcntl(keptReport, F_SETFD, FD_CLOEXEC);
   closeAbove(keptReport);
   EndSignals::restore();
-  // A first byte tells a job that has ended well from one that was killed.
+  // The first byte distinguishes a finished job from a killed one.
   ::_exit(writeAll(keptReport, "." + resultOf(job)));
 }
 

@@ -13,9 +13,9 @@
 
 namespace tarnwell {
 
-// A process and no thread: it can be ended at any moment, with a prompt that it has opened, which a
-// thread cannot; the memory that it took goes with it; and this process stays free of threads, so
-// that a plain `fork` is enough. The plan bears the end of a process at any moment.
+// A process rather than a thread: it can be killed at any moment, together with its prompt; its
+// memory goes with it; and this process stays free of threads, so that a plain `fork` is safe. The
+// plan survives the end of a process at any moment.
 //
 // Belongs to the loop's thread. On destruction the running job is killed with its children.
 class JobProcess : public BackgroundJobs {

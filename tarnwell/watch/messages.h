@@ -1,4 +1,4 @@
-// What the resident part prints.
+// The output of the resident part.
 #pragma once
 
 #include <map>
@@ -8,7 +8,7 @@
 
 namespace tarnwell {
 
-// Each line is on its way when the call returns. Holds the streams by reference; the owner outlives
+// Each line is flushed when the call returns. Holds the streams by reference; the owner outlives
 // it.
 class Messages {
  public:
@@ -16,8 +16,7 @@ class Messages {
 
   void say(std::string_view line);
 
-  // Says what is wrong with a thing, once for as long as it is the same. An empty text says that
-  // nothing is wrong any more.
+  // Reports a problem with a thing once, until it changes. An empty text ends the problem.
   void report(std::string_view thing, std::string_view problem);
 
  private:

@@ -1,4 +1,4 @@
-// The desktop's notifications, as the resident part sees them.
+// The interface to the desktop's notifications.
 #pragma once
 
 #include <string>
@@ -13,9 +13,9 @@ struct NotificationButton {
   friend bool operator==(const NotificationButton&, const NotificationButton&) = default;
 };
 
-// Both texts are plain: a service escapes what the desktop would take for markup.
+// Both texts are plain: a service escapes markup.
 struct Notification {
-  std::string key{};  // the resident part's own name for it
+  std::string key{};  // the resident part's name for it
   std::string summary{};
   std::string body{};
   std::vector<NotificationButton> buttons{};
@@ -27,7 +27,7 @@ struct Notification {
 // Everything happens on the loop's thread.
 class NotificationService {
  public:
-  // What a service reports. It may do so from within `show`.
+  // Receives a service's reports, possibly from within `show`.
   class Listener {
    public:
     Listener() = default;
@@ -54,12 +54,12 @@ class NotificationService {
   // Connects. The listener outlives the service's last report.
   virtual void start(Listener& listener) = 0;
 
-  // Returns whether `show` is worth a try. When it becomes so, the service has appeared.
+  // Returns whether `show` may succeed. `serviceAppeared` reports when it becomes true.
   virtual bool isReachable() const = 0;
 
   virtual void show(const Notification& notification) = 0;
 
-  // Takes a notification from the screen; does nothing when it is not there. Never fails.
+  // Removes a notification from the screen, if it is there. Never fails.
   virtual void close(const std::string& key) = 0;
 };
 

@@ -67,7 +67,7 @@ Outbox::Entry* Outbox::find(const std::string& key) {
   return found == entries_.end() ? nullptr : &*found;
 }
 
-// Without a service, news would pile up for as long as it is away. What has a time is not news.
+// Notifications without a due time would pile up while the service is away.
 void Outbox::dropOldest() {
   constexpr std::ptrdiff_t mostNews = 20;
   const auto isWaitingNews = [](const Entry& entry) {

@@ -1,5 +1,4 @@
-// Notifications on their way to the desktop: each is delivered once, as soon as there is a service
-// that takes it.
+// Notifications on their way to the desktop: each is delivered once, as soon as a service takes it.
 #pragma once
 
 #include <functional>
@@ -18,15 +17,14 @@ class Outbox {
  public:
   Outbox(WatchMemory& memory, NotificationService& service) : memory_(memory), service_(service) {}
 
-  // Takes a notification in. One with a time is late after that time, says so, and is never
-  // delivered again, by later processes neither. A notification with the key of an earlier one
-  // takes its place.
+  // Adds a notification, replacing an earlier one with the same key. One with a due time says how
+  // late it is, and is never delivered twice, not even by a later process.
   void post(Notification notification, std::optional<Instant> due = std::nullopt);
 
-  // Takes a notification back: from the screen, where it has got there.
+  // Removes a notification, also from the screen.
   void withdraw(const std::string& key);
 
-  // Sends what waits, if the service can be reached.
+  // Sends the waiting notifications, if the service can be reached.
   void deliver(Instant now);
 
   // The reports of the service.
@@ -48,7 +46,7 @@ class Outbox {
 
   WatchMemory& memory_;
   NotificationService& service_;
-  std::vector<Entry> entries_;  // in the order in which they came
+  std::vector<Entry> entries_;  // oldest first
 };
 
 }  // namespace tarnwell

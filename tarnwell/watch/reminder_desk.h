@@ -15,12 +15,12 @@
 
 namespace tarnwell {
 
-// The desktop's service takes notifications for the present only, so their times are kept here.
-// Holds the memory and the outbox by reference; the owner outlives it.
+// The desktop's service shows notifications at once, so their times are kept here. Holds the memory
+// and the outbox by reference; the owner outlives it.
 //
 // After each change of the plan: `beginPlan`, a sync of every task through a ReminderCoordinator,
-// `endPlan`. A reminder that the plan has no more, or at another time, is taken back, from the
-// screen too.
+// `endPlan`. A reminder that the plan no longer has, or has at another time, is withdrawn, also
+// from the screen.
 class ReminderDesk : public ReminderScheduling {
  public:
   ReminderDesk(WatchMemory& memory, Outbox& outbox) : memory_(memory), outbox_(outbox) {}
@@ -28,15 +28,15 @@ class ReminderDesk : public ReminderScheduling {
   void beginPlan(Instant now);
   void endPlan();
 
-  // Hands the outbox what is due. What fell due 10 minutes or more before this desk knew of it is
+  // Posts the due reminders. One that fell due 10 minutes or more before this desk knew of it is
   // missed instead.
   void ring(Instant now);
 
-  // When `ring` is next to be called; absent when nothing waits.
+  // The time of the next `ring`; absent when nothing waits.
   std::optional<Instant> nextRing() const;
 
-  // Returns those that were missed since the last call, and those that were about to ring when an
-  // earlier process was killed, which may have gone unseen.
+  // Returns the reminders missed since the last call, and those about to ring when an earlier
+  // process was killed, which may have gone unseen.
   std::vector<ReminderRequest> takeMissed();
 
   // Returns the request behind a notification; null when it is not one of a wanted reminder.

@@ -19,7 +19,7 @@ class ScriptNotifications : public NotificationService {
 
   bool isReachable() const override { return true; }
 
-  // The texts are arguments of the script, no part of it.
+  // The texts are arguments of the script, not part of it.
   void show(const Notification& notification) override {
     const std::vector<std::string> arguments = {
         "/usr/bin/osascript",

@@ -19,7 +19,7 @@ milliseconds until(steady_clock::time_point time) {
   return std::max(left, milliseconds::zero());
 }
 
-// The time until which the bus wants to be asked again, if there is any.
+// Returns the time at which the bus wants to be processed again, if any.
 std::optional<milliseconds> timeoutOf(sd_bus* bus) {
   std::uint64_t microseconds = 0;  // on the clock of steady_clock
   if (sd_bus_get_timeout(bus, &microseconds) < 0) return milliseconds::zero();
@@ -39,7 +39,7 @@ SessionBus::SessionBus(EventLoop& loop, Observer& observer) : observer_(observer
     socket_.emplace(*socket);
     loop.add(socket_->descriptor(), [this] { socketChanged(); });
   } catch (const FileError&) {
-    // A bus that is there now is found all the same.
+    // A bus that is there already is still found.
   }
 }
 

@@ -12,9 +12,9 @@ struct sd_bus;
 
 namespace tarnwell {
 
-// The bus may be missing, appear and disappear at any time. It shows in the folder of its socket,
-// and is asked for nothing at intervals. A socket may appear a moment before the bus listens on it,
-// so a connection that fails is tried again a few times. Belongs to the loop's thread.
+// The bus may be missing, appear and disappear at any time. Its socket is watched, not polled. A
+// socket may appear a moment before the bus listens on it, so a failed connection is tried again a
+// few times. Belongs to the loop's thread.
 class SessionBus {
  public:
   class Observer {
@@ -26,7 +26,7 @@ class SessionBus {
 
     // Calls may be queued from now on.
     virtual void busConnected() = 0;
-    // Calls without a reply get none.
+    // Pending calls get no reply.
     virtual void busLost() = 0;
   };
 

@@ -16,7 +16,7 @@ namespace {
 
 [[noreturn]] void fail() { throw std::system_error(errno, std::generic_category(), "timer"); }
 
-// Within what both systems take: from just after 1970, as 0 would disarm the timer, to the year
+// Within the range of both systems: from just after 1970, as 0 would disarm the timer, to the year
 // 33658.
 double unixSecondsOf(Instant instant) {
   constexpr double earliest = 1;
@@ -40,7 +40,7 @@ void WallClockTimer::set(Instant instant) {
   when.it_value.tv_sec = static_cast<time_t>(seconds);
   when.it_value.tv_nsec = static_cast<long>((seconds - std::floor(seconds)) * nanosecondsPerSecond);
   constexpr int flags = TFD_TIMER_ABSTIME | TFD_TIMER_CANCEL_ON_SET;
-  // ECANCELED tells of a clock that was set since the last call.
+  // ECANCELED reports a clock set since the last call.
   while (::timerfd_settime(timer_.number(), flags, &when, nullptr) != 0) {
     if (errno != ECANCELED) fail();
   }

@@ -1,4 +1,4 @@
-// What the resident part remembers from one run to the next.
+// The announcements that the resident part remembers between runs.
 #pragma once
 
 #include <filesystem>
@@ -12,7 +12,7 @@
 
 namespace tarnwell {
 
-// Something that was announced, or was about to be when it was written down.
+// An announcement made, or about to be made when it was recorded.
 struct Announcement {
   std::string key{};
   Instant due;               // the same key with another time is another announcement
@@ -25,9 +25,9 @@ struct Announcement {
   friend bool operator==(const Announcement&, const Announcement&) = default;
 };
 
-// A file of its own: announcing is no change of the plan. Each change is on the disk when the
-// operation returns, or else the file is as it was and `problem` says why; what this process
-// remembers is up to date in either case.
+// A separate file, because announcing does not change the plan. Each change is on the disk when the
+// operation returns; otherwise the file is unchanged, `problem` says why, and only this process
+// remembers the change.
 class WatchMemory {
  public:
   // A file that cannot be read counts as empty.
@@ -37,18 +37,18 @@ class WatchMemory {
   bool holds(const std::string& key, Instant due) const;
   bool isConfirmed(const std::string& key) const;
 
-  // Written before the notification is sent: after a kill between the two it is known that it may
-  // have gone unseen, while one that was seen never comes twice.
+  // Recorded before the notification is sent: after a kill between the two it may have gone unseen,
+  // but none is seen twice.
   void add(const std::vector<Announcement>& announcements);
   void confirm(const std::string& key);
 
-  // It was refused.
+  // For a refused notification.
   void remove(const std::string& key);
 
-  // Keeps what is due after `horizon`, and what is still wanted.
+  // Keeps announcements due after `horizon`, and those still wanted.
   void forget(Instant horizon, const std::function<bool(const Announcement&)>& isWanted);
 
-  // What went wrong in the last reading or writing; empty when nothing did.
+  // The problem of the last read or write; empty without one.
   const std::string& problem() const { return problem_; }
 
  private:

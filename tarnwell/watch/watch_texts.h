@@ -1,4 +1,4 @@
-// The wording of what the resident part tells the user.
+// The wording of the resident part's messages.
 #pragma once
 
 #include <string>
@@ -9,16 +9,16 @@
 namespace tarnwell {
 
 // Returns the local time of day, as "09:05"; with the day, as "2026-11-20 09:05", when it is not
-// the day of `now`. Takes up a change of the time zone.
+// the day of `now`. Rereads the time zone.
 std::string clockText(Instant instant, Instant now);
 
-// Returns how long ago something was due, as "10 minutes ago"; nothing below a minute.
+// Returns a text such as "10 minutes ago"; empty below a minute.
 std::string latenessText(Duration lateness);
 
 // Returns stored text between quotation marks, safe to print.
 std::string inQuotes(std::string_view text);
 
-// Returns the text as a desktop that reads markup shows it unchanged.
+// Escapes text so that a desktop that reads markup shows it unchanged.
 std::string withoutMarkup(std::string_view text);
 
 }  // namespace tarnwell
