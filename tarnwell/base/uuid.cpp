@@ -11,9 +11,11 @@ namespace {
 
 constexpr std::size_t textLength = 36;
 
-bool isDashPosition(std::size_t position) {
-  return position == 8 || position == 13 || position == 18 || position == 23;
-}
+constexpr std::array<std::size_t, 4> dashPositions = {8, 13, 18, 23};
+
+// Where the two digits of each byte stand in the text.
+constexpr std::array<std::size_t, 16> digitPositions = {0,  2,  4,  6,  9,  11, 14, 16,
+                                                        19, 21, 24, 26, 28, 30, 32, 34};
 
 constexpr std::uint8_t noDigit = 0xFF;
 
@@ -44,26 +46,28 @@ UUID UUID::random() {
 
 std::optional<UUID> UUID::parse(std::string_view text) {
   if (text.size() != textLength) return std::nullopt;
-  std::array<std::uint8_t, 16> bytes{};
-  std::size_t position = 0;
-  for (auto& byte : bytes) {
-    if (isDashPosition(position) && text[position++] != '-') return std::nullopt;
-    const std::uint8_t high = digitValue(text[position++]);
-    const std::uint8_t low = digitValue(text[position++]);
-    if (high == noDigit || low == noDigit) return std::nullopt;
-    byte = static_cast<std::uint8_t>(high << 4U | low);
+  for (const std::size_t position : dashPositions) {
+    if (text[position] != '-') return std::nullopt;
   }
+  std::array<std::uint8_t, 16> bytes{};
+  std::uint8_t seen = 0;  // all digits together: only noDigit has high bits
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
+    const std::uint8_t high = digitValue(text[digitPositions[i]]);
+    const std::uint8_t low = digitValue(text[digitPositions[i] + 1]);
+    seen |= high | low;
+    bytes[i] = static_cast<std::uint8_t>(high << 4U | low);
+  }
+  if (seen > 0xFU) return std::nullopt;
   return UUID(bytes);
 }
 
 std::array<char, 36> UUID::characters() const {
   constexpr std::string_view digits = "0123456789ABCDEF";
   std::array<char, textLength> characters{};
-  std::size_t position = 0;
-  for (const auto byte : bytes) {
-    if (isDashPosition(position)) characters[position++] = '-';
-    characters[position++] = digits[byte >> 4U];
-    characters[position++] = digits[byte & 0xFU];
+  for (const std::size_t position : dashPositions) characters[position] = '-';
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
+    characters[digitPositions[i]] = digits[bytes[i] >> 4U];
+    characters[digitPositions[i] + 1] = digits[bytes[i] & 0xFU];
   }
   return characters;
 }
