@@ -70,6 +70,23 @@ constexpr auto keyOrder() {
   return order;
 }
 
+// The record's keys in ascending order.
+template <Record T>
+constexpr auto sortedKeys() {
+  auto keys = keysOf<T>();
+  std::sort(keys.begin(), keys.end());
+  return keys;
+}
+
+// The position of each field's key in `sortedKeys()`, in the order of the fields.
+template <Record T>
+constexpr auto keyPositions() {
+  constexpr auto order = keyOrder<T>();
+  std::array<std::size_t, order.size()> positions{};
+  for (std::size_t i = 0; i < order.size(); ++i) positions[order[i]] = i;
+  return positions;
+}
+
 // Calls `visit(field)` for each field, in ascending order of the keys.
 template <Record T, class Visit>
 constexpr void forEachFieldByKey(Visit&& visit) {

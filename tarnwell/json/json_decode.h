@@ -1,7 +1,6 @@
 // Reading records from JSON by their field lists.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -36,7 +35,7 @@ Member decodeMember(const Field<Owner, Member>& field, const std::optional<JSONE
 
 // Reads a member into a record. A defaulted member keeps its value when its key is absent or null.
 template <class Owner, class Member>
-void decodeField(ObjectReader& members, const Field<Owner, Member>& field, Owner& record) {
+void decodeField(const ObjectReader& members, const Field<Owner, Member>& field, Owner& record) {
   const auto element = members.find(field.key);
   if (field.isDefaulted && (!element || element->isNull())) return;
   record.*field.member = decodeMember(field, element);
@@ -44,7 +43,7 @@ void decodeField(ObjectReader& members, const Field<Owner, Member>& field, Owner
 
 // Reads the listed members into a record and leaves the others as they are.
 template <class Owner, class... Members>
-void decodeFields(ObjectReader members, const std::tuple<Field<Owner, Members>...>& fields,
+void decodeFields(const ObjectReader& members, const std::tuple<Field<Owner, Members>...>& fields,
                   Owner& record) {
   std::apply([&](const auto&... field) { (decodeField(members, field, record), ...); }, fields);
 }
@@ -52,16 +51,15 @@ void decodeFields(ObjectReader members, const std::tuple<Field<Owner, Members>..
 // Reads a record. Initialises every member, in the order of the fields, so that defaults such as a
 // random identifier are not evaluated. Searches in the order of the keys, as documents are written.
 template <Record T>
-T decodeRecord(ObjectReader members) {
-  constexpr auto fields = T::fields();
-  constexpr auto keys = keysOf<T>();
+T decodeRecord(const ObjectReader& members) {
+  static constexpr auto fields = T::fields();
+  static constexpr auto keys = sortedKeys<T>();
+  static constexpr auto positions = keyPositions<T>();
   static_assert(
       std::apply([](const auto&... field) { return !(field.isDefaulted || ...); }, fields));
-  std::array<std::optional<JSONElement>, keys.size()> elements;
-  constexpr auto order = keyOrder<T>();
-  for (const std::size_t i : order) elements[i] = members.find(keys[i]);
+  const auto elements = members.findAll(keys);
   return [&]<std::size_t... I>(std::index_sequence<I...>) {
-    return T{decodeMember(std::get<I>(fields), elements[I])...};
+    return T{decodeMember(std::get<I>(fields), elements[positions[I]])...};
   }
   (std::make_index_sequence<keys.size()>{});
 }

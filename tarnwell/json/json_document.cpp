@@ -105,24 +105,28 @@ JSONDocument::~JSONDocument() = default;
 
 bool JSONElement::isNull() const { return handle<dom::element>(*this).is_null(); }
 
-ObjectReader::ObjectReader(JSONElement value, std::string_view key) {
-  const dom::object object = objectFrom(value, key);
-  object_ = element(object);
-  next_ = element(object.begin());
-  end_ = element(object.end());
-}
+ObjectReader::ObjectReader(JSONElement value, std::string_view key)
+    : object_(element(objectFrom(value, key))) {}
 
-std::optional<JSONElement> ObjectReader::find(std::string_view key) {
-  auto next = handle<dom::object::iterator>(next_);
-  if (next != handle<dom::object::iterator>(end_) && next.key() == key) {
-    const dom::element found = next.value();
-    next_ = element(++next);
-    return element(found);
-  }
+std::optional<JSONElement> ObjectReader::find(std::string_view key) const {
   dom::element found;
   const auto error = handle<dom::object>(object_).at_key(key).get(found);
   if (error != simdjson::SUCCESS) return std::nullopt;
   return element(found);
+}
+
+void ObjectReader::findAll(std::span<const std::string_view> keys,
+                           std::optional<JSONElement>* found) const {
+  std::size_t expected = 0;  // the key behind the one found last
+  for (const auto& [key, value] : handle<dom::object>(object_)) {
+    for (std::size_t tried = 0; tried < keys.size(); ++tried) {
+      const std::size_t index = expected;
+      expected = expected + 1 == keys.size() ? 0 : expected + 1;
+      if (keys[index] != key) continue;
+      if (!found[index]) found[index] = element(value);
+      break;
+    }
+  }
 }
 
 ArrayReader::ArrayReader(JSONElement value, std::string_view key) {

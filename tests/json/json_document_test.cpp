@@ -1,7 +1,9 @@
 #include "tarnwell/json/json_document.h"
 
+#include <array>
 #include <limits>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -159,12 +161,43 @@ TEST(JSONInteger, refusesEverythingElse) {
 
 TEST(ObjectReader, findsMembersInAnyOrderAndTheFirstOfEqualKeys) {
   const JSONDocument document(R"({"a":1,"b":2,"a":3,"c":null})");
-  ObjectReader members(document.root(), "all");
+  const ObjectReader members(document.root(), "all");
   EXPECT_EQ(integerFrom(members.find("b").value(), "b"), 2);
   EXPECT_EQ(integerFrom(members.find("a").value(), "a"), 1);
   EXPECT_EQ(integerFrom(members.find("a").value(), "a"), 1);
   EXPECT_TRUE(members.find("c").value().isNull());
   EXPECT_FALSE(members.find("d"));
+}
+
+TEST(ObjectReader, findsSeveralMembersAtOnceInAnyOrderOfTheKeysAndOfTheMembers) {
+  constexpr std::array<std::string_view, 3> orders[] = {{"a", "b", "c"}, {"a", "c", "b"},
+                                                        {"b", "a", "c"}, {"b", "c", "a"},
+                                                        {"c", "a", "b"}, {"c", "b", "a"}};
+  const JSONDocument document(R"([{"a":1,"b":2,"c":3},{"c":3,"x":0,"b":2,"a":1,"y":0}])");
+  ArrayReader objects(document.root(), "all");
+  while (const auto object = objects.next()) {
+    for (const auto& keys : orders) {
+      const auto found = ObjectReader(*object, "object").findAll(keys);
+      for (std::size_t i = 0; i < keys.size(); ++i) {
+        EXPECT_EQ(integerFrom(found[i].value(), keys[i]), keys[i].front() - 'a' + 1);
+      }
+    }
+  }
+}
+
+TEST(ObjectReader, findsTheFirstOfEqualKeysAndNothingForAKeyThatIsNotThere) {
+  const JSONDocument document(R"({"b":1,"a":2,"b":3,"a":4,"B":5})");
+  const auto found =
+      ObjectReader(document.root(), "all").findAll(std::array<std::string_view, 3>{"a", "aa", "b"});
+  EXPECT_EQ(integerFrom(found[0].value(), "a"), 2);
+  EXPECT_FALSE(found[1]);
+  EXPECT_EQ(integerFrom(found[2].value(), "b"), 1);
+}
+
+TEST(ObjectReader, findsNothingInAnEmptyObject) {
+  const JSONDocument document("{}");
+  EXPECT_FALSE(
+      ObjectReader(document.root(), "all").findAll(std::array<std::string_view, 1>{""})[0]);
 }
 
 TEST(JSONElements, convertToTheirOwnTypeOnly) {
