@@ -4,11 +4,13 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 
 #include "tarnwell/agent/envelopes.h"
 #include "tarnwell/agent/failures.h"
 #include "tarnwell/blocking/focus_coordinator.h"
 #include "tarnwell/blocking/session_engine.h"
+#include "tarnwell/json/json_types.h"
 #include "tarnwell/json/json_value.h"
 #include "tarnwell/planning/recommendation_engine.h"
 #include "tarnwell/reminders/reminder_coordinator.h"
@@ -24,8 +26,8 @@ enum class ApprovalAuthority { untrustedAgent, trustedUserInterface };
 
 // The answer to a successful command.
 struct CommandResult {
-  TaskStoreSnapshot plan;            // as the command read it or left it
-  std::optional<JSONValue> value{};  // absent where the plan's revision is the whole answer
+  TaskStoreSnapshot plan;           // as the command read it or left it
+  std::optional<JSONText> value{};  // absent where the plan's revision is the whole answer
 };
 
 // Stateless. Holds its parts by reference; the owner outlives the service. Belongs to the thread of
@@ -52,8 +54,11 @@ class AgentCommandService {
   AgentResponseEnvelope execute(const AgentCommandEnvelope& envelope,
                                 Instant now = Instant::now()) const;
 
-  // Does the same for a caller that handles errors. Throws AgentServiceError for a refusal, and the
-  // errors of the engines.
+  // Does the same and returns the reply as text, without building a value for each member of it.
+  std::string reply(const AgentCommandEnvelope& envelope, Instant now) const;
+
+  // Carries out the command for a caller that handles errors. Throws AgentServiceError for a
+  // refusal, and the errors of the engines.
   CommandResult perform(const AgentCommandEnvelope& envelope, Instant now) const;
 
   static AgentResponseEnvelope success(std::optional<std::int64_t> revision,

@@ -20,7 +20,7 @@ CommandResult commands::getReview(const AgentCommandService::Parts& parts,
                                   const AgentCommandEnvelope& /*envelope*/, Instant now) {
   const auto snapshot = parts.store.snapshot();
   const auto review = RecommendationEngine::review(now, snapshot.state().tasks, parts.calendar);
-  return {.plan = snapshot, .value = jsonValue(review)};
+  return {.plan = snapshot, .value = replyText(review)};
 }
 
 CommandResult commands::generateProposals(const AgentCommandService::Parts& parts,
@@ -32,13 +32,13 @@ CommandResult commands::generateProposals(const AgentCommandService::Parts& part
       RecommendationEngine::review(now, state.tasks, parts.calendar), state.tasks,
       state.preferences.dailyCapacityMinutes);
   const auto after = parts.recommendations.save(proposals, revision, now);
-  return {.plan = after, .value = jsonValue(proposals)};
+  return {.plan = after, .value = replyText(proposals)};
 }
 
 CommandResult commands::listProposals(const AgentCommandService::Parts& parts,
                                       const AgentCommandEnvelope& /*envelope*/, Instant /*now*/) {
   const auto snapshot = parts.store.snapshot();
-  return {.plan = snapshot, .value = jsonValue(snapshot.state().proposals)};
+  return {.plan = snapshot, .value = replyText(snapshot.state().proposals)};
 }
 
 CommandResult commands::approveProposal(const AgentCommandService::Parts& parts,

@@ -37,7 +37,7 @@ void applyChanges(const JSONValue::Object& payload, FocusTask& task) {
 CommandResult commands::listTasks(const AgentCommandService::Parts& parts,
                                   const AgentCommandEnvelope& /*envelope*/, Instant /*now*/) {
   const auto snapshot = parts.store.snapshot();
-  return {.plan = snapshot, .value = jsonValue(snapshot.state().tasks)};
+  return {.plan = snapshot, .value = replyText(snapshot.state().tasks)};
 }
 
 CommandResult commands::createTask(const AgentCommandService::Parts& parts,
@@ -59,7 +59,7 @@ CommandResult commands::createTask(const AgentCommandService::Parts& parts,
                                  .now = now};
   const auto after =
       parts.store.transact(creation, [&](PersistedState& state) { state.tasks.push_back(task); });
-  return {.plan = after, .value = jsonValue(task)};
+  return {.plan = after, .value = replyText(task)};
 }
 
 CommandResult commands::updateTask(const AgentCommandService::Parts& parts,
@@ -78,7 +78,7 @@ CommandResult commands::updateTask(const AgentCommandService::Parts& parts,
     applyChanges(envelope.payload, *task);
     task->updatedAt = now;
   });
-  return {.plan = after, .value = jsonValue(*findTask(after.state().tasks, taskID))};
+  return {.plan = after, .value = replyText(*findTask(after.state().tasks, taskID))};
 }
 
 }  // namespace tarnwell

@@ -32,11 +32,10 @@ std::string readStandardInput() {
 
 // Writes the reply and ends the process without destroying anything: the system reclaims all memory
 // at once.
-[[noreturn]] void finish(const FileDescriptor& output, const AgentResponseEnvelope& reply,
-                         int status) {
-  const std::string text = encodeReply(reply) + '\n';
+[[noreturn]] void finish(const FileDescriptor& output, std::string reply, int status) {
+  reply += '\n';
   const int number = output.isOpen() ? output.number() : STDOUT_FILENO;
-  std::exit(writeAll(number, text) == 0 ? status : noCommandOrNoSetUp);
+  std::exit(writeAll(number, reply) == 0 ? status : noCommandOrNoSetUp);
 }
 
 // Throws when there is no command, the engines cannot be built or the reply cannot be encoded.
@@ -44,7 +43,7 @@ std::string readStandardInput() {
   const AgentCommandEnvelope envelope = decodeCommand(readStandardInput());
   Engines engines(DataDirectory::ofUser());
   const AgentCommandService service(engines.agentParts());
-  finish(output, service.execute(envelope, Instant::now()), commandWasAnswered);
+  finish(output, service.reply(envelope, Instant::now()), commandWasAnswered);
 }
 
 [[noreturn]] void run() {
@@ -57,7 +56,7 @@ std::string readStandardInput() {
     privateOutput = takeStandardOutput();
     answer(privateOutput);
   } catch (...) {
-    finish(privateOutput, AgentCommandService::failure(failures::invalidEnvelope()),
+    finish(privateOutput, encodeReply(AgentCommandService::failure(failures::invalidEnvelope())),
            noCommandOrNoSetUp);
   }
 }

@@ -1,13 +1,19 @@
-// The wrappers and containers that the JSON mapping knows.
+// The wrappers and containers that the JSON mapping knows, and values that are text already.
 #pragma once
 
 #include <map>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "tarnwell/base/required.h"
 
 namespace tarnwell {
+
+// One value as JSON text, which is written as it is.
+struct JSONText {
+  std::string text;
+};
 
 template <class T>
 inline constexpr bool isOptional = false;

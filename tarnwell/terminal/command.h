@@ -22,7 +22,7 @@
 
 #include "tarnwell/base/error.h"
 #include "tarnwell/json/json_convert.h"
-#include "tarnwell/json/json_value.h"
+#include "tarnwell/json/json_types.h"
 #include "tarnwell/terminal/arguments.h"
 #include "tarnwell/terminal/page.h"
 
@@ -33,7 +33,7 @@ class Host;
 // The answer of a command.
 struct Answer {
   Page page{};                       // to standard output
-  std::optional<JSONValue> json{};   // printed instead of the page, on request
+  std::optional<JSONText> json{};    // printed instead of the page, on request
   std::vector<std::string> notes{};  // further remarks, to standard error
   int status = 0;
 };
@@ -76,7 +76,7 @@ struct Command {
 // Answers with a record as JSON, in the form of the agent's replies.
 template <class View>
 Answer inJSON(const View& view) {
-  return {.json = jsonValue(view)};
+  return {.json = replyText(view)};
 }
 
 }  // namespace tarnwell::terminal

@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "tarnwell/base/printable_text.h"
-#include "tarnwell/json/json_encode.h"
 #include "tarnwell/platform/standard_streams.h"
 #include "tarnwell/terminal/commands.h"
 #include "tarnwell/terminal/completion.h"
@@ -32,8 +31,8 @@ int statusAfter(WriteResult result, const Console& console, int status) {
 int say(const Answer& answer, const Console& console) {
   for (const std::string& note : answer.notes) console.report({Line(note)});
   if (!answer.json) return statusAfter(console.print(answer.page), console, answer.status);
-  const std::string json = encodeJSON(*answer.json, JSONLayout::compact);
-  return statusAfter(console.printText(printableJSON(json) + "\n"), console, answer.status);
+  return statusAfter(console.printText(printableJSON(answer.json->text) + "\n"), console,
+                     answer.status);
 }
 
 // Throws Refusal where the user cannot be asked.

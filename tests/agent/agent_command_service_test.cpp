@@ -82,6 +82,29 @@ TEST_F(AgentCommandServiceTest, performingThrowsTheErrorBehindEachFailure) {
                                                                .payload = {{"title", "A"}}}));
 }
 
+TEST_F(AgentCommandServiceTest, repliesWithTheTextOfWhatItExecutes) {
+  FocusTask task = test::makeTask("Éclair \"quoted\"");
+  task.plannedDay = LocalDay{2025, 3, 4};
+  task.accumulatedFocusSeconds = 0.1;
+  localStore.save({.revision = 1'000'000, .tasks = {task, test::makeTask("B")}});
+  for (const std::string command :
+       {"tasks.list", "review.get", "proposals.list", "tasks.pause", "proposals.approve", "nope"}) {
+    const AgentCommandEnvelope envelope{.version = 1, .command = command, .expectedRevision = 1};
+    EXPECT_EQ(service.reply(envelope, now), encodeReply(service.execute(envelope, now))) << command;
+  }
+}
+
+TEST_F(AgentCommandServiceTest, repliesWithoutAResultWhereTheRevisionIsTheWholeAnswer) {
+  const FocusTask task = test::makeTask("A");
+  localStore.save({.revision = 5, .tasks = {task}});
+  EXPECT_EQ(service.reply({.version = 1,
+                           .command = "tasks.start",
+                           .expectedRevision = 5,
+                           .payload = {{"task_id", task.id.text()}}},
+                          now),
+            R"({"ok":true,"revision":6,"version":1})");
+}
+
 TEST_F(AgentCommandServiceTest, readsTheClockUnlessItIsGivenTheTime) {
   const Instant before = Instant::now();
   const auto reply = service.execute({.version = 1,
