@@ -47,7 +47,7 @@ std::optional<std::string> readFile(const fs::path& path) {
 std::string readFile(const OpenedFile& file, const fs::path& path) {
   if (file.identity.size > largestFile) throw FileError("read", path, EFBIG);
   std::string bytes;
-  constexpr std::size_t spare = 128;  // for the read that finds the end, and the parser's padding
+  constexpr std::size_t spare = 128;  // for the parser's padding
   bytes.reserve(static_cast<std::size_t>(file.identity.size) + spare);
   if (const int error = readToEnd(file.number(), bytes)) throw FileError("read", path, error);
   return bytes;

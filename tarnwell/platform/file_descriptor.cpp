@@ -1,6 +1,6 @@
 #include "tarnwell/platform/file_descriptor.h"
 
-#include <algorithm>
+#include <array>
 
 #include <poll.h>
 #include <unistd.h>
@@ -30,25 +30,15 @@ int FileDescriptor::close() noexcept {
 }
 
 int readToEnd(int descriptor, std::string& bytes) {
-  // Callers that know the size reserve a little more, so that finding the end allocates nothing.
-  constexpr std::size_t smallestRoom = 64;
-  constexpr std::size_t smallestBuffer = 4096;
-  std::size_t filled = bytes.size();
+  // A piece stays in the processor's cache. A string that grows to be read into would be zeroed
+  // first.
+  std::array<char, 65'536> piece;
   while (true) {
-    if (bytes.capacity() - filled < smallestRoom) {
-      bytes.reserve(std::max(2 * filled, smallestBuffer));
-    }
-    bytes.resize(bytes.capacity());
-    const ssize_t count = waitingFor(POLLIN, descriptor, [&] {
-      return ::read(descriptor, bytes.data() + filled, bytes.size() - filled);
-    });
-    if (count > 0) {
-      filled += static_cast<std::size_t>(count);
-      continue;
-    }
-    const int error = count == 0 ? 0 : errno;
-    bytes.resize(filled);
-    return error;
+    const ssize_t count = waitingFor(
+        POLLIN, descriptor, [&] { return ::read(descriptor, piece.data(), piece.size()); });
+    if (count == 0) return 0;
+    if (count < 0) return errno;
+    bytes.append(piece.data(), static_cast<std::size_t>(count));
   }
 }
 
