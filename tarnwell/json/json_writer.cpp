@@ -18,8 +18,15 @@ constexpr std::size_t longestEscape = 6;
 
 bool mustBeEscaped(char c) { return c == '"' || c == '\\' || static_cast<unsigned char>(c) < 0x20; }
 
-// Appears in JSON text as it is.
-bool isPlain(char c) { return static_cast<unsigned char>(c) < 0x80 && !mustBeEscaped(c); }
+// Whether the text appears in JSON as it is. Looks at every character, so that the compiler tests
+// many at a time.
+bool isPlain(std::string_view text) {
+  unsigned char found = 0;
+  for (const char c : text) {
+    found |= static_cast<unsigned char>(mustBeEscaped(c) || static_cast<unsigned char>(c) >= 0x80);
+  }
+  return found == 0;
+}
 
 char* put(char* at, std::string_view bytes) { return std::copy(bytes.begin(), bytes.end(), at); }
 
@@ -123,7 +130,7 @@ char* JSONWriter::newLine(char* at) const {
 }
 
 char* JSONWriter::putText(std::string_view text) {
-  if (std::all_of(text.begin(), text.end(), isPlain)) return putPlain(text);
+  if (isPlain(text)) return putPlain(text);
   if (!isValidUTF8(text)) throw JSONError::notEncodable();
   const auto escapes = std::count_if(text.begin(), text.end(), mustBeEscaped);
   char* at = beginValue(text.size() + static_cast<std::size_t>(escapes) * (longestEscape - 1));
