@@ -138,17 +138,13 @@ std::string isoText(Instant instant) {
   const std::int64_t year = utc.tm_year + std::int64_t{1900};
   std::string text;
   appendPadded(text, year, year < 0 ? 3 : 4);
-  text += '-';
-  appendPadded(text, utc.tm_mon + 1, 2);
-  text += '-';
-  appendPadded(text, utc.tm_mday, 2);
-  text += 'T';
-  appendPadded(text, utc.tm_hour, 2);
-  text += ':';
-  appendPadded(text, utc.tm_min, 2);
-  text += ':';
-  appendPadded(text, utc.tm_sec, 2);
-  text += 'Z';
+  text += "-00-00T00:00:00Z";
+  std::size_t at = text.size();
+  for (const int number : {utc.tm_sec, utc.tm_min, utc.tm_hour, utc.tm_mday, utc.tm_mon + 1}) {
+    at -= 3;  // two digits and the character after them
+    text[at] = static_cast<char>('0' + number / 10);
+    text[at + 1] = static_cast<char>('0' + number % 10);
+  }
   return text;
 }
 
