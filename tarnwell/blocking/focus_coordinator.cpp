@@ -45,26 +45,23 @@ TaskStoreSnapshot FocusCoordinator::start(FocusStart request) {
 TaskStoreSnapshot FocusCoordinator::pause(std::int64_t revision, Instant now) {
   return recordingFailure([&] {
     refuseDuringStrictSession(now);
-    taskSessions_.pause(revision, now);
-    blockSessions_.endIfFlexible(now);
-    return taskSessions_.snapshot();
+    const auto after = taskSessions_.pause(revision, now);
+    return blockSessions_.endIfFlexible(now) ? taskSessions_.snapshot() : after;
   });
 }
 
 TaskStoreSnapshot FocusCoordinator::skip(std::int64_t revision, Instant now) {
   return recordingFailure([&] {
     refuseDuringStrictSession(now);
-    taskSessions_.skip(revision, now);
-    blockSessions_.endIfFlexible(now);
-    return taskSessions_.snapshot();
+    const auto after = taskSessions_.skip(revision, now);
+    return blockSessions_.endIfFlexible(now) ? taskSessions_.snapshot() : after;
   });
 }
 
 TaskStoreSnapshot FocusCoordinator::complete(std::int64_t revision, Instant now) {
   return recordingFailure([&] {
-    taskSessions_.complete(revision, now);
-    blockSessions_.endIfFlexible(now);
-    return taskSessions_.snapshot();
+    const auto after = taskSessions_.complete(revision, now);
+    return blockSessions_.endIfFlexible(now) ? taskSessions_.snapshot() : after;
   });
 }
 

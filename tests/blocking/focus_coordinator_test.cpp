@@ -168,7 +168,7 @@ TEST_F(FocusCoordinatorTest, pausesATaskWithoutABlockingSession) {
   FocusStart plain = request();
   plain.blockingGroup.reset();
   coordinator.start(plain);
-  coordinator.pause(1, someInstant);
+  EXPECT_EQ(coordinator.pause(1, someInstant).state(), localStore.load());
   EXPECT_EQ(status(), TaskStatus::paused);
   EXPECT_TRUE(blocker.calls.empty());
 }
