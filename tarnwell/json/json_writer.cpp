@@ -69,9 +69,15 @@ void JSONWriter::integer(std::int64_t value) {
 
 void JSONWriter::number(double value) {
   if (!std::isfinite(value)) throw JSONError::notEncodable();
+  // Below this, the shortest form of an integral number is its digits, which are quicker to write.
+  // Takes -0 for 0.
+  constexpr double firstWithExponent = 100'000;
+  if (std::abs(value) < firstWithExponent) {
+    const auto integral = static_cast<std::int64_t>(value);
+    if (static_cast<double>(integral) == value) return integer(integral);
+  }
   char* const at = beginValue(longestNumber);
-  // Writes -0 as 0.
-  advanceTo(std::to_chars(at, at + longestNumber, value + 0.0).ptr);
+  advanceTo(std::to_chars(at, at + longestNumber, value).ptr);
 }
 
 void JSONWriter::string(std::string_view text) { advanceTo(putText(text)); }

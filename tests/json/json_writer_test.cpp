@@ -1,12 +1,15 @@
 #include "tarnwell/json/json_writer.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
+#include <charconv>
 #include <cmath>
 #include <limits>
 #include <numeric>
 #include <random>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -149,6 +152,15 @@ TEST(JSONWriter, writesIntegralDoublesWithoutAFraction) {
   EXPECT_EQ(written(0.0), "0");
   EXPECT_EQ(written(-3.0), "-3");
   EXPECT_EQ(written(0x1p53), "9007199254740992");
+}
+
+TEST(JSONWriter, writesIntegralDoublesInTheShortestFormToo) {
+  for (int number = -100'001; number <= 100'001; ++number) {
+    std::array<char, 32> text{};
+    const auto* const end =
+        std::to_chars(text.data(), text.data() + text.size(), static_cast<double>(number)).ptr;
+    ASSERT_EQ(written(static_cast<double>(number)), std::string_view(text.data(), end));
+  }
 }
 
 TEST(JSONWriter, writesNegativeZeroAsZero) { EXPECT_EQ(written(-0.0), "0"); }
