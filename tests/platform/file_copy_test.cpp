@@ -70,6 +70,15 @@ TEST_F(FileCopyTest, copiesToAPrivateFile) {
   expectOwnCopy(content);
 }
 
+TEST_F(FileCopyTest, copiesToAFileOfItsOwnersWhateverTheUmask) {
+  writeWithMode("content", 0644);
+  const auto source = openForReading(file);
+  const mode_t previous = ::umask(0777);
+  copyFile(source->descriptor, copy);
+  ::umask(previous);
+  expectOwnCopy("content");
+}
+
 TEST_F(FileCopyTest, copiesAnEmptyFile) {
   writeFile(file, "");
   copyFile(openForReading(file)->descriptor, copy);
@@ -140,6 +149,18 @@ TEST_F(FileCopyTest, copiesTheOpenFileWhenAnotherOneHasTakenItsPlace) {
   copyOf(*source);
   EXPECT_EQ(contentOf(copy), "opened");
   EXPECT_EQ(fs::hard_link_count(copy), 1U);
+}
+
+TEST_F(FileCopyTest, linksNoFileThatHasTakenTheNameOfTheOpenOne) {
+  writeWithMode("opened", 0600);
+  const auto source = openForReading(file);
+  fs::rename(file, folder / "moved");
+  writeWithMode("another", 0600);
+  copyOf(*source);
+  fs::remove(folder / "moved");
+  EXPECT_EQ(contentOf(copy), "opened");
+  EXPECT_EQ(fs::hard_link_count(copy), 1U);
+  EXPECT_EQ(fs::hard_link_count(file), 1U);
 }
 
 #ifdef __linux__
