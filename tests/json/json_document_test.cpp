@@ -121,8 +121,8 @@ TEST(JSONDocument, leavesLongFractionsAndExponentsBesideLongIntegersAlone) {
 }
 
 TEST(JSONDocument, leavesLongExponentsOfEitherCaseBesideLongIntegersAlone) {
-  for (const auto* zero :
-       {"0e99999999999999999999", "0E99999999999999999999", "1E-99999999999999999999"}) {
+  for (const auto* zero : {"0e99999999999999999999", "0E99999999999999999999",
+                           "0e+99999999999999999999", "1E-99999999999999999999"}) {
     EXPECT_EQ(read("[99999999999999999999," + std::string(zero) + "]"),
               JSONValue(JSONValue::Array{99999999999999999999.0, 0.0}))
         << zero;
