@@ -23,8 +23,22 @@ const resultSchemaNames = {
   'prompts/list': 'ListPromptsResultSchema',
   'prompts/get': 'GetPromptResultSchema',
 };
+const notificationSchemaNames = {
+  'notifications/resources/updated': 'ResourceUpdatedNotificationSchema',
+  'notifications/subscriptions/acknowledged': 'SubscriptionsAcknowledgedNotificationSchema',
+};
 
-// Checks each message of a transport, and each result by its method.
+// Checks a message of the server against the schema of its kind; a result by the method asked for.
+function checkMessage(message, method, schemasOfEra) {
+  schemasOfEra.JSONRPCMessageSchema.parse(message);
+  if (message.error !== undefined) return;
+  const isResult = message.result !== undefined;
+  const name = isResult ? resultSchemaNames[method] : notificationSchemaNames[message.method];
+  assert.ok(name, `no schema is known for ${method ?? message.method}`);
+  schemasOfEra[name].parse(isResult ? message.result : message);
+}
+
+// Checks what passes through a transport.
 function check(transport, schemasOfEra, messages) {
   const methods = new Map();
   const send = transport.send.bind(transport);
@@ -37,9 +51,13 @@ function check(transport, schemasOfEra, messages) {
     const deliver = transport.onmessage;
     transport.onmessage = (message, ...rest) => {
       messages.push(message);
-      schemasOfEra.JSONRPCMessageSchema.parse(message);
-      const name = resultSchemaNames[methods.get(message.id)];
-      if (message.result !== undefined && name) schemasOfEra[name].parse(message.result);
+      try {
+        checkMessage(message, methods.get(message.id), schemasOfEra);
+      } catch (error) {
+        // A client only reports errors of its transport, and would wait for the message.
+        console.error(message, error);
+        process.exit(1);
+      }
       deliver(message, ...rest);
     };
     return start();
