@@ -1,14 +1,19 @@
 #include "tarnwell/store/data_backup_manager.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <string_view>
 #include <system_error>
 
+#include "tarnwell/base/checked_arithmetic.h"
+#include "tarnwell/base/text.h"
 #include "tarnwell/json/json_document.h"
 #include "tarnwell/platform/atomic_file.h"
 #include "tarnwell/platform/file.h"
 #include "tarnwell/store/persisted_state_json.h"
+#include "tarnwell/store/state_copies.h"
 
 namespace tarnwell {
 
@@ -48,14 +53,68 @@ std::string dailyName(LocalDay day) {
   return {name.data(), static_cast<std::size_t>(length)};
 }
 
+// The day in the name of a daily backup; absent for any other name.
+std::optional<LocalDay> dayIn(const std::string& name) {
+  const std::string stem = fs::path(name).stem().string();
+  const auto pieces = split(stem, '-');
+  if (pieces.size() != 4) return std::nullopt;
+  const auto year = parseInteger(pieces[1]);
+  const auto month = parseInteger(pieces[2]);
+  const auto day = parseInteger(pieces[3]);
+  if (!year || !month || !day) return std::nullopt;
+  const LocalDay read{*year, *month, *day};
+  return dailyName(read) == name ? std::optional(read) : std::nullopt;
+}
+
+// The present document; absent where there is none that can be read. Throws for a newer version,
+// whose copies cannot be read either, so that nothing would tell the revisions that it has passed.
+std::optional<PersistedState> loadIfReadable(const LocalStore& localStore) {
+  if (!openForReading(localStore.url())) return std::nullopt;
+  try {
+    return localStore.load();
+  } catch (const LocalStoreError& error) {
+    if (error.which() == LocalStoreError::Case::unsupportedSchema) throw;
+    return std::nullopt;
+  }
+}
+
+// The revision of the present document or, without one, the highest that it may have had: each
+// change leaves a copy of the revision before it.
+std::int64_t latestRevision(const std::optional<PersistedState>& present,
+                            const LocalStore& localStore) {
+  return present ? present->revision : checkedAdd(highestRevisionInCopies(localStore), 1);
+}
+
 }  // namespace
 
 fs::path DataBackupManager::createDailyBackup(Instant now, const Calendar& calendar) const {
   const ValidDocument live = readValid(localStore_.url());
-  fs::path backup = dailyBackupDirectory_ / dailyName(calendar.day(now));
+  fs::path backup = dailyBackup(calendar.day(now));
   std::error_code unknown;
   if (!fs::exists(backup, unknown)) writeCopy(live.bytes, backup);
   return backup;
+}
+
+fs::path DataBackupManager::dailyBackup(LocalDay day) const {
+  return dailyBackupDirectory_ / dailyName(day);
+}
+
+std::vector<DailyBackup> DataBackupManager::dailyBackups() const {
+  std::vector<DailyBackup> backups;
+  std::error_code error;
+  fs::directory_iterator entry(dailyBackupDirectory_, error);
+  if (error == std::errc::no_such_file_or_directory) return backups;
+  for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
+    const auto day = dayIn(entry->path().filename().string());
+    std::error_code gone;
+    if (!day || entry->symlink_status(gone).type() != fs::file_type::regular) continue;
+    const std::uintmax_t bytes = entry->file_size(gone);
+    if (!gone) backups.push_back({entry->path(), *day, bytes});
+  }
+  if (error) throw FileError("read", dailyBackupDirectory_, error.value());
+  std::sort(backups.begin(), backups.end(),
+            [](const DailyBackup& a, const DailyBackup& b) { return b.day < a.day; });
+  return backups;
 }
 
 void DataBackupManager::exportBackup(const fs::path& destination) const {
@@ -66,6 +125,39 @@ PersistedState DataBackupManager::restoreBackup(const fs::path& source) const {
   PersistedState state = readValid(source).state;
   localStore_.save(state);
   return state;
+}
+
+PlanRestore DataBackupManager::decideRestore(const fs::path& source) const {
+  PersistedState backup = readValid(source).state;
+  const auto present = loadIfReadable(localStore_);
+  if (present && present->activeSession) throw DataBackupError::blockingSession();
+
+  PlanRestore restore{.source = source,
+                      .continuesHistory = present && isInHistory(backup, *present)};
+  if (present) restore.present = Plan::of(*present);
+  restore.returning =
+      ReturningPlan::of(Plan::of(backup), present ? present->tasks : std::vector<FocusTask>{});
+  restore.document.groups = std::move(backup.groups);
+  restore.document.auditEvents =
+      restore.continuesHistory ? present->auditEvents : std::move(backup.auditEvents);
+  restore.document.revision = std::max(backup.revision, latestRevision(present, localStore_));
+  return restore;
+}
+
+PersistedState DataBackupManager::commitRestore(const PlanRestore& restore, Instant now) const {
+  return localStore_.withExclusiveLock([&] {
+    PlanRestore again = decideRestore(restore.source);
+    if (again != restore) throw DataBackupError::planChanged();
+    PersistedState state = std::move(again.document);
+    std::move(again.returning.plan).moveInto(state);
+    state.revision = checkedAdd(state.revision, 1);
+    state.auditEvents.push_back(
+        {.timestamp = now,
+         .source = MutationSource::user,
+         .action = std::string(restore.continuesHistory ? restoreAction : importAction)});
+    localStore_.save(state);
+    return state;
+  });
 }
 
 }  // namespace tarnwell

@@ -4,7 +4,6 @@
 #include <chrono>
 #include <ctime>
 #include <set>
-#include <string_view>
 #include <system_error>
 #include <tuple>
 #include <utility>
@@ -49,12 +48,16 @@ std::optional<PersistedState> read(const StateCopy& copy) {
   }
 }
 
-// The event that made a revision; null when the trail does not reach back to it.
+// The event that made a revision; null when the trail does not reach back to it, or when the revision
+// came with another history.
 const TaskAuditEvent* eventOf(std::int64_t revision, const PersistedState& state) {
+  const auto& trail = state.auditEvents;
   const std::int64_t sinceThen = state.revision - revision;
-  const auto count = static_cast<std::int64_t>(state.auditEvents.size());
-  if (sinceThen < 0 || sinceThen >= count) return nullptr;
-  return &state.auditEvents[static_cast<std::size_t>(count - 1 - sinceThen)];
+  if (sinceThen < 0 || sinceThen >= static_cast<std::int64_t>(trail.size())) return nullptr;
+  const auto event = trail.end() - 1 - sinceThen;
+  const bool isOfAnotherHistory = std::any_of(
+      event, trail.end(), [](const auto& later) { return *later.action == importAction; });
+  return isOfAnotherHistory ? nullptr : &*event;
 }
 
 }  // namespace
@@ -107,6 +110,14 @@ std::vector<std::int64_t> revisionsInCopies(const LocalStore& localStore,
     if (state && isInHistory(*state, present)) revisions.insert(state->revision);
   }
   return {revisions.begin(), revisions.end()};
+}
+
+std::int64_t highestRevisionInCopies(const LocalStore& localStore) {
+  std::int64_t highest = 0;
+  for (const StateCopy& copy : stateCopies(localStore)) {
+    if (const auto state = read(copy)) highest = std::max(highest, state->revision);
+  }
+  return highest;
 }
 
 std::string undoAction(std::int64_t revision) {

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tarnwell/store/local_store.h"
@@ -41,12 +42,22 @@ std::optional<PersistedState> stateAt(std::int64_t revision, const LocalStore& l
 std::vector<std::int64_t> revisionsInCopies(const LocalStore& localStore,
                                             const PersistedState& present);
 
+// Returns the highest revision that a copy of whatever history holds; 0 where none can be read.
+// Throws FileError when the folder cannot be read.
+std::int64_t highestRevisionInCopies(const LocalStore& localStore);
+
+// The audit actions of restoring a backup as a new revision: of an earlier state of the present
+// plan, and of another history, whose events then stand before this one. Their revisions are not
+// those of the new document.
+inline constexpr std::string_view restoreAction = "plan.restore";
+inline constexpr std::string_view importAction = "plan.import";
+
 // The audit action of taking back changes: "plan.undo:N" makes the plan of revision N present.
 std::string undoAction(std::int64_t revision);
 
 // Returns the revision before the newest change of the present plan. Where the newest change is an
-// undo, that is the change before the revision to which it went back. Absent when no change is left
-// or the trail does not reach back to it.
+// undo, that is the change before the revision to which it went back. Absent when no change is
+// left, or the trail does not reach back to it, or it brought another history.
 std::optional<std::int64_t> revisionBeforeNewestChange(const PersistedState& present);
 
 // Returns the copies, in their order, that may be deleted. Keeps the newest of all, every copy of

@@ -17,6 +17,7 @@
 #include "tarnwell/platform/child_process.h"
 #include "tarnwell/platform/file.h"
 #include "tarnwell/platform/find_program.h"
+#include "tarnwell/store/data_backup_manager.h"
 #include "tarnwell/store/plan_watcher.h"
 #include "tarnwell/watch/desktop_notifications.h"
 #include "tarnwell/watch/end_signals.h"
@@ -117,7 +118,7 @@ void runUntilSignal(const DataDirectory& directory, const WatchOptions& options,
   HostsBlockingEngine hosts(directory.hostsBackups(), *administrator);
   WatchMemory memory(memoryFile(directory));
   Resident resident({.dataFile = directory.dataFile(),
-                     .dailyBackups = directory.path / "Daily Backups",
+                     .dailyBackups = DataBackupManager::folderBeside(directory.dataFile()),
                      .hosts = hosts,
                      .notifications = *notifications,
                      .jobs = jobs,

@@ -129,6 +129,34 @@ TEST_F(DataBackupManagerTest, refusesAFileThatIsMissing) {
   EXPECT_EQ(test::entryCount(folder.path()), 0U);
 }
 
+TEST_F(DataBackupManagerTest, listsTheDailyBackupsNewestFirst) {
+  EXPECT_THAT(manager.dailyBackups(), testing::IsEmpty());
+  save(1);
+  const fs::path older = backUp();
+  const fs::path newer = backUp(someInstant + 24h);
+  const std::uintmax_t bytes = fs::file_size(older);
+  EXPECT_THAT(manager.dailyBackups(),
+              testing::ElementsAre(DailyBackup{newer, {2025, 3, 5}, bytes},
+                                   DailyBackup{older, {2025, 3, 4}, bytes}));
+  EXPECT_EQ(manager.dailyBackup({2025, 3, 4}), older);
+}
+
+TEST_F(DataBackupManagerTest, listsOnlyRegularFilesOfTheirName) {
+  for (const auto* name : {"Tarnwell-2025-3-04.json", "Tarnwell-2025-03-04.json.old", "notes.txt",
+                           "tarnwell-2025-03-04.json", ".Tarnwell-2025-03-04.json.1",
+                           "Tarnwell-2025-03-04", "Tarnwell-2025-03.json"}) {
+    writeFile(backups / name, "");
+  }
+  fs::create_directory(backups / "Tarnwell-2025-03-05.json");
+  fs::create_symlink("notes.txt", backups / "Tarnwell-2025-03-06.json");
+  EXPECT_THAT(manager.dailyBackups(), testing::IsEmpty());
+}
+
+TEST_F(DataBackupManagerTest, saysWhereTheFolderOfTheBackupsCannotBeRead) {
+  writeFile(backups, "a file where the folder should be");
+  EXPECT_THROW(manager.dailyBackups(), FileError);
+}
+
 TEST(DataBackupError, saysWhichVersionCannotBeRestored) {
   EXPECT_EQ(DataBackupError::legacySchema(1).description(),
             "This backup uses legacy schema 1 and cannot safely restore task history.");

@@ -118,6 +118,17 @@ TEST_F(StateCopiesTest, thatCannotBeReadAreLeftAside) {
   EXPECT_THAT(revisionsInCopies(localStore, present), ElementsAre(1));
 }
 
+TEST_F(StateCopiesTest, haveAHighestRevisionOfWhateverHistory) {
+  EXPECT_EQ(highestRevisionInCopies(localStore), 0);
+  commit("One");
+  commit("Two");
+  commit("Three");
+  fs::remove(localStore.url());
+  commit("Another one");
+  writeFile(copyNamed("state-11111111-1111-4111-8111-111111111111.json"), "{");
+  EXPECT_EQ(highestRevisionInCopies(localStore), 2);
+}
+
 TEST_F(StateCopiesTest, givesTheNewestOfTwoPlansAtOneRevision) {
   commit("One");
   localStore.updateAtomically([](PersistedState& state) { state.groups.clear(); });
@@ -171,6 +182,29 @@ TEST(RevisionBeforeNewestChange, isAbsentWhereTheTrailIsShorterThanTheRevision) 
 TEST(RevisionBeforeNewestChange, isAbsentAfterAnUndoOfNothingThatCanBe) {
   EXPECT_EQ(revisionBeforeNewestChange(planOf({"task.create", "plan.undo:2"})), std::nullopt);
   EXPECT_EQ(revisionBeforeNewestChange(planOf({"task.create", "plan.undo:x"})), std::nullopt);
+}
+
+TEST(RevisionBeforeNewestChange, isThePresentOneBeforeARestoreOfAnEarlierState) {
+  const std::string create = "task.create";
+  const std::string restore(restoreAction);
+  EXPECT_EQ(revisionBeforeNewestChange(planOf({create, create, restore})), 2);
+  EXPECT_EQ(revisionBeforeNewestChange(planOf({create, undoAction(0), restore, undoAction(2)})),
+            std::nullopt);
+}
+
+TEST(RevisionBeforeNewestChange, isAbsentBehindAnotherHistory) {
+  const std::string create = "task.create";
+  PersistedState plan = planOf({create, create, create, std::string(importAction)});
+  plan.revision = 6;  // the plan that was replaced had revision 5
+  EXPECT_EQ(revisionBeforeNewestChange(plan), std::nullopt);
+
+  plan.auditEvents.push_back({.source = MutationSource::user, .action = create});
+  plan.revision = 7;
+  EXPECT_EQ(revisionBeforeNewestChange(plan), 6);
+
+  plan.auditEvents.push_back({.source = MutationSource::user, .action = undoAction(3)});
+  plan.revision = 8;
+  EXPECT_EQ(revisionBeforeNewestChange(plan), std::nullopt);
 }
 
 class ExpendableCopies : public testing::Test {
