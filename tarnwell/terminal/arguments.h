@@ -52,6 +52,7 @@ inline constexpr Parameter taskParameter =
     required("TASK", "its number of today, letters of its identifier, or words of its title");
 inline constexpr Parameter jsonFlag = flag("--json", "print JSON instead of a table");
 inline constexpr Parameter yesFlag = flag("--yes", "answer the question with yes");
+inline constexpr Parameter dryRunFlag = flag("--dry-run", "show what would change, and stop");
 
 // An invalid command line: exit status 2.
 class UsageError : public Error {

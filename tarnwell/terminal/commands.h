@@ -19,6 +19,7 @@ extern const Command proposals, propose, approve, dismiss;
 extern const Command block, blockStart, blockEnd, blockRepair;
 extern const Command groups, groupAdd, groupRemove, groupRename, groupEnable, groupDisable;
 extern const Command groupBlock, groupAllow;
+extern const Command undo, backup, backupList, backupExport, backupRestore;
 extern const Command watch;
 
 }  // namespace commands

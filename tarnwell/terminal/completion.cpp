@@ -6,6 +6,7 @@
 
 #include "tarnwell/base/enum_texts.h"
 #include "tarnwell/base/printable_text.h"
+#include "tarnwell/store/data_backup_manager.h"
 #include "tarnwell/terminal/commands.h"
 #include "tarnwell/terminal/days.h"
 #include "tarnwell/terminal/naming.h"
@@ -110,10 +111,19 @@ Completions daysAhead(const Host& host) {
   return days;
 }
 
+Completions backupDays(const Host& host) {
+  const std::filesystem::path dataFile = host.directory.dataFile();
+  const DataBackupManager manager(LocalStore(dataFile), DataBackupManager::folderBeside(dataFile));
+  Completions days;
+  for (const DailyBackup& backup : manager.dailyBackups()) days.push_back({dayText(backup.day)});
+  return days;
+}
+
 // Returns the completions of a value, by its word in the help.
 Completions valuesOf(std::string_view value, const Command& command, Host& host) {
   if (value == "TASK") return taskNames(host, command.name != commands::reopen.name);
   if (value == "DAY") return daysAhead(host);
+  if (value == "FILE|DAY") return backupDays(host);
   if (value == "GROUP" || value == "NAME") return groupNames(host);
   if (value == "N") return proposalNumbers(host);
   if (value == "PRIORITY") return textsOf<TaskPriority>();

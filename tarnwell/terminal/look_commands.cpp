@@ -9,12 +9,11 @@
 #include "tarnwell/terminal/day_view.h"
 #include "tarnwell/terminal/days.h"
 #include "tarnwell/terminal/naming.h"
+#include "tarnwell/terminal/task_details.h"
 #include "tarnwell/time/iso_text.h"
 
 namespace tarnwell::terminal {
 namespace {
-
-constexpr double secondsPerMinute = 60;
 
 WeeklyReview reviewOfThisWeek(Host& host, const PersistedState& state) {
   return RecommendationEngine::review(host.now, state.tasks, host.calendar);
@@ -186,44 +185,12 @@ Outcome listTasks(Host& host, const Arguments& arguments) {
   return Answer{.page = pageOf(tasks)};
 }
 
-std::string reminderText(const FocusTask& task) {
-  if (!task.reminder || !task.reminder->isEnabled) return {};
-  return std::string("at the start") +
-         (task.reminder->remindTenMinutesBefore ? ", 10 minutes before" : "") +
-         (task.reminder->remindWhenOverdue ? ", when overdue" : "");
-}
-
-std::string groupText(const FocusTask& task, Host& host) {
-  if (!task.blockingGroupID) return {};
-  const auto group = host.engines().blockSessions.group(*task.blockingGroupID);
-  if (!group) return "a group that no longer exists";
-  return group->name + (group->isEnabled ? "" : " (disabled: nothing is blocked)");
-}
-
 Page pageOf(const FocusTask& task, Host& host) {
   Table table{.columns = {{}, {}}, .rows = {}};
-  const auto add = [&](const char* name, std::string value) {
-    if (!value.empty()) table.rows.push_back({{name, Style::dim}, {std::move(value)}});
-  };
-  const auto addInstant = [&](const char* name, const std::optional<Instant>& instant) {
-    if (instant) add(name, dayAndTimeText(*instant, host.calendar));
-  };
-  add("id", task.id.text());
-  add("state", std::string(textOf(task.status)));
-  add("day", task.plannedDay ? longDayText(*task.plannedDay, host.today()) : "none");
-  addInstant("start", task.scheduledStart);
-  if (task.estimatedMinutes) add("estimate", minutesOf(*task.estimatedMinutes));
-  add("priority", std::string(textOf(task.priority)));
-  add("reminder", reminderText(task));
-  add("blocks", groupText(task, host));
-  add("focused", minutesText(focusSeconds(task, host.now) / secondsPerMinute));
-  if (task.skipCount > 0) add("skipped", std::to_string(task.skipCount) + " times");
-  addInstant("last skipped", task.lastSkippedAt);
-  addInstant("created", task.createdAt);
-  addInstant("changed", task.updatedAt);
-  addInstant("started", task.startedAt);
-  addInstant("completed", task.completedAt);
-
+  for (auto& [name, value] : detailsOf(task, host)) {
+    if (value.empty()) continue;
+    table.rows.push_back({{std::string(name), Style::dim}, {std::move(value)}});
+  }
   Page page{Line(task.title, Style::heading), std::move(table)};
   if (task.notes.empty()) return page;
   page.emplace_back(Line(""));

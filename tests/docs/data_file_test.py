@@ -1,4 +1,5 @@
-"""data_file_test.py TOOL DOCUMENT: checks the statements about the data file against the tool."""
+"""data_file_test.py TOOL PROGRAM DOCUMENT: checks the statements about the data file against the agents'
+tool and the user's program."""
 import json
 import os
 import re
@@ -10,7 +11,7 @@ import unittest
 from pathlib import Path
 from typing import Any
 
-TOOL, TEXT = sys.argv.pop(1), Path(sys.argv.pop(1)).read_text()
+TOOL, PROGRAM, TEXT = sys.argv.pop(1), sys.argv.pop(1), Path(sys.argv.pop(1)).read_text()
 
 
 class DataFile(unittest.TestCase):
@@ -48,20 +49,27 @@ class DataFile(unittest.TestCase):
         self.assertEqual(len(rows), 4)
 
     def test_after_going_back_a_stale_change_is_refused(self) -> None:
-        for revision, title in enumerate(("First", "Second", "Third")):
-            self.create(revision, title)
-        copies = {json.loads(path.read_text())["revision"]: path
-                  for path in (self.folder / "State Backups").iterdir()}
-        script, = re.findall(r"## Going back to a copy\n.*?```sh\n(.*?)```", TEXT, re.S)
-        script = script.replace("state-UUID.json", copies[1].name)
-        subprocess.run(["sh", "-euc", script], cwd=self.folder, check=True, capture_output=True)
+        for damage in ("none", "cut off", "gone"):
+            with self.subTest(damage=damage):
+                self.setUp()
+                for revision, title in enumerate(("First", "Second", "Third")):
+                    self.create(revision, title)
+                if damage == "cut off":
+                    self.file.write_text("{")
+                if damage == "gone":
+                    self.file.unlink()
+                script, = re.findall(r"## Going back\n.*?```sh\n(.*?)```", TEXT, re.S)
+                script = script.replace("tarnwell backup restore", '"$1" backup restore --yes')
+                subprocess.run(["sh", "-euc", script, "sh", PROGRAM], env=self.environment, check=True,
+                               capture_output=True)
 
-        listed = self.ask("tasks.list")
-        self.assertEqual(([each["title"] for each in listed["result"]], listed["revision"]), (["First"], 4))
-        self.assertEqual(stat.S_IMODE(self.file.stat().st_mode), 0o600)
-        for seen in range(4):
-            self.assertEqual(self.create(seen, "Stale")["error"]["code"], "revision_conflict")
-        self.assertTrue(self.create(4, "Fourth")["ok"])
+                listed = self.ask("tasks.list")
+                self.assertEqual([each["title"] for each in listed["result"]], ["First", "Second"])
+                self.assertEqual(stat.S_IMODE(self.file.stat().st_mode), 0o600)
+                for seen in range(listed["revision"]):
+                    self.assertEqual(self.create(seen, "Stale")["error"]["code"], "revision_conflict")
+                self.assertEqual(listed["revision"], 4)
+                self.assertTrue(self.create(listed["revision"], "Fourth")["ok"])
 
     def test_the_revision_counts_the_events(self) -> None:
         for revision in range(2):
