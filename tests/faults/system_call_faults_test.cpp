@@ -2,10 +2,8 @@
 // that it may give, once and for good, comes up short, or is the last one before the process is
 // killed. Each time the document is whole, the reply agrees with it, and the next command works.
 #include <array>
-#include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <cstring>
 #include <deque>
 #include <filesystem>
 #include <memory>
@@ -14,13 +12,12 @@
 #include <tuple>
 #include <vector>
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tarnwell/json/json_decode.h"
 #include "tarnwell/store/local_store.h"
 
-#include "tests/faults/traced_tool.h"
+#include "tests/faults/fault_sweep.h"
 #include "tests/support/scoped_environment.h"
 #include "tests/support/tool.h"
 
@@ -30,10 +27,10 @@ namespace {
 namespace fs = std::filesystem;
 
 using test::contentOf;
+using test::Failing;
 using test::Fault;
 using test::Tool;
 using test::TracedRun;
-using testing::IsEmpty;
 
 enum class Situation {
   changeOfAPlan,
@@ -43,7 +40,6 @@ enum class Situation {
   firstChange,
   list
 };
-enum class Failing { once, forGood, halved, killed };
 
 std::string createCommand(std::int64_t revision, std::string_view title) {
   return R"({"version":1,"command":"tasks.create","expectedRevision":)" + std::to_string(revision) +
@@ -74,43 +70,14 @@ class SystemCallFaults : public testing::TestWithParam<std::tuple<Situation, Fai
     document_ = contentOf(tool.dataFile());
   }
 
-  void sweep(Fault::Kind kind, bool isLasting) {
-    const TracedRun undisturbed = run(std::nullopt);
-    ASSERT_GT(undisturbed.calls.size(), 10U);
-    ASSERT_THAT(undisturbed.unknownCalls, IsEmpty());  // or they would be left out
-    output_ = undisturbed.result.output;
-    for (Fault fault{.kind = kind, .isLasting = isLasting}; fault.call < undisturbed.calls.size();
-         ++fault.call) {
-      const auto& call = undisturbed.calls[fault.call];
-      SCOPED_TRACE("call " + std::to_string(fault.call) + ": " + call.name + " " + call.path);
-      for (const int error : errorsFor(fault, call.name)) {
-        SCOPED_TRACE(error == 0 ? "" : strerrorname_np(error));
-        fault.error = error;
-        const TracedRun disturbed = run(fault);
-        if (isRepeatable()) {
-          EXPECT_EQ(disturbed.calls.at(fault.call).name, call.name);
-        }
-        ++cases_;
-        if (HasFailure()) return;  // one is enough to look at
-      }
-    }
+  // Returns the number of cases.
+  int sweep() {
+    return test::FaultSweep{.run = [this](const std::optional<Fault>& fault) { return run(fault); },
+                            .isRepeatable = isRepeatable()}
+        .cases(std::get<Failing>(GetParam()));
   }
-
-  int cases() const { return cases_; }
-
-  Failing failing() const { return std::get<Failing>(GetParam()); }
 
  private:
-  static std::vector<int> errorsFor(const Fault& fault, std::string_view call) {
-    if (fault.kind == Fault::Kind::kill) return {0};
-    if (fault.kind == Fault::Kind::shortCount) {
-      return call == "read" || call == "write" ? std::vector{0} : std::vector<int>{};
-    }
-    auto errors = test::errorsOf(call);
-    if (fault.isLasting) std::erase(errors, EINTR);  // what is interrupted for ever never ends
-    return errors;
-  }
-
   // A plan that was written this moment is read again until the clock has moved on: that depends on
   // how fast the machine is.
   bool isRepeatable() const { return situation_ != Situation::changeOfANewPlan; }
@@ -157,6 +124,7 @@ class SystemCallFaults : public testing::TestWithParam<std::tuple<Situation, Fai
     const auto tool = nextHome();
     const std::string text = command();
     TracedRun run = test::runTraced(tool->process(text), fault);
+    if (!fault) output_ = run.result.output;
     checkReply(run, fault, *tool);
     checkFiles(run, *tool);
     checkNextCommand(*tool);
@@ -237,35 +205,20 @@ class SystemCallFaults : public testing::TestWithParam<std::tuple<Situation, Fai
   std::string document_;
   std::string output_;  // of the command when nothing fails
   std::deque<std::unique_ptr<Tool>> homes_;
-  int cases_ = 0;
 };
 
 TEST_P(SystemCallFaults, leaveAWholeDocumentThatTheReplyAgreesWith) {
-  switch (failing()) {
-    case Failing::once:
-      sweep(Fault::Kind::error, false);
-      break;
-    case Failing::forGood:
-      sweep(Fault::Kind::error, true);
-      break;
-    case Failing::halved:
-      sweep(Fault::Kind::shortCount, false);
-      sweep(Fault::Kind::shortCount, true);
-      break;
-    case Failing::killed:
-      sweep(Fault::Kind::kill, false);
-  }
-  RecordProperty("cases", cases());
-  std::printf("%d cases\n", cases());
+  const int cases = sweep();
+  RecordProperty("cases", cases);
+  std::printf("%d cases\n", cases);
 }
 
 std::string nameOf(const testing::TestParamInfo<SystemCallFaults::ParamType>& each) {
   constexpr std::array situations = {"changeOfAPlan",      "changeOfASharedPlan",
                                      "changeThroughALink", "changeOfANewPlan",
                                      "firstChange",        "list"};
-  constexpr std::array failings = {"failingOnce", "failingForGood", "comingUpShort", "killed"};
   return std::string(situations.at(static_cast<std::size_t>(std::get<0>(each.param)))) + "_" +
-         failings.at(static_cast<std::size_t>(std::get<1>(each.param)));
+         test::nameOf(std::get<1>(each.param));
 }
 
 constexpr std::array allSituations = {Situation::changeOfAPlan,      Situation::changeOfASharedPlan,

@@ -83,6 +83,7 @@ const std::map<std::uint64_t, Description>& descriptions() {
       {SYS_clone, {.name = "spawn"}},
       {SYS_clone3, {.name = "spawn"}},
       {SYS_vfork, {.name = "spawn"}},
+      {SYS_getdents64, {.name = "list", .descriptorArgument = 0, .errors = {EIO, ENOENT}}},
       {SYS_readlink, {.name = "readlink", .pathArgument = 0, .errors = {EACCES, EIO, ENOMEM}}},
   };
   return all;

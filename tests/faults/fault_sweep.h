@@ -1,0 +1,29 @@
+// Runs a command once for each fault of each of its system calls.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "tests/faults/traced_tool.h"
+
+namespace tarnwell::test {
+
+enum class Failing { once, forGood, halved, killed };
+
+// The end of the name of a test, such as "failingOnce".
+std::string nameOf(Failing failing);
+
+struct FaultSweep {
+  // Runs the command in a fresh home and checks what it leaves; without a fault first.
+  std::function<TracedRun(const std::optional<Fault>& fault)> run;
+  bool isRepeatable = true;  // whether each run makes the same calls up to the fault
+
+  // Returns the number of cases. Stops at the first that fails.
+  int cases(Failing failing) const;
+
+ private:
+  int sweep(Fault fault) const;
+};
+
+}  // namespace tarnwell::test
