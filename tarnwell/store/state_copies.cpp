@@ -48,8 +48,8 @@ std::optional<PersistedState> read(const StateCopy& copy) {
   }
 }
 
-// The event that made a revision; null when the trail does not reach back to it, or when the revision
-// came with another history.
+// The event that made a revision; null when the trail does not reach back to it, or when the
+// revision came with another history.
 const TaskAuditEvent* eventOf(std::int64_t revision, const PersistedState& state) {
   const auto& trail = state.auditEvents;
   const std::int64_t sinceThen = state.revision - revision;
