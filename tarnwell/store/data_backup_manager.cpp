@@ -53,7 +53,7 @@ std::string dailyName(LocalDay day) {
   return {name.data(), static_cast<std::size_t>(length)};
 }
 
-// The day in the name of a daily backup; absent for any other name.
+// Returns the day in the name of a daily backup; absent for any other name.
 std::optional<LocalDay> dayIn(const std::string& name) {
   const std::string stem = fs::path(name).stem().string();
   const auto pieces = split(stem, '-');
@@ -66,8 +66,8 @@ std::optional<LocalDay> dayIn(const std::string& name) {
   return dailyName(read) == name ? std::optional(read) : std::nullopt;
 }
 
-// The present document; absent where there is none that can be read. Throws for a newer version,
-// whose copies cannot be read either, so that nothing would tell the revisions that it has passed.
+// Returns the present document; absent if it is gone or unreadable. Throws for a newer version,
+// whose copies are unreadable too, so that nothing would tell the revisions that it has passed.
 std::optional<PersistedState> loadIfReadable(const LocalStore& localStore) {
   if (!openForReading(localStore.url())) return std::nullopt;
   try {
@@ -78,7 +78,7 @@ std::optional<PersistedState> loadIfReadable(const LocalStore& localStore) {
   }
 }
 
-// The revision of the present document or, without one, the highest that it may have had: each
+// Returns the present revision or, without a document, the highest that it may have had: each
 // change leaves a copy of the revision before it.
 std::int64_t latestRevision(const std::optional<PersistedState>& present,
                             const LocalStore& localStore) {

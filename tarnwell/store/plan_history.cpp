@@ -24,8 +24,8 @@ void pauseWithoutCounting(FocusTask& task) {
   task.activeSegmentStartedAt.reset();
 }
 
-// A session stores no task. It belongs to one with its group that is worked on, or was when the
-// session may have started.
+// Returns whether a session belongs to a task. A session does not store its task: it is one that is
+// active and blocks the session's group.
 bool isBlockedBy(const BlockSession& session, const FocusTask& task) {
   return task.status == TaskStatus::active && task.blockingGroupID == session.group.id;
 }

@@ -1,14 +1,12 @@
 // Backups of the plan: one for each day, export, and restore.
-#include <cerrno>
 #include <filesystem>
 #include <system_error>
 
-#include "tarnwell/platform/file_error.h"
 #include "tarnwell/store/data_backup_manager.h"
 #include "tarnwell/terminal/commands.h"
 #include "tarnwell/terminal/days.h"
-#include "tarnwell/terminal/naming.h"
 #include "tarnwell/terminal/plan_difference.h"
+#include "tarnwell/time/iso_text.h"
 
 namespace tarnwell::terminal {
 namespace {
@@ -46,7 +44,7 @@ Outcome backUp(Host& host, const Arguments& arguments) {
                 backup.string());
 }
 
-// A backup as the list shows it.
+// A daily backup in the list.
 struct BackupView {
   LocalDay day;
   std::string file;  // its name
@@ -72,7 +70,7 @@ Outcome listBackups(Host& host, const Arguments& arguments) {
               .rows = {}};
   for (const BackupView& view : views) {
     table.rows.push_back(
-        {{dayText(view.day)}, {std::to_string(view.bytes), Style::dim}, {view.file}});
+        {{isoText(view.day)}, {std::to_string(view.bytes), Style::dim}, {view.file}});
   }
   return Answer{.page = {std::move(table)}};
 }
@@ -88,19 +86,26 @@ Outcome exportBackup(Host& host, const Arguments& arguments) {
   return saying("Exported the plan: " + destination.string());
 }
 
-// A day stands for its backup, everything else for a file. Throws Refusal.
-fs::path namedBackup(Host& host, const Arguments& arguments) {
+// A backup that the user names.
+struct NamedBackup {
+  fs::path path;
+  std::string name;
+};
+
+// Finds the backup of a day, or else takes the name for a file. Throws Refusal.
+NamedBackup namedBackup(Host& host, const Arguments& arguments) {
   const std::string& name = arguments.text(backupParameter.name);
   std::optional<LocalDay> day;
   try {
     day = readDay(name, host.today(), host.calendar);
   } catch (const UsageError&) {
-    return name;
+    return {name, name};
   }
-  const fs::path backup = managerOf(host, arguments).dailyBackup(*day);
+  NamedBackup backup{managerOf(host, arguments).dailyBackup(*day),
+                     "the backup of " + isoText(*day)};
   std::error_code unknown;
-  if (!fs::exists(backup, unknown)) {
-    throw Refusal("There is no backup of " + dayText(*day) + ".",
+  if (!fs::exists(backup.path, unknown)) {
+    throw Refusal("There is no backup of " + isoText(*day) + ".",
                   {Line(R"("tarnwell backup list" shows the days that have one.)", Style::dim)});
   }
   return backup;
@@ -117,7 +122,7 @@ PlanRestore decide(const DataBackupManager& manager, const fs::path& source) {
   }
 }
 
-Page pageOf(const PlanRestore& restore, Host& host) {
+Page pageOf(const PlanRestore& restore, const std::string& name, Host& host) {
   Page page;
   if (restore.present) {
     page = returningPage(*restore.present, restore.returning, host);
@@ -125,7 +130,7 @@ Page pageOf(const PlanRestore& restore, Host& host) {
     page.emplace_back(
         Line("There is no present plan that can be read. A damaged one is kept as a copy."));
   }
-  page.insert(page.begin(), Line("Back to the plan of " + restore.source.string() + ":"));
+  page.insert(page.begin(), Line("Back to the plan of " + name + ":"));
   page.emplace_back(Line("Groups become those of the backup.", Style::dim));
   if (!restore.continuesHistory) {
     page.emplace_back(Line(
@@ -136,24 +141,27 @@ Page pageOf(const PlanRestore& restore, Host& host) {
   return page;
 }
 
-Answer commit(Host& host, const DataBackupManager& manager, const PlanRestore& restore) {
+Answer commit(Host& host, const DataBackupManager& manager, const PlanRestore& restore,
+              const std::string& name) {
   try {
     const PersistedState after = manager.commitRestore(restore, host.now);
-    return saying("Restored " + restore.source.string() + " as revision " +
-                  std::to_string(after.revision) + ".");
+    return saying("Restored " + name + " as revision " + std::to_string(after.revision) + ".");
   } catch (const DataBackupError& error) {
     if (error.which() != DataBackupCase::planChanged) throw;
     throw Refusal(std::string(error.description()) + " It would be this now:",
-                  pageOf(decide(manager, restore.source), host));
+                  pageOf(decide(manager, restore.source), name, host));
   }
 }
 
 Outcome restoreBackup(Host& host, const Arguments& arguments) {
   const DataBackupManager manager = managerOf(host, arguments);
-  const PlanRestore restore = decide(manager, namedBackup(host, arguments));
-  return Question{.shown = pageOf(restore, host),
+  const NamedBackup backup = namedBackup(host, arguments);
+  const PlanRestore restore = decide(manager, backup.path);
+  return Question{.shown = pageOf(restore, backup.name, host),
                   .text = "Restore it",
-                  .whenYes = [&host, manager, restore] { return commit(host, manager, restore); }};
+                  .whenYes = [&host, manager, restore, backup] {
+                    return commit(host, manager, restore, backup.name);
+                  }};
 }
 
 constexpr std::array backupParameters = {folderOption};

@@ -20,8 +20,8 @@ constexpr std::array deciding =
 constexpr std::array blocking = std::to_array<const Command*>(
     {&block, &blockStart, &blockEnd, &blockRepair, &groups, &groupAdd, &groupRemove, &groupRename,
      &groupEnable, &groupDisable, &groupBlock, &groupAllow});
-constexpr std::array goingBack = std::to_array<const Command*>(
-    {&undo, &backup, &backupList, &backupExport, &backupRestore});
+constexpr std::array goingBack =
+    std::to_array<const Command*>({&undo, &backup, &backupList, &backupExport, &backupRestore});
 constexpr std::array staying = std::to_array<const Command*>({&watch});
 
 constexpr std::array allFamilies = std::to_array<Family>({

@@ -115,7 +115,7 @@ Completions backupDays(const Host& host) {
   const std::filesystem::path dataFile = host.directory.dataFile();
   const DataBackupManager manager(LocalStore(dataFile), DataBackupManager::folderBeside(dataFile));
   Completions days;
-  for (const DailyBackup& backup : manager.dailyBackups()) days.push_back({dayText(backup.day)});
+  for (const DailyBackup& backup : manager.dailyBackups()) days.push_back({isoText(backup.day)});
   return days;
 }
 

@@ -8,6 +8,7 @@
 #include "tarnwell/terminal/days.h"
 #include "tarnwell/terminal/naming.h"
 #include "tarnwell/terminal/task_details.h"
+#include "tarnwell/time/iso_text.h"
 
 namespace tarnwell::terminal {
 namespace {
@@ -104,7 +105,7 @@ class Difference {
     const FocusTask* task = findTask(after_.tasks, proposal.taskID);
     if (task == nullptr) task = findTask(before_.tasks, proposal.taskID);
     const std::string day =
-        proposal.suggestedPlannedDay ? " to " + dayText(*proposal.suggestedPlannedDay) : "";
+        proposal.suggestedPlannedDay ? " to " + isoText(*proposal.suggestedPlannedDay) : "";
     return "the proposal to move " + (task == nullptr ? "a task" : inQuotes(task->title)) + day;
   }
 

@@ -7,11 +7,10 @@
 
 namespace tarnwell::terminal {
 
-// Returns what is gone, what comes, and each change of what stays; one line where nothing differs.
+// Lists the tasks and proposals that are gone, back or changed, with each change, and the capacity.
 Page differencePage(const Plan& before, const Plan& after, Host& host);
 
-// Returns the same for a plan that comes back, and what becomes of the tasks that were active in
-// it.
+// Lists the same for a plan that comes back, and the tasks that stay active or come back paused.
 Page returningPage(const Plan& present, const ReturningPlan& returning, Host& host);
 
 }  // namespace tarnwell::terminal

@@ -1,4 +1,4 @@
-// Everything about a task in words, besides its title and notes.
+// The fields of a task in words, except its title and notes.
 #pragma once
 
 #include <string>

@@ -12,7 +12,7 @@ namespace {
 constexpr Parameter toOption =
     option("--to", "REVISION", "go back to the plan of this revision, or forth to it again");
 
-// "1, 3 and 5 to 9", for ascending numbers.
+// Writes ascending numbers as "1, 3 and 5 to 9".
 std::string listOf(const std::vector<std::int64_t>& numbers) {
   std::vector<std::string> ranges;
   for (std::size_t i = 0; i < numbers.size();) {

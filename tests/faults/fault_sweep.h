@@ -11,7 +11,7 @@ namespace tarnwell::test {
 
 enum class Failing { once, forGood, halved, killed };
 
-// The end of the name of a test, such as "failingOnce".
+// Returns the end of a test's name, such as "failingOnce".
 std::string nameOf(Failing failing);
 
 struct FaultSweep {
