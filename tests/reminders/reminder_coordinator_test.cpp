@@ -1,6 +1,7 @@
 #include "tarnwell/reminders/reminder_coordinator.h"
 
 #include <algorithm>
+#include <utility>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -109,6 +110,12 @@ TEST_F(ReminderCoordinatorTest, warnsWithAFixedTextWhateverTheServiceThrows) {
   service.throwsANumber = true;
   EXPECT_EQ(coordinator.sync(task), failed("An unexpected error occurred."));
 }
+
+// Called where a task ends or changes, which no error may stop.
+static_assert(noexcept(std::declval<ReminderScheduling&>().authorizationStatus()));
+static_assert(noexcept(std::declval<ReminderScheduling&>().cancelReminders(std::declval<UUID>())));
+static_assert(noexcept(std::declval<ReminderCoordinator&>().cancel(std::declval<UUID>())));
+static_assert(noexcept(std::declval<ReminderCoordinator&>().sync(std::declval<FocusTask>())));
 
 }  // namespace
 }  // namespace tarnwell
