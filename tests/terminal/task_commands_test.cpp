@@ -1,5 +1,12 @@
+#include <chrono>
+#include <fstream>
+#include <future>
+#include <string>
+#include <thread>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "tarnwell/time/iso_text.h"
 
@@ -11,6 +18,7 @@ namespace {
 using test::UserTerminal;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using namespace std::chrono_literals;
 
 TEST(AddCommand, plansForTodayAtTheEndOfTheQueueAsTheUser) {
   const UserTerminal user;
@@ -153,6 +161,31 @@ TEST(EditCommand, changesNothingWhereTheEditorFailsOrLeavesTheNotes) {
   EXPECT_EQ(user.state().revision, revision);
 }
 
+// Returns an EDITOR that runs the program with these words before it writes "mine".
+std::string editorBeside(const std::string& words) {
+  return std::string("EDITOR=") + TARNWELL + " " + words + " >/dev/null; printf 'mine\\n' >";
+}
+
+TEST(EditCommand, refusesNotesThatChangedWhileTheEditorWasOpen) {
+  UserTerminal user;
+  user.output({"add", "Report", "--notes", "old"});
+  user.environment = {editorBeside("edit report --notes theirs")};
+  const auto result = user.run({"edit", "report", "--notes", "-"});
+  EXPECT_EQ(result.exitStatus, 1);
+  EXPECT_EQ(result.output, "");
+  EXPECT_THAT(result.errors, HasSubstr("The notes of “Report” changed meanwhile."));
+  EXPECT_EQ(user.task("Report").notes, "theirs");
+}
+
+TEST(EditCommand, keepsOtherChangesThatWereMadeWhileTheEditorWasOpen) {
+  UserTerminal user;
+  user.output({"add", "Report", "--notes", "old"});
+  user.environment = {editorBeside("edit report --title Letter --minutes 45")};
+  EXPECT_THAT(user.output({"edit", "report", "--notes", "-"}), HasSubstr("Changed “Letter”"));
+  EXPECT_EQ(user.task("Letter").notes, "mine");
+  EXPECT_EQ(user.task("Letter").estimatedMinutes, 45);
+}
+
 TEST(ArchiveCommand, archivesEachTaskInATransactionOfItsOwn) {
   const UserTerminal user;
   for (const auto* title : {"A1", "B2", "C3"}) user.output({"add", title});
@@ -171,6 +204,44 @@ TEST(ArchiveCommand, archivesNothingUnlessEveryNameIsATaskThatMayBe) {
   user.output({"start", "B2"});
   EXPECT_THAT(user.refusal({"archive", "A1", "B2"}), HasSubstr("“B2” is active."));
 }
+
+#ifdef __linux__
+// Returns whether a process waits for the lock of the plan.
+bool isPlanWaitedFor(const UserTerminal& user) {
+  struct stat lock {};
+  if (::stat((user.tool().dataFile().string() + ".lock").c_str(), &lock) != 0) return false;
+  const std::string file = ":" + std::to_string(lock.st_ino) + " ";
+  std::ifstream locks("/proc/locks");
+  for (std::string line; std::getline(locks, line);) {
+    if (line.find("-> FLOCK") != line.npos && line.find(file) != line.npos) return true;
+  }
+  return false;
+}
+
+TEST(ArchiveCommand, archivesTheOthersWhereAnotherProgramHasStartedOne) {
+  if (!std::ifstream("/proc/locks")) GTEST_SKIP() << "the system does not show who waits for locks";
+  const UserTerminal user;
+  for (const auto* title : {"A1", "B2", "C3"}) user.output({"add", title});
+  std::future<test::ProcessResult> archiving;
+  user.localStore().updateAtomically([&](PersistedState& plan) {
+    archiving = std::async(std::launch::async, [&] {
+      return user.run({"archive", "A1", "B2", "C3"});
+    });
+    const auto hasEnded = [&] { return archiving.wait_for(0s) == std::future_status::ready; };
+    // It waits once it has found that all three may be archived.
+    while (!isPlanWaitedFor(user) && !hasEnded()) std::this_thread::yield();
+    plan.tasks[1].status = TaskStatus::active;
+    plan.revision += 1;
+  });
+  const auto result = archiving.get();
+  EXPECT_EQ(result.exitStatus, 1);
+  EXPECT_EQ(result.output, "Archived “A1”.\nArchived “C3”.\n");
+  EXPECT_EQ(result.errors, "tarnwell: “B2” is active. Pause or complete it first.\n");
+  EXPECT_EQ(user.task("A1").status, TaskStatus::archived);
+  EXPECT_EQ(user.task("B2").status, TaskStatus::active);
+  EXPECT_EQ(user.task("C3").status, TaskStatus::archived);
+}
+#endif
 
 TEST(ReopenCommand, opensAClosedTaskAtTheEndOfItsDay) {
   const UserTerminal user;
