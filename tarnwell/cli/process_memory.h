@@ -1,4 +1,4 @@
-// Memory for a process that lives for one command.
+// Memory for a process that lives for one command. cli/ is tarnwellctl.
 #pragma once
 
 namespace tarnwell {
