@@ -92,8 +92,9 @@ class Plan:
         def restore():
             shutil.rmtree(home, ignore_errors=True)
             if self.size:
-                # Includes the folder that the first change creates.
+                # Includes what the first change creates: a folder and the lock.
                 (home / DATA_FILE).parent.joinpath("State Backups").mkdir(parents=True)
+                (home / DATA_FILE).parent.joinpath("state.json.lock").touch()
                 shutil.copyfile(self.original, home / DATA_FILE)
             else:
                 home.mkdir()
