@@ -55,8 +55,8 @@ class ObjectReader {
   // Absent when the object has no such member.
   std::optional<JSONElement> find(std::string_view key) const;
 
-  // Finds the members with these distinct keys, in one pass over the object. Fast when the keys
-  // stand in the order in which the object has them.
+  // Finds the members with these distinct keys, in one pass over the object. Fast when the keys are
+  // in the object's order.
   template <std::size_t count>
   std::array<std::optional<JSONElement>, count> findAll(
       const std::array<std::string_view, count>& keys) const {

@@ -1,19 +1,17 @@
 #include "tarnwell/store/data_backup_manager.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
-#include <cstdio>
 #include <string_view>
 #include <system_error>
 
 #include "tarnwell/base/checked_arithmetic.h"
-#include "tarnwell/base/text.h"
 #include "tarnwell/json/json_document.h"
 #include "tarnwell/platform/atomic_file.h"
 #include "tarnwell/platform/file.h"
 #include "tarnwell/store/persisted_state_json.h"
 #include "tarnwell/store/state_copies.h"
+#include "tarnwell/time/iso_text.h"
 
 namespace tarnwell {
 
@@ -44,30 +42,23 @@ void writeCopy(const std::string& bytes, const fs::path& to) {
   replaceFile(to, bytes);
 }
 
+constexpr std::string_view dailyPrefix = "Tarnwell-";
+constexpr std::string_view dailySuffix = ".json";
+
 std::string dailyName(LocalDay day) {
-  std::array<char, 96> name{};
-  const int length =
-      std::snprintf(name.data(), name.size(), "Tarnwell-%04lld-%02lld-%02lld.json",
-                    static_cast<long long>(day.year), static_cast<long long>(day.month),
-                    static_cast<long long>(day.day));
-  return {name.data(), static_cast<std::size_t>(length)};
+  return std::string(dailyPrefix) + isoText(day) + std::string(dailySuffix);
 }
 
 // Returns the day in the name of a daily backup; absent for any other name.
-std::optional<LocalDay> dayIn(const std::string& name) {
-  const std::string stem = fs::path(name).stem().string();
-  const auto pieces = split(stem, '-');
-  if (pieces.size() != 4) return std::nullopt;
-  const auto year = parseInteger(pieces[1]);
-  const auto month = parseInteger(pieces[2]);
-  const auto day = parseInteger(pieces[3]);
-  if (!year || !month || !day) return std::nullopt;
-  const LocalDay read{*year, *month, *day};
-  return dailyName(read) == name ? std::optional(read) : std::nullopt;
+std::optional<LocalDay> dayIn(std::string_view name) {
+  if (!name.starts_with(dailyPrefix) || !name.ends_with(dailySuffix)) return std::nullopt;
+  name.remove_prefix(dailyPrefix.size());
+  name.remove_suffix(dailySuffix.size());
+  return dayFromISOText(name);
 }
 
 // Returns the present document; absent if it is gone or unreadable. Throws for a newer version,
-// whose copies are unreadable too, so that nothing would tell the revisions that it has passed.
+// whose copies are unreadable too and hide the revisions that it has reached.
 std::optional<PersistedState> loadIfReadable(const LocalStore& localStore) {
   if (!openForReading(localStore.url())) return std::nullopt;
   try {

@@ -32,7 +32,7 @@ class DataBackupError : public CaseError<DataBackupCase, std::int64_t> {
   static DataBackupError blockingSession() {
     return {Case::blockingSession, 0, "A backup cannot be restored while websites are blocked."};
   }
-  // The restore would no longer do what was decided.
+  // The decision no longer holds.
   static DataBackupError planChanged() {
     return {Case::planChanged, 0,
             "The plan or the backup changed meanwhile. Nothing was restored."};
@@ -53,7 +53,7 @@ struct DailyBackup {
   friend bool operator==(const DailyBackup&, const DailyBackup&) = default;
 };
 
-// What restoring a backup as a new revision makes present.
+// The outcome of restoring a backup as a new revision.
 struct PlanRestore {
   std::filesystem::path source;
   bool continuesHistory = false;  // whether the backup is an earlier state of the present plan
@@ -66,8 +66,8 @@ struct PlanRestore {
 
 // A value. Thread-safe. Copies and restores only documents in the current version that load without
 // an error. Never deletes a file. Operations throw DataBackupError, LocalStoreError,
-// ProductivityValidationError, JSONError or FileError, and then leave the data file unchanged. None
-// locks but `commitRestore`.
+// ProductivityValidationError, JSONError or FileError, and then leave the data file unchanged. Only
+// `commitRestore` locks.
 class DataBackupManager {
  public:
   DataBackupManager(LocalStore localStore, std::filesystem::path dailyBackupDirectory)
@@ -84,11 +84,11 @@ class DataBackupManager {
   std::filesystem::path createDailyBackup(Instant now = Instant::now(),
                                           const Calendar& calendar = Calendar::current()) const;
 
-  // Returns the path of a day's copy, whether there is one or not.
+  // Returns the path of a day's copy, whether or not it exists.
   std::filesystem::path dailyBackup(LocalDay day) const;
 
-  // Returns the regular files that are named as daily copies, newest day first; none where there is
-  // no folder.
+  // Returns the regular files with the name of a daily copy, newest day first; none without the
+  // folder.
   std::vector<DailyBackup> dailyBackups() const;
 
   // Copies the data file, replacing any file at the destination.
@@ -98,16 +98,16 @@ class DataBackupManager {
   // keeps a copy of the document that is replaced.
   PersistedState restoreBackup(const std::filesystem::path& source) const;
 
-  // Decides what restoring a backup as a new revision brings: its plan and its groups, but not its
-  // session, as a session is what the hosts file is now. The present audit trail goes on where the
-  // backup is an earlier state of the present plan; otherwise that of the backup does. A data file
-  // that cannot be read may be replaced too, but none of a newer version. Writes nothing.
+  // Decides how to restore a backup as a new revision: its plan and groups, but not its session,
+  // which must match the present hosts file. The present audit trail continues if the backup is an
+  // earlier state of the present plan, otherwise the backup's. An unreadable data file may be
+  // replaced too, one of a newer version may not. Writes nothing.
   PlanRestore decideRestore(const std::filesystem::path& source) const;
 
-  // Replaces the document as a new revision by the user. The revision is above those of the present
-  // document and of the backup, or of all copies where the present one is gone or cannot be read,
-  // so that no stale change is accepted. Decides again under the lock, and throws
-  // DataBackupCase::planChanged where the decision differs. Returns the new state.
+  // Replaces the document as a new revision by the user, above those of the present document and
+  // the backup, or of all copies if the present one is gone or unreadable, so that no stale change
+  // is accepted. Decides again under the lock, and throws DataBackupCase::planChanged if the
+  // decision differs.
   PersistedState commitRestore(const PlanRestore& restore, Instant now = Instant::now()) const;
 
  private:

@@ -24,8 +24,8 @@ void pauseWithoutCounting(FocusTask& task) {
   task.activeSegmentStartedAt.reset();
 }
 
-// Returns whether a session belongs to a task. A session does not store its task: it is one that is
-// active and blocks the session's group.
+// Returns whether a session belongs to a task: an active one that blocks the session's group. A
+// session does not store its task.
 bool isBlockedBy(const BlockSession& session, const FocusTask& task) {
   return task.status == TaskStatus::active && task.blockingGroupID == session.group.id;
 }

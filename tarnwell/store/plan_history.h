@@ -37,12 +37,12 @@ struct Plan {
   friend bool operator==(const Plan&, const Plan&) = default;
 };
 
-// An earlier plan as it comes back. Going back neither starts a task nor counts time that passed
-// while another plan was present.
+// An earlier plan, ready to come back: it neither starts a task nor counts time that passed under
+// another plan.
 struct ReturningPlan {
   Plan plan{};
-  std::optional<UUID> activeTaskID{};  // active before and after; its work goes on uninterrupted
-  std::vector<UUID> pausedTaskIDs{};   // active in the earlier plan, paused when they come back
+  std::optional<UUID> activeTaskID{};  // active in both plans
+  std::vector<UUID> pausedTaskIDs{};   // come back paused
 
   // A task that is active in both plans keeps the state and the time of the present one. Every
   // other active task comes back paused, without a running segment.
@@ -69,7 +69,7 @@ class UndoError : public CaseError<UndoCase, UndoRefusal> {
   static UndoError alreadyPresent(std::int64_t revision);
   // A blocking session belongs to a task that would change.
   static UndoError blockedTask(const UUID& taskID);
-  // The undo would no longer do what was decided.
+  // The decision no longer holds.
   static UndoError planChanged();
 
  private:
@@ -93,15 +93,15 @@ class PlanHistory {
   PlanHistory(LocalStore localStore, TaskStore& taskStore)
       : localStore_(std::move(localStore)), taskStore_(taskStore) {}
 
-  // Decides how to go back to a revision, or to the one before the newest change. Where the newest
-  // change is an undo itself, that is one change further. Writes nothing. Throws UndoError, or
-  // FileError when the folder of the copies cannot be read.
+  // Decides how to go back to a revision, or to the one before the newest change. After an undo,
+  // goes one change further. Writes nothing. Throws UndoError, or FileError when the folder of the
+  // copies cannot be read.
   PlanUndo decideUndo(std::optional<std::int64_t> to = std::nullopt);
 
-  // Makes the plan of the earlier revision present, as a new revision by the user. Leaves groups
-  // and the blocking session alone. Decides again under the lock, and throws what that throws,
-  // UndoCase::planChanged where the decision differs, or an error of `TaskStore::transact`; the
-  // data file is then unchanged. Returns the new state.
+  // Makes the earlier plan present, as a new revision by the user. Leaves groups and the blocking
+  // session alone. Decides again under the lock. Throws the errors of that and of
+  // `TaskStore::transact`, and UndoCase::planChanged if the decision differs; the data file is then
+  // unchanged.
   TaskStoreSnapshot commitUndo(const PlanUndo& undo, Instant now = Instant::now());
 
  private:

@@ -1,5 +1,5 @@
-// The copies of earlier documents that saves keep: finding the plan of an earlier revision, and
-// choosing the copies that may go.
+// The copies of earlier documents that saves keep: finds the plan of an earlier revision, and
+// chooses the expendable copies.
 #pragma once
 
 #include <cstdint>
@@ -28,9 +28,9 @@ struct StateCopy {
 // "state-UUID.json". Throws FileError when the folder cannot be read.
 std::vector<StateCopy> stateCopies(const LocalStore& localStore);
 
-// Whether `earlier` is a state that `present` has come from: its audit trail is the beginning of
-// the present one. Documents of another history, such as one replaced by restoring a backup, may
-// have the same revisions.
+// Whether `present` has come from `earlier`, whose audit trail is then the beginning of the present
+// one. Documents of another history, such as one replaced by restoring a backup, may have the same
+// revisions.
 bool isInHistory(const PersistedState& earlier, const PersistedState& present);
 
 // Returns the state at a revision of the history of `present`, from the newest copy that holds it.
@@ -42,8 +42,8 @@ std::optional<PersistedState> stateAt(std::int64_t revision, const LocalStore& l
 std::vector<std::int64_t> revisionsInCopies(const LocalStore& localStore,
                                             const PersistedState& present);
 
-// Returns the highest revision that a copy of whatever history holds; 0 where none can be read.
-// Throws FileError when the folder cannot be read.
+// Returns the highest revision in any copy, of any history; 0 if none can be read. Throws FileError
+// when the folder cannot be read.
 std::int64_t highestRevisionInCopies(const LocalStore& localStore);
 
 // The audit actions of restoring a backup as a new revision: of an earlier state of the present
@@ -52,7 +52,7 @@ std::int64_t highestRevisionInCopies(const LocalStore& localStore);
 inline constexpr std::string_view restoreAction = "plan.restore";
 inline constexpr std::string_view importAction = "plan.import";
 
-// The audit action of taking back changes: "plan.undo:N" makes the plan of revision N present.
+// The audit action of an undo: "plan.undo:N" makes the plan of revision N present.
 std::string undoAction(std::int64_t revision);
 
 // Returns the revision before the newest change of the present plan. Where the newest change is an

@@ -2,8 +2,8 @@
 // program.
 //
 // To add a command:
-//   1. write its function in the file of its family, such as group_commands.cpp: it reads what was
-//      given, decides, and returns what to show, but neither asks nor prints;
+//   1. write its function in the file of its family, such as group_commands.cpp: it reads its
+//      arguments, decides, and returns the answer, but neither asks nor prints;
 //   2. describe it beside the function with a `Command`, and declare that in commands.h;
 //   3. give it a row in the table in commands.cpp;
 //   4. add it to docs/terminal.md and packaging/man/tarnwell.1. Help and completion follow by
