@@ -7,7 +7,7 @@
 namespace tarnwell {
 namespace {
 
-// A document without groups stands for one with the default group.
+// Returns the stored groups; the default group where none is stored.
 const std::vector<DomainGroup>& groupsIn(const PersistedState& state) {
   return state.groups.empty() ? PersistedState::initial().groups : state.groups;
 }

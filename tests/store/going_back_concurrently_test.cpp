@@ -21,7 +21,8 @@ using test::someInstant;
 
 class GoingBackConcurrently : public testing::Test {
  protected:
-  // Adds a task with a store of its own, as another process would. Tries again after each conflict.
+  // Adds a task through a separate store, as another process would. Tries again after each
+  // conflict.
   void add(const std::string& title) {
     TaskStore taskStore(localStore());
     while (true) {
@@ -99,7 +100,7 @@ TEST_F(GoingBackConcurrently, losesNoChangeOfAnotherWriter) {
   });
   for (std::thread& thread : threads) thread.join();
 
-  // Each commit has a revision of its own, of which the plan is in a copy or is the present one.
+  // Each commit has a separate revision, whose plan is in a copy or is the present one.
   const PersistedState present = plan.localStore.load();
   constexpr int commits = writers * changes + undos + restores;
   EXPECT_EQ(present.revision, commits);
