@@ -168,7 +168,8 @@ TEST_F(FocusCoordinatorTest, pausesATaskWithoutABlockingSession) {
   FocusStart plain = request();
   plain.blockingGroup.reset();
   coordinator.start(plain);
-  EXPECT_EQ(coordinator.pause(1, someInstant).state(), localStore.load());
+  const auto after = coordinator.pause(1, someInstant);
+  EXPECT_EQ(after.state(), localStore.load());
   EXPECT_EQ(status(), TaskStatus::paused);
   EXPECT_TRUE(blocker.calls.empty());
 }
