@@ -5,6 +5,7 @@
 #include <system_error>
 
 #include "tarnwell/base/uuid.h"
+#include "tarnwell/blocking/hosts_copies.h"
 #include "tarnwell/blocking/hosts_document.h"
 #include "tarnwell/json/utf8.h"
 #include "tarnwell/platform/atomic_file.h"
@@ -67,9 +68,9 @@ void HostsBlockingEngine::transact(const Transform& transform) {
   const std::string after = transform(before);
   if (after == before) return;
 
-  const std::string name = "hosts-" + UUID::random().text();
-  const fs::path backup = backupDirectory_ / (name + ".backup");
-  const ScopedFile replacement(backupDirectory_ / (name + ".replacement"));
+  const UUID id = UUID::random();
+  const fs::path backup = backupDirectory_ / hostsCopyNames.nameFor(id);
+  const ScopedFile replacement(backupDirectory_ / hostsReplacementNames.nameFor(id));
   try {
     createFolders(backupDirectory_);
     replaceFile(backup, before);

@@ -17,7 +17,7 @@ namespace tarnwell {
 // reference; the owner outlives the engine.
 //
 // A change without a difference writes nothing and opens no prompt. Any other leaves the previous
-// text in the backup directory as "hosts-" + UUID + ".backup", which is never pruned. A failed
+// text in the backup directory as "hosts-" + UUID + ".backup", which it never deletes. A failed
 // installation is rolled back to the text that was read; only BlockingError::rollbackFailed leaves
 // the file in an unknown state. After a declined prompt nothing has changed, and nothing is rolled
 // back.

@@ -63,6 +63,12 @@ void createFile(const fs::path& path, std::string_view bytes) {
   if (const int error = file.close()) throw FileError("close", path, error);
 }
 
+bool removeFile(const fs::path& path) {
+  if (::unlink(path.c_str()) == 0) return true;
+  if (errno == ENOENT) return false;
+  throw FileError("remove", path, errno);
+}
+
 void createFolders(const fs::path& folder) {
   if (folder.empty() || isFolder(folder)) return;
   const fs::path parent = folder.parent_path();

@@ -40,6 +40,10 @@ std::string readFile(const OpenedFile& file, const std::filesystem::path& path);
 // FileError.
 void createFile(const std::filesystem::path& path, std::string_view bytes);
 
+// Removes a file's name, or a link; never a folder. Returns whether there was one. Throws
+// FileError.
+bool removeFile(const std::filesystem::path& path);
+
 // An empty folder path, the parent of a bare file name, is the current folder.
 
 // Creates the folder and its missing parents, private and durable. Throws FileError.

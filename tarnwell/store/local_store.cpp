@@ -96,11 +96,10 @@ void LocalStore::save(const PersistedState& state) const {
   }
   state.validateTasks();
 
-  const fs::path folder = path_.parent_path();
-  const fs::path copies = folder / "State Backups";
-  createFolders(folder);
+  const fs::path copyFolder = copies();
+  createFolders(path_.parent_path());
   const auto previous = openForReading(path_);
-  if (previous) createFolders(copies);
+  if (previous) createFolders(copyFolder);
 
   FileReplacement file(path_);
   encodePersistedState(state, [&](std::string_view bytes) { file.write(bytes); });
@@ -108,9 +107,9 @@ void LocalStore::save(const PersistedState& state) const {
   if (!previous) return file.commit();
 
   const CopyBeforeReplacement copy(previous->descriptor, file.target(),
-                                   copies / ("state-" + UUID::random().text() + ".json"));
+                                   copyFolder / copyNames.nameFor(UUID::random()));
   try {
-    syncFolder(copies);
+    syncFolder(copyFolder);
     file.commit();
   } catch (...) {
     copy.separate();

@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "tarnwell/base/error.h"
+#include "tarnwell/store/kept_copies.h"
 #include "tarnwell/store/persisted_state.h"
 
 namespace tarnwell {
@@ -46,8 +47,8 @@ class LocalStoreError : public CaseError<LocalStoreCase, LocalStoreDetail> {
 };
 
 // A value: the location of the data file. Beside the file are its lock ("state.json.lock") and the
-// folder "State Backups" with one copy for each save, never pruned. New files and folders are
-// private.
+// folder "State Backups" with one copy for each save, which no save deletes. New files and
+// folders are private.
 //
 // Thread-safe. `load` and `save` do not lock: callers that read, change and write do so inside
 // `withExclusiveLock` or `updateAtomically`.
@@ -57,6 +58,10 @@ class LocalStore {
   explicit LocalStore(std::filesystem::path path);
 
   const std::filesystem::path& url() const { return path_; }
+
+  // Returns the folder of the copies.
+  std::filesystem::path copies() const { return path_.parent_path() / "State Backups"; }
+  static constexpr CopyNames copyNames{.prefix = "state-", .suffix = ".json"};
 
   // Returns the document, validated, in the current version, or the initial state when there is no
   // file. Writes nothing. Throws LocalStoreError.

@@ -1,32 +1,21 @@
-// The copies of earlier documents that saves keep: finds the plan of an earlier revision, and
-// chooses the expendable copies.
+// The copies of earlier documents that saves keep: finding the plan of an earlier revision.
 #pragma once
 
 #include <cstdint>
-#include <filesystem>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "tarnwell/store/kept_copies.h"
 #include "tarnwell/store/local_store.h"
 #include "tarnwell/store/persisted_state.h"
-#include "tarnwell/time/calendar.h"
-#include "tarnwell/time/instant.h"
 
 namespace tarnwell {
 
-struct StateCopy {
-  std::filesystem::path path;
-  Instant modifiedAt;  // when the document was written, or copied where it could not be linked
-  std::uintmax_t bytes = 0;
-
-  friend bool operator==(const StateCopy&, const StateCopy&) = default;
-};
-
-// Returns the copies beside the data file, newest first: the regular files of the name
-// "state-UUID.json". Throws FileError when the folder cannot be read.
-std::vector<StateCopy> stateCopies(const LocalStore& localStore);
+// Returns the copies beside the data file, newest first. Throws FileError when the folder cannot be
+// read.
+std::vector<KeptCopy> stateCopies(const LocalStore& localStore);
 
 // Whether `present` has come from `earlier`, whose audit trail is then the beginning of the present
 // one. Documents of another history, such as one replaced by restoring a backup, may have the same
@@ -59,11 +48,5 @@ std::string undoAction(std::int64_t revision);
 // undo, that is the change before the revision to which it went back. Absent when no change is
 // left, or the trail does not reach back to it, or it brought another history.
 std::optional<std::int64_t> revisionBeforeNewestChange(const PersistedState& present);
-
-// Returns the copies, in their order, that may be deleted. Keeps the newest of all, every copy of
-// the last 24 hours and of the future, the newest of each hour of the local clock for a week, and
-// the newest of each local day for `period`.
-std::vector<StateCopy> expendableCopies(const std::vector<StateCopy>& newestFirst, Duration period,
-                                        Instant now, const Calendar& calendar);
 
 }  // namespace tarnwell

@@ -128,6 +128,7 @@ Completions valuesOf(std::string_view value, const Command& command, Host& host)
   if (value == "N") return proposalNumbers(host);
   if (value == "PRIORITY") return textsOf<TaskPriority>();
   if (value == "SOURCE") return textsOf<MutationSource>();
+  if (value == "PERIOD") return {{"7d"}, {"30d"}, {"90d"}, {"365d"}};
   if (value == "WHEN") return {{"10m"}, {"overdue"}, {"10m,overdue"}, {"start"}};
   return {};
 }

@@ -148,6 +148,20 @@ TEST_F(FileTest, aFolderThatItsUserMayNotReadIsLeftUnsynced) {
   }));
 }
 
+TEST_F(FileTest, isRemovedByNameWithoutFollowingALink) {
+  test::writeFile(folder / "target", "kept");
+  fs::create_symlink("target", folder / "link");
+  EXPECT_TRUE(removeFile(folder / "link"));
+  EXPECT_FALSE(removeFile(folder / "link"));
+  EXPECT_EQ(test::contentOf(folder / "target"), "kept");
+}
+
+TEST_F(FileTest, isRemovedAndAFolderIsNot) {
+  fs::create_directory(folder / "empty");
+  EXPECT_THROW(removeFile(folder / "empty"), FileError);
+  EXPECT_TRUE(fs::exists(folder / "empty"));
+}
+
 TEST_F(FileTest, anEmptyPathIsTheCurrentFolder) {
   EXPECT_NO_THROW(createFolders(""));
   EXPECT_NO_THROW(syncFolder(""));

@@ -144,7 +144,7 @@ TEST_F(PlanRestoreTest, replacesADamagedDataFileAboveEveryRevisionOfACopyAndKeep
   EXPECT_EQ(manager.decideRestore(backup).present, std::nullopt);
   EXPECT_EQ(restore().revision, 4);
   const auto copies = stateCopies(plan.localStore);
-  EXPECT_TRUE(std::any_of(copies.begin(), copies.end(), [&](const StateCopy& copy) {
+  EXPECT_TRUE(std::any_of(copies.begin(), copies.end(), [&](const KeptCopy& copy) {
     return test::contentOf(copy.path) == damaged;
   }));
 }

@@ -1,21 +1,16 @@
 #include "tarnwell/store/state_copies.h"
 
-#include <array>
-#include <chrono>
 #include <initializer_list>
 #include <string>
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include "tarnwell/platform/file.h"
 #include "tarnwell/store/task_store.h"
 
 #include "tests/support/builders.h"
-#include "tests/support/expect_error.h"
-#include "tests/support/scoped_environment.h"
+#include "tests/support/file_times.h"
 #include "tests/support/scratch_folder.h"
 
 namespace tarnwell {
@@ -45,47 +40,24 @@ class StateCopiesTest : public testing::Test {
 
   fs::path copyNamed(const std::string& name) const { return copies / name; }
 
-  static void setTime(const fs::path& file, double unixSeconds) {
-    const timespec time{.tv_sec = static_cast<time_t>(unixSeconds), .tv_nsec = 0};
-    const std::array<timespec, 2> times{time, time};
-    ASSERT_EQ(::utimensat(AT_FDCWD, file.c_str(), times.data(), 0), 0);
-  }
-
   test::ScratchFolder folder;
   LocalStore localStore{folder / "state.json"};
   fs::path copies = folder / "State Backups";
 };
 
-TEST_F(StateCopiesTest, areListedNewestFirstWithTimeAndSize) {
-  const std::string older = "state-11111111-1111-4111-8111-111111111111.json";
-  const std::string newer = "state-22222222-2222-4222-8222-222222222222.json";
-  writeFile(copyNamed(older), "1");
-  writeFile(copyNamed(newer), "12");
-  setTime(copyNamed(older), referenceDateUnixSeconds + 100);
-  setTime(copyNamed(newer), referenceDateUnixSeconds + 200);
-  EXPECT_THAT(stateCopies(localStore), ElementsAre(StateCopy{copyNamed(newer), Instant(200), 2},
-                                                   StateCopy{copyNamed(older), Instant(100), 1}));
-}
-
-TEST_F(StateCopiesTest, areOnlyRegularFilesOfTheirName) {
-  const std::string uuid = "11111111-1111-4111-8111-111111111111";
-  for (const std::string& name : {".state-" + uuid + ".json." + uuid, "state-" + uuid + ".json.old",
-                                  "State-" + uuid + ".json", "state-" + uuid.substr(1) + ".json",
-                                  std::string("state-.json"), std::string("notes.txt")}) {
-    writeFile(copyNamed(name), "");
-  }
-  fs::create_symlink("notes.txt", copyNamed("state-" + uuid + ".json"));
-  EXPECT_THAT(stateCopies(localStore), IsEmpty());
+TEST_F(StateCopiesTest, areListedNewestFirst) {
+  commit("One");
+  commit("Two");
+  commit("Three");
+  const auto found = stateCopies(localStore);
+  ASSERT_EQ(found.size(), 2U);
+  EXPECT_EQ(LocalStore(found.front().path).load().revision, 2);
+  EXPECT_EQ(LocalStore(found.back().path).load().revision, 1);
 }
 
 TEST_F(StateCopiesTest, areNoneWhereThereIsNoFolder) {
   EXPECT_THAT(stateCopies(localStore), IsEmpty());
   EXPECT_EQ(test::entryCount(folder.path()), 0U);
-}
-
-TEST_F(StateCopiesTest, throwWhereTheFolderCannotBeRead) {
-  writeFile(copies, "a file where the folder should be");
-  EXPECT_THROW(stateCopies(localStore), FileError);
 }
 
 TEST_F(StateCopiesTest, giveBackThePlanOfEachEarlierRevision) {
@@ -135,8 +107,8 @@ TEST_F(StateCopiesTest, givesTheNewestOfTwoPlansAtOneRevision) {
   const PersistedState present = commit("Two");
   const auto found = stateCopies(localStore);
   ASSERT_EQ(found.size(), 2U);
-  setTime(found.front().path, referenceDateUnixSeconds + 200);
-  setTime(found.back().path, referenceDateUnixSeconds + 100);
+  test::setModified(found.front().path, Instant(200));
+  test::setModified(found.back().path, Instant(100));
   EXPECT_EQ(stateAt(1, localStore, present), LocalStore(found.front().path).load());
 }
 
@@ -206,79 +178,6 @@ TEST(RevisionBeforeNewestChange, isAbsentBehindAnotherHistory) {
   plan.revision = 8;
   EXPECT_EQ(revisionBeforeNewestChange(plan), std::nullopt);
 }
-
-class ExpendableCopies : public testing::Test {
- protected:
-  // The ages, in seconds, of the copies that may go, of copies with these ages.
-  std::vector<double> expendable(const std::vector<double>& ages,
-                                 Duration period = std::chrono::hours(30 * 24)) const {
-    std::vector<StateCopy> copies;
-    for (const double age : ages) {
-      copies.push_back({.path = "copy", .modifiedAt = now - Duration(age)});
-    }
-    std::vector<double> found;
-    for (const auto& copy : expendableCopies(copies, period, now, Calendar{})) {
-      found.push_back((now - copy.modifiedAt).count());
-    }
-    return found;
-  }
-
-  static constexpr double hour = 3600;
-  static constexpr double day = 24 * hour;
-
-  test::ScopedTimeZone zone{"UTC"};
-  Instant now = *Calendar{}.date({2025, 3, 20}) + Duration(12 * hour);
-};
-
-TEST_F(ExpendableCopies, areNoneOfTheLast24Hours) {
-  EXPECT_THAT(expendable({0, 1, 2, day - 1, day}), IsEmpty());
-}
-
-TEST_F(ExpendableCopies, areAllButTheNewestOfEachHourForAWeek) {
-  // From 12:00 back: 11:59:59, 11:00:00, 10:59:59 of the day before yesterday.
-  EXPECT_THAT(expendable({2 * day + 1, 2 * day + hour, 2 * day + hour + 1}),
-              ElementsAre(2 * day + hour));
-}
-
-TEST_F(ExpendableCopies, keepTheNewestOfAnHourThatBeginsWithinTheLast24Hours) {
-  now = now + Duration(hour / 2);
-  EXPECT_THAT(expendable({day - 1, day + 1}), ElementsAre(day + 1));
-}
-
-TEST_F(ExpendableCopies, areAllButTheNewestOfEachDayAfterAWeek) {
-  EXPECT_THAT(expendable({7 * day + 1, 7 * day + 2 * hour, 8 * day}),
-              ElementsAre(7 * day + 2 * hour));
-}
-
-TEST_F(ExpendableCopies, areHourlyOnesUpToAWeekExactly) {
-  EXPECT_THAT(expendable({7 * day - hour, 7 * day, 7 * day + hour}), ElementsAre(7 * day + hour));
-}
-
-TEST_F(ExpendableCopies, areAllThatAreOlderThanThePeriodButTheNewestOfAll) {
-  EXPECT_THAT(expendable({1, 30 * day, 30 * day + 1, 40 * day}),
-              ElementsAre(30 * day + 1, 40 * day));
-  EXPECT_THAT(expendable({40 * day, 50 * day}), ElementsAre(50 * day));
-}
-
-TEST_F(ExpendableCopies, areNoneOfTheFuture) {
-  EXPECT_THAT(expendable({-3 * day, -2 * day, -2 * day + 1, 1}), IsEmpty());
-}
-
-TEST_F(ExpendableCopies, countHoursAndDaysByTheLocalClock) {
-  const test::ScopedTimeZone kathmandu("Asia/Kathmandu");  // 5 hours and 45 minutes ahead
-  now = *Calendar{}.date({2025, 3, 20}) + Duration(12 * hour);
-  EXPECT_THAT(expendable({2 * day + 1, 2 * day + hour, 2 * day + hour + 1}),
-              ElementsAre(2 * day + hour));
-}
-
-TEST_F(ExpendableCopies, takeAnHourThatTheClockRepeatsAsOne) {
-  const test::ScopedTimeZone berlin("Europe/Berlin");
-  const Instant secondTwo = *Calendar{}.date({2025, 10, 26}) + Duration(3 * hour);  // 2:00 again
-  now = secondTwo + Duration(3 * day);
-  EXPECT_THAT(expendable({3 * day - 60, 3 * day + 60}), ElementsAre(3 * day + 60));
-}
-
-TEST_F(ExpendableCopies, areNoneOfNone) { EXPECT_THAT(expendable({}), IsEmpty()); }
 
 }  // namespace
 }  // namespace tarnwell

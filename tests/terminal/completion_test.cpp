@@ -33,6 +33,7 @@ TEST(Completion, knowsOptionsAndTheirValues) {
   EXPECT_THAT(complete(user, {"add", "X", "--day", "to"}), HasSubstr("tomorrow\t"));
   EXPECT_EQ(complete(user, {"add", "X", "--remind=1"}), "--remind=10m\t\n--remind=10m,overdue\t\n");
   EXPECT_EQ(complete(user, {"log", "--by", "ag"}), "agent\t\n");
+  EXPECT_EQ(complete(user, {"prune", "--keep", "3"}), "30d\t\n365d\t\n");
 }
 
 TEST(Completion, knowsTitlesAndGroups) {
