@@ -12,6 +12,7 @@ struct DataDirectory {
 
   std::filesystem::path dataFile() const { return path / "state.json"; }
   std::filesystem::path hostsBackups() const { return path / "Backups"; }
+  std::filesystem::path watchLock() const { return path / "watch.lock"; }  // of the resident part
 
   std::filesystem::path path;
 };

@@ -70,6 +70,8 @@ std::vector<std::string_view> splitAtWhiteSpace(std::string_view text) {
   }
 }
 
+std::string inQuotes(std::string_view text) { return "“" + std::string(text) + "”"; }
+
 std::optional<std::int64_t> parseInteger(std::string_view text) {
   // from_chars reads the minus sign but not the plus.
   if (text.starts_with('+')) {

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -21,6 +22,9 @@ std::vector<std::string_view> split(std::string_view text, char separator);
 
 // Returns the words between runs of Unicode white space. They point into `text`.
 std::vector<std::string_view> splitAtWhiteSpace(std::string_view text);
+
+// Returns the text between quotation marks, as sentences quote a title or a name.
+std::string inQuotes(std::string_view text);
 
 // Reads the whole text as a decimal integer within 64 bits: an optional sign, then ASCII digits.
 std::optional<std::int64_t> parseInteger(std::string_view text);

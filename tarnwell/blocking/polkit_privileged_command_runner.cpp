@@ -41,7 +41,7 @@ void PolkitPrivilegedCommandRunner::replace(const PreparedFile& source,
 std::vector<std::string> PolkitPrivilegedCommandRunner::commandArguments(
     const std::filesystem::path& destination) {
   // Without --disable-internal-agent, pkexec would ask on the terminal, where an agent hangs.
-  return {"/usr/bin/pkexec",   "--disable-internal-agent", "/bin/sh", "-c", installScript, "sh",
+  return {approvalProgram,     "--disable-internal-agent", "/bin/sh", "-c", installScript, "sh",
           destination.string()};
 }
 

@@ -15,6 +15,8 @@ namespace tarnwell {
 // open.
 class PolkitPrivilegedCommandRunner : public PrivilegedCommandRunning {
  public:
+  static constexpr const char* approvalProgram = "/usr/bin/pkexec";
+
   void replace(const PreparedFile& source, const std::filesystem::path& destination) override;
 
   // Does nothing: `replace` has flushed the caches, and a second prompt must not follow.

@@ -84,8 +84,8 @@ RefusalReport reportWithoutRevision() {
     return operationFailed(error, "Tell the user. Do not try again unless the user asks for it.");
   } catch (const LocalStoreError& error) {
     return operationFailed(error,
-                           "Ask the user to run `tarnwell`, which names the cause. Do not change "
-                           "the data file yourself.");
+                           "Ask the user to run `tarnwell doctor`, which names the cause and what "
+                           "to do. Do not change the data file yourself.");
   } catch (const Error& error) {
     return operationFailed(error, "Tell the user.");
   } catch (...) {

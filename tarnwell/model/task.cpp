@@ -11,11 +11,10 @@ FocusTask FocusTask::make(FocusTask fields) {
 }
 
 void FocusTask::validate() const {
-  constexpr std::int64_t minutesPerDay = 1440;
   if (trimmed(title).empty()) {
     throw ProductivityValidationError(ProductivityValidationError::blankTitle);
   }
-  if (estimatedMinutes && (*estimatedMinutes < 0 || *estimatedMinutes > minutesPerDay)) {
+  if (estimatedMinutes && (*estimatedMinutes < 0 || *estimatedMinutes > mostEstimatedMinutes)) {
     throw ProductivityValidationError(ProductivityValidationError::invalidEstimate);
   }
 }

@@ -63,12 +63,14 @@ class ProductivityValidationError : public CaseError<ProductivityValidationCase>
 
 // Fields may be edited freely: the stores validate every task on load and on save.
 struct FocusTask {
+  static constexpr std::int64_t mostEstimatedMinutes = 1440;  // a day
+
   UUID id = UUID::random();
   std::string title{};
   std::string notes{};
   std::optional<LocalDay> plannedDay{};
   std::optional<Instant> scheduledStart{};
-  std::optional<std::int64_t> estimatedMinutes{};  // 0 to 1440
+  std::optional<std::int64_t> estimatedMinutes{};  // 0 to `mostEstimatedMinutes`
   TaskPriority priority = TaskPriority::normal;
   std::int64_t manualPosition = 0;  // the user's order within a day
   TaskStatus status = TaskStatus::pending;

@@ -46,6 +46,13 @@ std::unique_ptr<FileLock> FileLock::tryLock(const std::filesystem::path& path) {
   throw FileError("lock", path, errno);
 }
 
+bool FileLock::isHeld(const std::filesystem::path& path) {
+  constexpr int flags = O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOFOLLOW;
+  const FileDescriptor file(retryingInterrupted([&] { return ::open(path.c_str(), flags); }));
+  if (!file.isOpen()) return false;
+  return ::flock(file.number(), LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+}
+
 FileLock::~FileLock() { ::flock(file_.number(), LOCK_UN); }
 
 }  // namespace tarnwell

@@ -18,6 +18,10 @@ class FileLock {
   // Takes the lock if it is free; null when it is held. Throws FileError.
   static std::unique_ptr<FileLock> tryLock(const std::filesystem::path& path);
 
+  // Returns whether the lock is held. Creates nothing. For an instant the file is locked as a
+  // reader would, so that an attempt to take the lock at the same moment fails.
+  static bool isHeld(const std::filesystem::path& path);
+
   FileLock(const FileLock&) = delete;
   FileLock& operator=(const FileLock&) = delete;
   ~FileLock();

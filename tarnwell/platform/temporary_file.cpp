@@ -35,6 +35,13 @@ fs::path temporaryPath(const fs::path& target) {
 
 }  // namespace
 
+bool TemporaryFile::isNameOfOne(std::string_view name) {
+  constexpr std::size_t length = 36;  // of an identifier
+  if (!name.starts_with('.') || name.size() < length + 2) return false;
+  const std::string_view end = name.substr(name.size() - length - 1);
+  return end.front() == '.' && UUID::parse(end.substr(1)).has_value();
+}
+
 TemporaryFile::TemporaryFile(const fs::path& target)
     : target_(target), path_(temporaryPath(target)), file_(open(O_RDWR | O_CREAT | O_EXCL)) {}
 

@@ -19,6 +19,9 @@ class TemporaryFile {
   TemporaryFile& operator=(const TemporaryFile&) = delete;
   ~TemporaryFile();
 
+  // Returns whether a file of the name is one. A killed process leaves its temporary files behind.
+  static bool isNameOfOne(std::string_view name);
+
   void setMode(mode_t mode);
 
   // Best effort: only root may give a file away. For other users the owner is right already, or

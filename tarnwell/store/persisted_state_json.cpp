@@ -4,13 +4,17 @@
 #include "tarnwell/json/json_encode.h"
 
 namespace tarnwell {
+namespace {
+
+constexpr std::int64_t blockingOnlyVersion = 1;
+
+}  // namespace
 
 SchemaProbe SchemaProbe::read(const JSONDocument& document) {
   return decode<SchemaProbe>(document.root(), "document");
 }
 
 PersistedState decodePersistedState(const JSONDocument& document) {
-  constexpr std::int64_t blockingOnlyVersion = 1;
   const std::int64_t version = SchemaProbe::read(document).schemaVersion;
   const ObjectReader members(document.root(), "document");
   PersistedState state = PersistedState::initial();
@@ -19,6 +23,21 @@ PersistedState decodePersistedState(const JSONDocument& document) {
     decodeFields(members, PersistedState::planFields(), state);
   }
   return state;
+}
+
+JSONFaults findFaultsOfDocument(const JSONDocument& document) {
+  JSONFaults faults;
+  findFaults<SchemaProbe>(document.root(), "", faults);
+  if (!faults.empty()) {
+    if (faults.front().path.empty()) faults.front().path = "the document";
+    return faults;
+  }
+  const ObjectReader members(document.root(), "document");
+  findFaultsOfMembers(members, PersistedState::blockingFields(), "", faults);
+  if (SchemaProbe::read(document).schemaVersion != blockingOnlyVersion) {
+    findFaultsOfMembers(members, PersistedState::planFields(), "", faults);
+  }
+  return faults;
 }
 
 std::string encodePersistedState(const PersistedState& state) {

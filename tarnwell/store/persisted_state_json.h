@@ -8,6 +8,7 @@
 #include "tarnwell/base/record.h"
 #include "tarnwell/json/byte_sink.h"
 #include "tarnwell/json/json_document.h"
+#include "tarnwell/json/json_faults.h"
 #include "tarnwell/store/persisted_state.h"
 
 namespace tarnwell {
@@ -27,6 +28,9 @@ struct SchemaProbe {
 // Reads a document of any version; the result has the current one. Reads only the blocking data of
 // version 1, and every other version in full. Throws JSONError.
 PersistedState decodePersistedState(const JSONDocument& document);
+
+// Returns everything that keeps `decodePersistedState` from reading the document.
+JSONFaults findFaultsOfDocument(const JSONDocument& document);
 
 // Indented, keys in ascending order, instants as seconds since the reference date. Throws
 // JSONError.

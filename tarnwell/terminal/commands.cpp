@@ -22,7 +22,7 @@ constexpr std::array blocking = std::to_array<const Command*>(
      &groupEnable, &groupDisable, &groupBlock, &groupAllow});
 constexpr std::array goingBack =
     std::to_array<const Command*>({&undo, &backup, &backupList, &backupExport, &backupRestore});
-constexpr std::array repairing = std::to_array<const Command*>({&prune});
+constexpr std::array repairing = std::to_array<const Command*>({&doctor, &prune});
 constexpr std::array staying = std::to_array<const Command*>({&watch});
 
 constexpr std::array allFamilies = std::to_array<Family>({

@@ -20,7 +20,7 @@ extern const Command block, blockStart, blockEnd, blockRepair;
 extern const Command groups, groupAdd, groupRemove, groupRename, groupEnable, groupDisable;
 extern const Command groupBlock, groupAllow;
 extern const Command undo, backup, backupList, backupExport, backupRestore;
-extern const Command prune;
+extern const Command doctor, prune;
 extern const Command watch;
 
 }  // namespace commands

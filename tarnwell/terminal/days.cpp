@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 
 #include "tarnwell/base/text.h"
 #include "tarnwell/terminal/arguments.h"
@@ -73,12 +72,6 @@ std::optional<seconds> readClock(std::string_view text) {
   return hours(*hour) + minutes(*minute) + seconds(*second);
 }
 
-// A data file that was edited by hand can hold any number.
-bool isInTheCalendar(Instant instant) {
-  constexpr double thousandsOfYears = 1e11;
-  return std::abs(instant.seconds) < thousandsOfYears;
-}
-
 }  // namespace
 
 LocalDay dayAfter(LocalDay day, int count, const Calendar& calendar) {
@@ -138,13 +131,13 @@ std::string weekdayText(LocalDay day) {
 }
 
 std::string timeText(Instant instant, const Calendar& calendar) {
-  if (!isInTheCalendar(instant)) return "?";
+  if (!Calendar::knows(instant)) return "?";
   const auto time = std::chrono::duration_cast<minutes>(calendar.timeOfDay(instant)).count();
   return twoDigits(time / 60) + ":" + twoDigits(time % 60);
 }
 
 std::string dayAndTimeText(Instant instant, const Calendar& calendar) {
-  if (!isInTheCalendar(instant)) return "?";
+  if (!Calendar::knows(instant)) return "?";
   return isoText(calendar.day(instant)) + " " + timeText(instant, calendar);
 }
 

@@ -93,6 +93,4 @@ std::string shortID(const UUID& id) {
   return id.text().substr(0, letters);
 }
 
-std::string inQuotes(std::string_view title) { return "“" + std::string(title) + "”"; }
-
 }  // namespace tarnwell::terminal

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tarnwell/base/text.h"
 #include "tarnwell/base/uuid.h"
 #include "tarnwell/model/domain_group.h"
 #include "tarnwell/model/task.h"
@@ -29,8 +30,5 @@ bool hasWords(const FocusTask& task, std::string_view text);
 
 // Returns the first letters of an identifier, as lists show them.
 std::string shortID(const UUID& id);
-
-// Returns a title between quotation marks.
-std::string inQuotes(std::string_view title);
 
 }  // namespace tarnwell::terminal

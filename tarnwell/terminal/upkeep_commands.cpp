@@ -1,12 +1,72 @@
-// The commands that look after the plan from the outside: prune.
+// The commands that look after the plan from the outside: doctor and prune.
+#include <algorithm>
+
 #include "tarnwell/base/text.h"
+#include "tarnwell/store/data_backup_manager.h"
 #include "tarnwell/terminal/commands.h"
 #include "tarnwell/terminal/host.h"
+#include "tarnwell/upkeep/doctor.h"
 #include "tarnwell/upkeep/pruning.h"
 #include "tarnwell/upkeep/size_text.h"
 
 namespace tarnwell::terminal {
 namespace {
+
+struct DoctorView {
+  bool isHealthy = true;  // no finding is a problem
+  Findings findings{};
+
+  static constexpr auto fields() {
+    return std::tuple{field("isHealthy", &DoctorView::isHealthy),
+                      field("findings", &DoctorView::findings)};
+  }
+};
+
+Findings examinePlanOf(const Host& host) {
+  return examine({.localStore = LocalStore(host.directory.dataFile()),
+                  .dailyBackups = DataBackupManager::folderBeside(host.directory.dataFile()),
+                  .hostsBackups = host.directory.hostsBackups(),
+                  .residentLock = host.directory.watchLock(),
+                  .now = host.now,
+                  .calendar = host.calendar});
+}
+
+Span markOf(FindingLevel level) {
+  switch (level) {
+    case FindingLevel::problem:
+      return {"✗ ", Style::bad};
+    case FindingLevel::hint:
+      return {"! ", Style::warning};
+    case FindingLevel::fact:
+      break;
+  }
+  return {"✓ ", Style::good};
+}
+
+Page pageOf(const Findings& findings) {
+  Page page;
+  for (const Finding& finding : findings) {
+    page.emplace_back(Line(std::vector<Span>{markOf(*finding.level), {finding.text}}));
+    if (!finding.next.empty()) page.emplace_back(Line("  " + finding.next, Style::dim));
+  }
+  return page;
+}
+
+Outcome findFaults(Host& host, const Arguments& arguments) {
+  const DoctorView view = [&] {
+    auto findings = examinePlanOf(host);
+    const bool isHealthy = std::none_of(
+        findings.begin(), findings.end(),
+        [](const Finding& finding) { return *finding.level == FindingLevel::problem; });
+    return DoctorView{.isHealthy = isHealthy, .findings = std::move(findings)};
+  }();
+  Answer answer =
+      arguments.has(jsonFlag.name) ? inJSON(view) : Answer{.page = pageOf(view.findings)};
+  answer.status = view.isHealthy ? 0 : 1;
+  return answer;
+}
+
+constexpr std::array doctorParameters = {jsonFlag};
 
 constexpr Parameter keepOption =
     option("--keep", "PERIOD", "how long each day keeps its newest copy (default: 30d)");
@@ -60,6 +120,11 @@ constexpr std::array pruneParameters = {keepOption, dryRunFlag, yesFlag};
 
 }  // namespace
 
+constinit const Command commands::doctor = {.name = "doctor",
+                                            .summary = "find out why something does not work",
+                                            .example = "tarnwell doctor",
+                                            .parameters = doctorParameters,
+                                            .run = findFaults};
 constinit const Command commands::prune = {.name = "prune",
                                            .summary = "delete copies that are no longer needed",
                                            .example = "tarnwell prune --keep 30d",

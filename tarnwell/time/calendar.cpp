@@ -74,6 +74,11 @@ Calendar Calendar::current() {
   return {.firstWeekday = userFirstWeekday()};
 }
 
+bool Calendar::knows(Instant instant) {
+  constexpr double thousandsOfYears = 1e11;
+  return std::abs(instant.seconds) < thousandsOfYears;  // false for NaN
+}
+
 LocalDay Calendar::day(Instant instant) const {
   const tm local = requireLocalTime(instant);
   return {

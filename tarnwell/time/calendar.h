@@ -28,6 +28,10 @@ struct Calendar {
   // Returns the user's calendar. Rereads the time zone, which may have changed.
   static Calendar current();
 
+  // Whether an instant is within some thousands of years, all of which the system's calendar knows.
+  // A data file that was edited by hand can hold any number.
+  static bool knows(Instant instant);
+
   // Returns the day that contains an instant. Fatal beyond the years of the system's calendar.
   LocalDay day(Instant instant) const;
 

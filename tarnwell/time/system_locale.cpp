@@ -1,5 +1,6 @@
 #include "tarnwell/time/system_locale.h"
 
+#include <cstdlib>
 #include <fstream>
 #include <sstream>
 
@@ -47,6 +48,14 @@ std::string systemLocaleName(const std::vector<std::filesystem::path>& files) {
     if (std::string name = localeNameIn(text.str()); !name.empty()) return name;
   }
   return {};
+}
+
+UserLocale userLocale() {
+  for (const char* const variable : {"LC_ALL", "LC_TIME", "LANG"}) {
+    const char* const value = std::getenv(variable);
+    if (value != nullptr && *value != '\0') return {.name = value, .variable = variable};
+  }
+  return {.name = systemLocaleName()};
 }
 
 }  // namespace tarnwell

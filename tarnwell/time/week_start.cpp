@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 
 #include "tarnwell/base/text.h"
 #include "tarnwell/time/system_locale.h"
@@ -82,13 +81,7 @@ Weekday userFirstWeekday() {
 
 #else
 
-Weekday userFirstWeekday() {
-  for (const char* variable : {"LC_ALL", "LC_TIME", "LANG"}) {
-    const char* const value = std::getenv(variable);
-    if (value != nullptr && *value != '\0') return firstWeekdayOfLocale(value);
-  }
-  return firstWeekdayOfLocale(systemLocaleName());
-}
+Weekday userFirstWeekday() { return firstWeekdayOfLocale(userLocale().name); }
 
 #endif
 

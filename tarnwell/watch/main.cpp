@@ -28,7 +28,7 @@ constexpr int wrongArguments = 2;
 int watch(const WatchOptions& options, Messages& messages) {
   const DataDirectory directory = DataDirectory::ofUser();
   createFolders(directory.path);
-  const auto lock = FileLock::tryLock(directory.path / "watch.lock");
+  const auto lock = FileLock::tryLock(directory.watchLock());
   if (!lock) throw Error("Another tarnwell watch runs for this plan already.");
   runUntilSignal(directory, options, messages);
   return EXIT_SUCCESS;

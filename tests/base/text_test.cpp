@@ -76,5 +76,7 @@ TEST(ParseInteger, refusesWhatIsNotWhollyADecimalIntegerWithin64Bits) {
   }
 }
 
+TEST(InQuotes, leavesTheTextAsItIs) { EXPECT_EQ(inQuotes("a \"b\""), "“a \"b\"”"); }
+
 }  // namespace
 }  // namespace tarnwell

@@ -342,6 +342,7 @@ TEST_F(ReadingTools, sayWhyTheDataFileCannotBeRead) {
     EXPECT_EQ(test::contentOf(directory.dataFile()), content);
   }
   EXPECT_EQ(message("get_day", "{}"), "This data was created by unsupported schema version 3.");
+  EXPECT_THAT(memberOf("get_day", "{}", "hint"), HasSubstr("`tarnwell doctor`"));
   localStore.save({.revision = 4});
   EXPECT_EQ(memberOf("get_day", "{}", "revision"), "4");
 }

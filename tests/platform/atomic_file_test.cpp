@@ -6,7 +6,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "tarnwell/base/uuid.h"
 #include "tarnwell/platform/file.h"
+#include "tarnwell/platform/temporary_file.h"
 
 #include "tests/support/expect_error.h"
 #include "tests/support/scratch_folder.h"
@@ -120,6 +122,16 @@ TEST_F(AtomicFileTest, keepsAnotherOwnerOfTheReplacedFile) {
   ASSERT_EQ(::stat(file.c_str(), &status), 0);
   EXPECT_EQ(status.st_uid, otherUser);
   EXPECT_EQ(status.st_gid, otherUser);
+}
+
+TEST(TemporaryFile, isKnownByItsName) {
+  const std::string id = UUID::random().text();
+  EXPECT_TRUE(TemporaryFile::isNameOfOne(".state.json." + id));
+  for (const std::string& name :
+       {id, "." + id, "state.json." + id, ".state.json" + id, ".state.json." + id.substr(1),
+        std::string(".state.json"), std::string(".")}) {
+    EXPECT_FALSE(TemporaryFile::isNameOfOne(name)) << name;
+  }
 }
 
 }  // namespace

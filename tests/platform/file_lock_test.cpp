@@ -53,6 +53,18 @@ TEST_F(FileLockTest, excludesOtherLocksOfItsOwnProcess) {
   EXPECT_EQ(::flock(other.number(), LOCK_EX | LOCK_NB), -1);
 }
 
+TEST_F(FileLockTest, tellsWhetherItIsHeldAndCreatesNothing) {
+  EXPECT_FALSE(FileLock::isHeld(path));
+  EXPECT_FALSE(fs::exists(path));
+  {
+    const FileLock lock(path);
+    EXPECT_TRUE(FileLock::isHeld(path));
+    EXPECT_TRUE(FileLock::isHeld(path));
+  }
+  EXPECT_FALSE(FileLock::isHeld(path));
+  EXPECT_TRUE(isFree());
+}
+
 TEST_F(FileLockTest, isTriedWithoutWaiting) {
   auto first = FileLock::tryLock(path);
   ASSERT_NE(first, nullptr);

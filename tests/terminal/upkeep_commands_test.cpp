@@ -3,7 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/support/blocked_plan.h"
 #include "tests/support/file_times.h"
+#include "tests/support/records.h"
 #include "tests/terminal/user_terminal.h"
 
 namespace tarnwell::terminal {
@@ -15,6 +17,8 @@ using std::chrono::days;
 using test::UserTerminal;
 using testing::AllOf;
 using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
 
 class PruneCommand : public testing::Test {
  protected:
@@ -84,6 +88,84 @@ TEST_F(PruneCommand, isRefusedWhereACopyCannotBeFound) {
   fs::remove_all(old.parent_path());
   test::writeFile(old.parent_path(), "a file where the folder should be");
   EXPECT_THAT(user.refusal({"prune", "--yes"}), HasSubstr("State Backups"));
+}
+
+// On a system of the test's own, with a hosts file and a stand-in for polkit.
+class DoctorCommand : public testing::Test {
+ protected:
+  void SetUp() override {
+    const std::string obstacle = test::PrivateSystem::obstacle();
+    if (!obstacle.empty()) GTEST_SKIP() << obstacle;
+  }
+
+  // Runs the program, which must leave the home as it was.
+  test::ProcessResult run(const test::Words& words) const {
+    test::Words command{TARNWELL};
+    command.insert(command.end(), words.begin(), words.end());
+    const auto before = test::treeOf(plan.system.home());
+    const auto result = plan.system.run("", command);
+    EXPECT_EQ(result.errors, "");
+    EXPECT_EQ(test::treeOf(plan.system.home()), before);
+    if (words.back() == "--json") test::record("terminal", result.output);
+    return result;
+  }
+  void write(std::string_view text) const {
+    test::writeFile(plan.system.home() / ".local/share/Tarnwell/state.json", text);
+  }
+
+  test::BlockedPlan plan;
+};
+
+TEST_F(DoctorCommand, findsNothingWrongWithAHealthyPlan) {
+  const auto result = run({"doctor"});
+  EXPECT_EQ(result.exitStatus, 0) << result.output;
+  EXPECT_THAT(result.output,
+              AllOf(HasSubstr("✓ The plan can be read: revision 0, 1 task"), Not(HasSubstr("✗"))));
+}
+
+TEST_F(DoctorCommand, saysWhatIsWrongAndWhatToDoNext) {
+  write("{\n  \"schemaVersion\": 2,\n}");
+  const auto result = run({"doctor"});
+  EXPECT_EQ(result.exitStatus, 1);
+  EXPECT_THAT(result.output,
+              AllOf(StartsWith("✗ The data file "),
+                    HasSubstr("is no JSON: line 3, column 1: a key in double quotation marks is "
+                              "missing.\n  There is no copy to go back to.")));
+}
+
+TEST_F(DoctorCommand, callsABlockWithoutASessionAProblem) {
+  test::writeFile(plan.system.hosts(), test::managedBlock);
+  const auto result = run({"doctor"});
+  EXPECT_EQ(result.exitStatus, 1);
+  EXPECT_THAT(result.output, HasSubstr("✗ 2 hosts are blocked without a session"));
+}
+
+TEST_F(DoctorCommand, answersInJSON) {
+  EXPECT_THAT(run({"doctor", "--json"}).output, StartsWith(R"({"findings":[{"area":)"));
+  write("[]");
+  const auto result = run({"doctor", "--json"});
+  EXPECT_EQ(result.exitStatus, 1);
+  EXPECT_THAT(result.output,
+              AllOf(HasSubstr(R"("level":"problem")"), HasSubstr(R"("isHealthy":false)")));
+}
+
+TEST_F(DoctorCommand, makesStoredTextPrintable) {
+  PersistedState state = plan.state();
+  state.activeSession = BlockSession{.group = {.name = "a\x1B[2Jb", .rules = {{.domain = "x.com"}}},
+                                     .mode = SessionMode::flexible,
+                                     .startedAt = test::someInstant,
+                                     .endsAt = test::someInstant};
+  plan.system.plan().save(state);
+  EXPECT_THAT(run({"doctor"}).output, AllOf(HasSubstr("“a�[2Jb”"), Not(HasSubstr("\x1B"))));
+  EXPECT_THAT(run({"doctor", "--json"}).output, Not(HasSubstr("\x1B")));
+}
+
+TEST(DoctorWithoutAPlan, createsNothing) {
+  const UserTerminal user;
+  const auto before = test::treeOf(user.tool().home());
+  const auto result = user.run({"doctor"});
+  EXPECT_THAT(result.output, HasSubstr("There is no plan yet"));
+  EXPECT_EQ(test::treeOf(user.tool().home()), before);
 }
 
 }  // namespace

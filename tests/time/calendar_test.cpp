@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <ctime>
+#include <limits>
 #include <string>
 #include <unordered_set>
 
@@ -239,6 +240,16 @@ TEST(LocalDay, isAKeyOfHashedContainers) {
   EXPECT_EQ(days.size(), 372U);
   EXPECT_EQ(days.count({2025, 3, 9}), 1U);
   EXPECT_EQ(days.count({2024, 3, 9}), 0U);
+}
+
+TEST(Calendar, knowsInstantsOfThousandsOfYears) {
+  for (const double seconds : {0.0, 9e10, -9e10}) {
+    EXPECT_TRUE(Calendar::knows(Instant(seconds)));
+    calendar.day(Instant(seconds));  // does not end the process
+  }
+  for (const double seconds : {1e300, -1e300, std::numeric_limits<double>::quiet_NaN()}) {
+    EXPECT_FALSE(Calendar::knows(Instant(seconds)));
+  }
 }
 
 }  // namespace

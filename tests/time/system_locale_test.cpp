@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/scoped_environment.h"
 #include "tests/support/scratch_folder.h"
 
 namespace tarnwell {
@@ -45,6 +46,22 @@ TEST(SystemLocale, isTheFirstFilesThatNamesOne) {
 TEST(SystemLocale, isNoFolder) {
   const test::ScratchFolder folder;
   EXPECT_EQ(systemLocaleName({folder.path()}), "");
+}
+
+TEST(UserLocale, isTheFirstVariableThatIsSetAndNotEmpty) {
+  const test::ScopedVariable all("LC_ALL", "");
+  const test::ScopedVariable time("LC_TIME", "de_DE.UTF-8");
+  const test::ScopedVariable language("LANG", "en_US.UTF-8");
+  EXPECT_EQ(userLocale().name, "de_DE.UTF-8");
+  EXPECT_EQ(userLocale().variable, "LC_TIME");
+}
+
+TEST(UserLocale, isTheSystemsWithoutAVariable) {
+  const test::ScopedVariable all("LC_ALL", nullptr);
+  const test::ScopedVariable time("LC_TIME", nullptr);
+  const test::ScopedVariable language("LANG", nullptr);
+  EXPECT_EQ(userLocale().name, systemLocaleName());
+  EXPECT_EQ(userLocale().variable, "");
 }
 
 }  // namespace

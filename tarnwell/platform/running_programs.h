@@ -1,0 +1,15 @@
+// The programs that run on this system.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <sys/types.h>
+
+namespace tarnwell {
+
+// Returns the file names of the programs that a user runs. Absent where the system does not tell.
+std::optional<std::vector<std::string>> programsRunBy(uid_t user);
+
+}  // namespace tarnwell

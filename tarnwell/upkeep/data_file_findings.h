@@ -1,0 +1,22 @@
+// The data file as a file, without its content, and the files and folders that a change needs.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "tarnwell/store/local_store.h"
+#include "tarnwell/upkeep/finding.h"
+#include "tarnwell/upkeep/way_back.h"
+
+namespace tarnwell {
+
+struct DataFileExamination {
+  Findings findings{};
+  std::optional<std::string> text{};  // the content, where there is one to look at
+  bool isNotYetThere = false;         // every program begins with an empty plan then
+};
+
+DataFileExamination examineDataFile(const LocalStore& localStore, const WayBack& wayBack,
+                                    bool hasCopies);
+
+}  // namespace tarnwell

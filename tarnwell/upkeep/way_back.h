@@ -1,0 +1,22 @@
+// How to get an earlier plan back where the present one is lost.
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <string>
+
+#include "tarnwell/store/local_store.h"
+
+namespace tarnwell {
+
+// Returns a sentence with the command that restores the newest copy that can be restored, or says
+// that there is none. Reads copies until it finds one.
+std::string wayBackFrom(const LocalStore& localStore, const std::filesystem::path& dailyBackups);
+
+// Returns whether there are copies of the data file or daily backups, whatever they hold.
+bool hasCopies(const LocalStore& localStore, const std::filesystem::path& dailyBackups);
+
+// Makes the sentence when a finding needs it.
+using WayBack = std::function<std::string()>;
+
+}  // namespace tarnwell
