@@ -5,6 +5,7 @@
 #include <array>
 #include <csignal>
 #include <cstdio>
+#include <deque>
 #include <filesystem>
 #include <map>
 #include <memory>
@@ -69,6 +70,15 @@ class GoingBackFaults : public testing::TestWithParam<std::tuple<Way, Failing>> 
     fs::permissions(tool->dataFile(), fs::perms(0600));
     test::writeFile(copiesOf(*tool) / "state-11111111-1111-4111-8111-111111111111.json", earlier_);
     test::writeFile(tool->home() / "backup.json", earlier_);
+    return tool;
+  }
+
+  // Returns a home made ahead, so that the clock has usually moved on since its plan was written.
+  std::unique_ptr<Tool> nextHome() {
+    constexpr std::size_t ahead = 8;
+    while (homes_.size() < ahead) homes_.push_back(newHome());
+    auto tool = std::move(homes_.front());
+    homes_.pop_front();
     tool->awaitSettledPlan();
     return tool;
   }
@@ -82,8 +92,8 @@ class GoingBackFaults : public testing::TestWithParam<std::tuple<Way, Failing>> 
     return process;
   }
 
-  TracedRun runWith(const std::optional<Fault>& fault) const {
-    const auto tool = newHome();
+  TracedRun runWith(const std::optional<Fault>& fault) {
+    const auto tool = nextHome();
     TracedRun run = test::runTraced(command(*tool), fault);
     const bool isChanged = contentOf(tool->dataFile()) != present_;
     checkEnd(run, fault, isChanged);
@@ -145,6 +155,7 @@ class GoingBackFaults : public testing::TestWithParam<std::tuple<Way, Failing>> 
   std::optional<test::ScopedVariable> temporaryFolder_;
   std::string earlier_;
   std::string present_;
+  std::deque<std::unique_ptr<Tool>> homes_;
 };
 
 TEST_P(GoingBackFaults, leaveThePresentPlanOrTheEarlierOne) {

@@ -1,6 +1,7 @@
 // Agents that write at the same time as the user.
 #include <algorithm>
 #include <atomic>
+#include <cstddef>
 #include <string>
 #include <thread>
 
@@ -76,6 +77,28 @@ TEST(WithABusyAgent, aMoveIsMadeAsItWasSeenOrNotAtAll) {
       EXPECT_THAT(result.errors, HasSubstr("The plan changed meanwhile."));
     }
   }
+}
+
+TEST(WithABusyAgent, anUndoTakesBackTheChangeThatWasSeenOrNothing) {
+  constexpr int undos = 5;
+  const UserTerminal user;
+  for (int i = 0; i <= undos; ++i) user.output({"add", "Mine " + std::to_string(i)});
+  std::ptrdiff_t undone = 0;
+  {
+    const BusyAgent agent(user);
+    for (int i = 0; i < undos; ++i) {
+      const auto result = user.run({"undo", "--yes"});
+      undone += result.exitStatus == 0 ? 1 : 0;
+      if (result.exitStatus != 0) {
+        EXPECT_THAT(result.errors, HasSubstr("Nothing was undone."));
+      }
+    }
+  }
+  const auto trail = user.trail();
+  EXPECT_EQ(std::count_if(trail.begin(), trail.end(),
+                          [](const auto& event) { return event.starts_with("user plan.undo:"); }),
+            undone);
+  EXPECT_EQ(trail.size(), static_cast<std::size_t>(user.state().revision));
 }
 
 TEST(WithABusyAgent, numbersStandForTheTasksThatTheyStoodForFirst) {
