@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <string>
 #include <string_view>
 #include <system_error>
+#include <utility>
+#include <vector>
 
 #include "tarnwell/base/checked_arithmetic.h"
 #include "tarnwell/json/json_document.h"
@@ -19,27 +22,51 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// A document in the current version that loads without an error, and the bytes that it was read
-// from. The bytes copied or restored are the bytes checked, even if the file changes meanwhile.
-struct ValidDocument {
-  std::string bytes;
-  PersistedState state;
-};
-
-ValidDocument readValid(const fs::path& path) {
+std::string bytesOf(const fs::path& path) {
   auto bytes = readFile(path);
   if (!bytes) throw FileError("open", path, ENOENT);
-  const JSONDocument document(*bytes);
+  return std::move(*bytes);
+}
+
+// Returns the state in a document. Throws when the document is not in the current version or does
+// not load.
+PersistedState validState(std::string bytes) {
+  const JSONDocument document(std::move(bytes));
   const std::int64_t version = SchemaProbe::read(document).schemaVersion;
   if (version != PersistedState::currentSchemaVersion) {
     throw DataBackupError::legacySchema(version);
   }
-  return {.bytes = std::move(*bytes), .state = LocalStore::stateFrom(document)};
+  return LocalStore::stateFrom(document);
 }
 
-void writeCopy(const std::string& bytes, const fs::path& to) {
+// Returns the folders of a path that do not exist, the innermost first.
+std::vector<fs::path> missingFolders(fs::path folder) {
+  std::vector<fs::path> missing;
+  std::error_code unknown;
+  while (folder.has_relative_path() && !fs::exists(folder, unknown)) {
+    missing.push_back(folder);
+    folder = folder.parent_path();
+  }
+  return missing;
+}
+
+// Copies a valid document. The bytes copied are the bytes checked, even if the file changes
+// meanwhile: they are written under a temporary name, then checked, so that the text is never in
+// memory beside what it is parsed into. A refused document leaves nothing.
+void copyValid(const fs::path& from, const fs::path& to) {
+  std::string bytes = bytesOf(from);
+  const std::vector<fs::path> newFolders = missingFolders(to.parent_path());
   createFolders(to.parent_path());
-  replaceFile(to, bytes);
+  try {
+    FileReplacement copy(to);
+    copy.write(bytes);
+    validState(std::move(bytes));
+    copy.commit();
+  } catch (...) {
+    std::error_code ignored;
+    for (const fs::path& folder : newFolders) fs::remove(folder, ignored);
+    throw;
+  }
 }
 
 constexpr std::string_view dailyPrefix = "Tarnwell-";
@@ -79,10 +106,13 @@ std::int64_t latestRevision(const std::optional<PersistedState>& present,
 }  // namespace
 
 fs::path DataBackupManager::createDailyBackup(Instant now, const Calendar& calendar) const {
-  const ValidDocument live = readValid(localStore_.url());
   fs::path backup = dailyBackup(calendar.day(now));
   std::error_code unknown;
-  if (!fs::exists(backup, unknown)) writeCopy(live.bytes, backup);
+  if (fs::exists(backup, unknown)) {
+    validState(bytesOf(localStore_.url()));
+  } else {
+    copyValid(localStore_.url(), backup);
+  }
   return backup;
 }
 
@@ -109,17 +139,17 @@ std::vector<DailyBackup> DataBackupManager::dailyBackups() const {
 }
 
 void DataBackupManager::exportBackup(const fs::path& destination) const {
-  writeCopy(readValid(localStore_.url()).bytes, destination);
+  copyValid(localStore_.url(), destination);
 }
 
 PersistedState DataBackupManager::restoreBackup(const fs::path& source) const {
-  PersistedState state = readValid(source).state;
+  PersistedState state = validState(bytesOf(source));
   localStore_.save(state);
   return state;
 }
 
 PlanRestore DataBackupManager::decideRestore(const fs::path& source) const {
-  PersistedState backup = readValid(source).state;
+  PersistedState backup = validState(bytesOf(source));
   const auto present = loadIfReadable(localStore_);
   if (present && present->activeSession) throw DataBackupError::blockingSession();
 

@@ -41,7 +41,7 @@ class DataBackupManagerTest : public testing::Test {
     writeFile(folder / "live/state.json", document);
     expectError(error, [&] { backUp(); });
     expectError(error, [&] { manager.exportBackup(folder / "export.json"); });
-    EXPECT_FALSE(fs::exists(backups));
+    EXPECT_FALSE(fs::exists(backups.parent_path()));
     EXPECT_FALSE(fs::exists(folder / "export.json"));
 
     writeFile(folder / "backup.json", document);
