@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "tarnwell/base/printable_text.h"
+#include "tarnwell/base/version.h"
 #include "tarnwell/platform/standard_streams.h"
 #include "tarnwell/terminal/commands.h"
 #include "tarnwell/terminal/completion.h"
@@ -113,7 +114,8 @@ int complete(const std::vector<std::string>& words, const Console& console) {
 int dispatch(std::vector<std::string> words, const Console& console) {
   const std::string first = words.empty() ? "" : words.front();
   if (first == "--version") {
-    return statusAfter(console.printText("tarnwell " TARNWELL_VERSION "\n"), console, succeeded);
+    return statusAfter(console.printText("tarnwell " + std::string(versionText) + "\n"), console,
+                       succeeded);
   }
   if (first == "--help" || first == "-h") return explain({}, console);
   if (first == "help") return explain({words.begin() + 1, words.end()}, console);

@@ -10,6 +10,7 @@
 
 #include "tarnwell/agent/data_directory.h"
 #include "tarnwell/base/error.h"
+#include "tarnwell/base/version.h"
 #include "tarnwell/platform/file.h"
 #include "tarnwell/platform/file_lock.h"
 #include "tarnwell/platform/standard_streams.h"
@@ -50,7 +51,7 @@ int perform(const WatchOptions& options, Messages& messages) {
       std::cout << watchHelp;
       return EXIT_SUCCESS;
     case WatchOptions::Task::showVersion:
-      std::cout << "tarnwell-watch " << TARNWELL_VERSION << '\n';
+      std::cout << "tarnwell-watch " << versionText << '\n';
       return EXIT_SUCCESS;
   }
   return wrongArguments;

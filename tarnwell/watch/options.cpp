@@ -6,6 +6,7 @@ namespace tarnwell {
 namespace {
 
 constexpr std::string_view notifyChanges = "--notify-changes";
+constexpr std::string_view prune = "--prune";
 
 struct TaskOption {
   std::string_view name;
@@ -29,13 +30,14 @@ std::optional<WatchOptions::Task> taskNamed(std::string_view name) {
 
 }  // namespace
 
-const std::string_view watchHelp = R"(usage: tarnwell watch [--notify-changes]
-       tarnwell watch --install [--notify-changes] | --uninstall | --status
+const std::string_view watchHelp = R"(usage: tarnwell watch [--notify-changes] [--prune]
+       tarnwell watch --install [--notify-changes] [--prune] | --uninstall | --status
 
 Rings the reminders of the plan, protects and ends website blocking, makes the daily backup, and
 prints each change that is not your own. Runs until it is ended (Ctrl-C).
 
   --notify-changes  show these changes as notifications too
+  --prune           delete old copies once a day, as tarnwell prune does
   --install         run as a service of this user from now on (systemd), with these options
   --uninstall       end and remove the service
   --status          say whether it is installed and runs
@@ -51,6 +53,8 @@ std::optional<WatchOptions> parseWatchOptions(const std::vector<std::string>& ar
     const auto task = taskNamed(argument);
     if (argument == notifyChanges) {
       options.notifiesChanges = true;
+    } else if (argument == prune) {
+      options.prunes = true;
     } else if (!task) {
       problem = "unknown argument: " + argument;
       return std::nullopt;
@@ -65,8 +69,10 @@ std::optional<WatchOptions> parseWatchOptions(const std::vector<std::string>& ar
 }
 
 std::vector<std::string> argumentsOf(const WatchOptions& options) {
-  if (options.notifiesChanges) return {std::string(notifyChanges)};
-  return {};
+  std::vector<std::string> arguments;
+  if (options.notifiesChanges) arguments.emplace_back(notifyChanges);
+  if (options.prunes) arguments.emplace_back(prune);
+  return arguments;
 }
 
 }  // namespace tarnwell

@@ -13,6 +13,7 @@ struct WatchOptions {
 
   Task task = Task::run;
   bool notifiesChanges = false;
+  bool prunes = false;
 
   friend bool operator==(const WatchOptions&, const WatchOptions&) = default;
 };

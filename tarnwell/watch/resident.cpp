@@ -7,6 +7,7 @@
 
 #include "tarnwell/base/printable_text.h"
 #include "tarnwell/blocking/domain_rules.h"
+#include "tarnwell/platform/file_error.h"
 #include "tarnwell/time/calendar.h"
 #include "tarnwell/watch/watch_texts.h"
 
@@ -17,20 +18,13 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr Duration longestRemembered = std::chrono::hours(24);
+constexpr Duration betweenReadings = std::chrono::minutes(1);
 
 std::string proposalKey(const UUID& id) { return "tarnwell.proposal." + id.text(); }
 
 std::string titleIn(const PersistedState& state, const UUID& taskID) {
   const FocusTask* const task = findTask(state.tasks, taskID);
   return task == nullptr ? "a task that is gone" : task->title;
-}
-
-std::vector<std::string> blockedHosts(const DomainGroup& group) {
-  std::vector<std::string> domains;
-  for (const DomainRule& rule : group.rules) {
-    if (rule.isEnabled) domains.push_back(rule.domain);
-  }
-  return DomainRules::expandedHosts(domains);
 }
 
 Notification proposalNotification(const PlanningProposal& proposal, std::size_t number,
@@ -55,11 +49,12 @@ void Resident::launch() {
 }
 
 void Resident::planChanged() {
-  if (const auto state = readPlan()) takeUp(*state);
+  isPlanStale_ = true;
   look();
 }
 
 void Resident::look() {
+  if (isPlanStale_) takeUpPlan();
   const Instant now = parts_.now();
   desk_.ring(now);
   tellMissed();
@@ -76,12 +71,19 @@ Instant Resident::nextWake() const {
   ++tomorrow.day;
   constexpr Duration aDay = std::chrono::hours(24);
   Instant next = calendar.date(tomorrow).value_or(now + aDay);
+  if (isPlanStale_) next = std::min(next, now + betweenReadings);
   if (const auto ring = desk_.nextRing()) next = std::min(next, *ring);
   if (const auto decision = keeper_.nextDecision()) next = std::min(next, *decision);
   return next;
 }
 
 // What could be read before stays in force while the file cannot be read.
+void Resident::takeUpPlan() {
+  const auto state = readPlan();
+  isPlanStale_ = state == nullptr;
+  if (state) takeUp(*state);
+}
+
 std::shared_ptr<const PersistedState> Resident::readPlan() {
   try {
     auto state = LocalStore(parts_.dataFile).loadShared();
@@ -180,7 +182,7 @@ void Resident::keepBlocking() {
 BlockingStatus Resident::blockStatus() const {
   if (!session_) return BlockingStatus::inactive;
   try {
-    return parts_.hosts.status(blockedHosts(session_->group));
+    return parts_.hosts.status(DomainRules::blockedHosts(session_->group));
   } catch (const DomainRuleError&) {
     return BlockingStatus::mismatch;  // what is stored cannot be blocked
   }
@@ -212,9 +214,19 @@ void Resident::backUp() {
         .createDailyBackup(parts_.now(), calendar);
     backedUp_ = today;
     parts_.messages.report("daily backup", "");
+    prune();
+  } catch (const FileError& error) {
+    parts_.messages.report("daily backup", error.reason());  // the temporary name differs each time
   } catch (const std::exception& error) {
     parts_.messages.report("daily backup", error.what());
   }
+}
+
+void Resident::prune() {
+  if (!parts_.work.prune) return;
+  parts_.jobs.run(parts_.work.prune, [this](const std::string& problem) {
+    parts_.messages.report("old copies", problem);
+  });
 }
 
 void Resident::serviceAppeared() {

@@ -28,9 +28,11 @@
 
 namespace tarnwell {
 
-// Work on the plan that may open a prompt. Each returns what went wrong; nothing on success.
+// Work on the plan that may open a prompt or take long. Each returns what went wrong; nothing on
+// success.
 struct ResidentWork {
   std::function<std::string()> recoverBlocking;
+  std::function<std::string()> prune{};  // empty where the user does not want it
   std::function<std::string(const UUID& taskID)> startTask;
   std::function<std::string(const UUID& taskID)> completeTask;
 };
@@ -69,6 +71,7 @@ class Resident : private NotificationService::Listener {
   Instant nextWake() const;
 
  private:
+  void takeUpPlan();
   std::shared_ptr<const PersistedState> readPlan();
   void takeUp(const PersistedState& state);
   void planReminders(const PersistedState& state);
@@ -80,6 +83,7 @@ class Resident : private NotificationService::Listener {
   BlockingStatus blockStatus() const;
   void recoverBlocking();
   void backUp();
+  void prune();
 
   void serviceAppeared() override;
   void serviceDisappeared(const std::string& reason) override;
@@ -97,6 +101,7 @@ class Resident : private NotificationService::Listener {
   std::optional<BlockSession> session_;  // as the plan has it
   std::vector<UUID> proposals_;          // the pending ones
   bool hasReadPlan_ = false;
+  bool isPlanStale_ = false;  // it has changed, and could not be read since
   bool hasDataFile_ = false;
   std::optional<LocalDay> backedUp_;
 };

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -19,6 +20,7 @@
 #include "tarnwell/platform/find_program.h"
 #include "tarnwell/store/data_backup_manager.h"
 #include "tarnwell/store/plan_watcher.h"
+#include "tarnwell/upkeep/pruning.h"
 #include "tarnwell/watch/desktop_notifications.h"
 #include "tarnwell/watch/end_signals.h"
 #include "tarnwell/watch/event_loop.h"
@@ -82,8 +84,19 @@ std::string runUserCommand(const std::string& command, const UUID& taskID) {
   return errors.empty() ? "tarnwell " + command + " failed." : std::string(errors);
 }
 
-ResidentWork workOn(const DataDirectory& directory) {
+std::string prune(const DataDirectory& directory) {
+  pruneCopies({.localStore = LocalStore(directory.dataFile()),
+               .hostsBackups = directory.hostsBackups(),
+               .now = Instant::now(),
+               .calendar = Calendar::current()});
+  return {};
+}
+
+ResidentWork workOn(const DataDirectory& directory, const WatchOptions& options) {
+  std::function<std::string()> pruning;
+  if (options.prunes) pruning = [directory] { return prune(directory); };
   return {.recoverBlocking = [directory] { return recoverBlocking(directory); },
+          .prune = pruning,
           .startTask = [](const UUID& id) { return runUserCommand("start", id); },
           .completeTask = [](const UUID& id) { return runUserCommand("done", id); }};
 }
@@ -124,7 +137,7 @@ void runUntilSignal(const DataDirectory& directory, const WatchOptions& options,
                      .jobs = jobs,
                      .memory = memory,
                      .messages = messages,
-                     .work = workOn(directory),
+                     .work = workOn(directory, options),
                      .now = &Instant::now,
                      .notifiesChanges = options.notifiesChanges});
 

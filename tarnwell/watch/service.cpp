@@ -55,6 +55,7 @@ void installService(const WatchOptions& options, Messages& messages) {
   std::vector<std::string> command = argumentsOf(options);
   command.insert(command.begin(), program->string());
   const fs::path file = unitFile();
+  requireSystemctl({"show-environment"});  // before anything is written
   createFolders(file.parent_path());
   replaceFile(file, serviceUnit(command, environmentOfThePlan()));
   requireSystemctl({"daemon-reload"});

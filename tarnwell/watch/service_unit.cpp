@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "tarnwell/platform/application_support.h"
+#include "tarnwell/watch/packaged_unit.h"
 
 namespace tarnwell {
 namespace {
@@ -33,42 +34,22 @@ std::string quotedForUnit(std::string_view text, bool isCommand) {
   return quoted + '"';
 }
 
-// Options that imply NoNewPrivileges, or a user namespace, are left out: pkexec, which asks for the
-// approval of website blocking, needs its set-uid bit. Status 1 is a refusal and 2 a wrong
-// argument: starting again would change neither.
-constexpr std::string_view beforeTheCommand = R"([Unit]
-Description=Tarnwell: reminders, website blocking, backups
-Documentation=man:tarnwell(1)
-
-[Service]
-)";
-
-constexpr std::string_view afterTheCommand = R"(Restart=on-failure
-RestartSec=5
-RestartPreventExitStatus=1 2
-TimeoutStopSec=5
-UMask=0077
-LimitCORE=0
-LimitNOFILE=256
-TasksMax=64
-OOMScoreAdjust=200
-
-[Install]
-WantedBy=default.target
-)";
+// What the unit of the package runs, for every user and in the environment of the session.
+constexpr std::string_view packagedCommand = "ExecStart=tarnwell-watch\n";
 
 }  // namespace
 
 std::string serviceUnit(const std::vector<std::string>& command,
                         const EnvironmentList& environment) {
-  std::string unit(beforeTheCommand);
+  std::string lines;
   for (const auto& [name, value] : environment) {
-    unit += "Environment=" + quotedForUnit(name + "=" + value, false) + "\n";
+    lines += "Environment=" + quotedForUnit(name + "=" + value, false) + "\n";
   }
-  unit += "ExecStart=";
-  for (const std::string& argument : command) unit += quotedForUnit(argument, true) + " ";
-  unit.back() = '\n';
-  return unit + std::string(afterTheCommand);
+  lines += "ExecStart=";
+  for (const std::string& argument : command) lines += quotedForUnit(argument, true) + " ";
+  lines.back() = '\n';
+  std::string unit(packagedUnit);
+  return unit.replace(unit.find(packagedCommand), packagedCommand.size(), lines);
 }
 
 EnvironmentList environmentOfThePlan() {

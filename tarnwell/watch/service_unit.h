@@ -10,7 +10,8 @@ namespace tarnwell {
 
 using EnvironmentList = std::vector<std::pair<std::string, std::string>>;
 
-// The command begins with the program's absolute path.
+// Returns the unit of the package with another command, which begins with the program's absolute
+// path, and with an environment of its own.
 std::string serviceUnit(const std::vector<std::string>& command,
                         const EnvironmentList& environment);
 

@@ -8,6 +8,7 @@
 #include "tarnwell/json/json_encode.h"
 #include "tarnwell/platform/atomic_file.h"
 #include "tarnwell/platform/file.h"
+#include "tarnwell/platform/file_error.h"
 
 namespace tarnwell {
 namespace {
@@ -81,6 +82,9 @@ void WatchMemory::save() {
     createFolders(file_.parent_path());
     replaceFile(file_, encodeJSON(Content{announcements_}, JSONLayout::indented));
     problem_.clear();
+  } catch (const FileError& error) {
+    // Without the temporary name, which differs each time: the same problem is the same text.
+    problem_ = file_.string() + ": " + error.reason();
   } catch (const std::exception& error) {
     problem_ = error.what();
   }

@@ -16,14 +16,16 @@ done
 export ZIG_GLOBAL_CACHE_DIR="$PWD/$folder/cache"
 target=$(sed -n 's/^set(CMAKE_OSX_DEPLOYMENT_TARGET \([0-9.]*\).*/\1/p' CMakeLists.txt)
 
-generated="$folder/generated/tarnwell/base"
-mkdir -p "$generated"
+generated="$folder/generated/tarnwell"
+mkdir -p "$generated/base" "$generated/watch"
 version=$(sed -n 's/^project(tarnwell VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
-sed "s/@PROJECT_VERSION@/$version/" tarnwell/base/version.h.in > "$generated/version.h"
+sed "s/@PROJECT_VERSION@/$version/" tarnwell/base/version.h.in > "$generated/base/version.h"
+header=$(<tarnwell/watch/packaged_unit.h.in)
+unit=$(<packaging/tarnwell-watch.service)
+printf '%s\n' "${header/@TARNWELL_WATCH_UNIT@/"$unit"$'\n'}" > "$generated/watch/packaged_unit.h"
 
 flags=(-std=c++20 -O1 -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
-  -I. -I "$folder/generated" -isystem "$headers" -isystem tests/macos/include
-  "-DTARNWELL_VERSION=\"$version\"")
+  -I. -I "$folder/generated" -isystem "$headers" -isystem tests/macos/include)
 for machine in aarch64 x86_64; do
   objects="$folder/$machine"
   mkdir -p "$objects"

@@ -33,9 +33,10 @@ TEST(WatchOptions, nameOneTask) {
 }
 
 TEST(WatchOptions, ofAnInstallationAreThoseOfTheService) {
-  const auto options = parse({"--notify-changes", "--install"});
-  EXPECT_EQ(options, (WatchOptions{.task = Task::install, .notifiesChanges = true}));
-  EXPECT_EQ(parse(argumentsOf(*options)), (WatchOptions{.notifiesChanges = true}));
+  const auto options = parse({"--notify-changes", "--install", "--prune"});
+  EXPECT_EQ(options,
+            (WatchOptions{.task = Task::install, .notifiesChanges = true, .prunes = true}));
+  EXPECT_EQ(parse(argumentsOf(*options)), (WatchOptions{.notifiesChanges = true, .prunes = true}));
   EXPECT_TRUE(argumentsOf(WatchOptions()).empty());
 }
 

@@ -41,6 +41,7 @@ class ResidentTest : public testing::Test {
         .memory = *memory_,
         .messages = *messages_,
         .work = {.recoverBlocking = [this] { return work("recover"); },
+                 .prune = pruning,
                  .startTask = [this](const UUID& id) { return work("start " + id.text()); },
                  .completeTask = [this](const UUID& id) { return work("done " + id.text()); }},
         .now = [this] { return now; },
@@ -122,6 +123,7 @@ class ResidentTest : public testing::Test {
   std::vector<std::string> workDone;
   std::string problemOfWork;
   bool notifiesChanges = false;
+  std::function<std::string()> pruning;
 
  private:
   std::optional<WatchMemory> memory_;

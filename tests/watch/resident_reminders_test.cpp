@@ -244,6 +244,18 @@ TEST_F(ResidentReminders, goOnRingingWhileThePlanCannotBeRead) {
   EXPECT_THAT(desktop.takeTexts(), IsEmpty());
 }
 
+// Such as one that was closed to the user: opening it again is no change of the file.
+TEST_F(ResidentReminders, ofAPlanThatCouldNotBeReadRingAMinuteAfterItCanAtTheLatest) {
+  addTask(taskAt("Write", now));
+  const std::string plan = test::contentOf(localStore.url());
+  test::writeFile(localStore.url(), "{");
+  launch();
+  EXPECT_THAT(takeProblems(), HasSubstr("plan: "));
+  test::writeFile(localStore.url(), plan);
+  wait(1min);
+  EXPECT_THAT(desktop.takeTexts(), ElementsAre("Write: Ready to begin (1 minute ago)"));
+}
+
 TEST_F(ResidentReminders, ofAPlanThatIsDeletedAreDroppedAndComeBackWithIt) {
   addTask(taskAt("Write", now + 10min));
   launch();

@@ -198,6 +198,17 @@ TEST_F(ResidentBackups, areMadeAtLaunchAndAtTheBeginningOfEachDay) {
   EXPECT_THAT(backups(), ElementsAre("Tarnwell-2025-03-04.json", "Tarnwell-2025-03-05.json"));
 }
 
+TEST_F(ResidentBackups, areFollowedByPruningWhereTheUserWantsIt) {
+  pruning = [this] { return work("prune"); };
+  addTask(test::makeTask("Write"));
+  launch();
+  wait(24h);
+  EXPECT_THAT(workDone, ElementsAre("recover", "prune", "prune"));
+  problemOfWork = "no luck";
+  wait(24h);
+  EXPECT_THAT(takeProblems(), HasSubstr("old copies: no luck"));
+}
+
 TEST_F(ResidentBackups, waitForAPlan) {
   launch();
   wait(24h);

@@ -1,9 +1,12 @@
 #include "tarnwell/watch/service_unit.h"
 
+#include <regex>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/support/scoped_environment.h"
+#include "tests/support/scratch_folder.h"
 
 namespace tarnwell {
 namespace {
@@ -23,6 +26,12 @@ TEST(ServiceUnit, startsTheCommandInTheEnvironment) {
   EXPECT_THAT(unit, HasSubstr("\nEnvironment=\"XDG_DATA_HOME=/data\"\n"));
 }
 
+TEST(ServiceUnit, keepsTheOtherSettingsOfThePackage) {
+  const std::string packaged = test::contentOf(TARNWELL_WATCH_UNIT);
+  EXPECT_EQ(serviceUnit({"/bin/true"}, {}),
+            std::regex_replace(packaged, std::regex("ExecStart=.*"), "ExecStart=\"/bin/true\""));
+}
+
 TEST(ServiceUnit, keepsEveryTextAsItIs) {
   const std::string unit = serviceUnit({"/a$b%c\"d\\e"}, {{"TZ", "$b%c\"d\\e\nf"}});
   EXPECT_THAT(unit, HasSubstr(R"(ExecStart="/a$$b%%c\"d\\e")"));
@@ -36,7 +45,7 @@ TEST(ServiceUnit, leavesSetUidProgramsTheirRights) {
        {"NoNewPrivileges", "Private", "Protect", "Restrict", "SystemCall", "MemoryDenyWriteExecute",
         "LockPersonality", "DynamicUser", "Capability", "ReadOnly", "Inaccessible", "TemporaryFile",
         "BindPaths", "RootDirectory"}) {
-    EXPECT_THAT(unit, Not(HasSubstr(option)));
+    EXPECT_THAT(unit, Not(HasSubstr("\n" + std::string(option))));
   }
 }
 
