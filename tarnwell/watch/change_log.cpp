@@ -39,7 +39,7 @@ std::string lineOf(const ForeignChange& change, Instant now) {
   std::string line = clockText(change.event.timestamp, now) + "  " +
                      std::string(textOf(*change.event.source)) + "  " +
                      printable(*change.event.action);
-  if (!change.title.empty()) line += "  " + quoted(change.title);
+  if (!change.title.empty()) line += "  " + quotedText(change.title);
   return line;
 }
 

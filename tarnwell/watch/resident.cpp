@@ -147,7 +147,7 @@ void Resident::tellMissed() {
   if (missed.empty()) return;
   std::string line = "Missed:";
   for (const ReminderRequest& request : missed) {
-    line += (line.ends_with(':') ? " " : ", ") + quoted(request.title) + " at " +
+    line += (line.ends_with(':') ? " " : ", ") + quotedText(request.title) + " at " +
             clockText(request.fireDate, parts_.now());
   }
   parts_.messages.say(line);
@@ -254,8 +254,9 @@ void Resident::buttonPressed(const std::string& key, const std::string& action) 
       [&work, id = request->taskID] { return work(id); },
       [this, what, title = request->title, key](const std::string& problem) {
         if (problem.empty()) return;
-        parts_.messages.report(what + quoted(title), problem);
-        outbox_.post({.key = key + ".problem", .summary = what + quoted(title), .body = problem});
+        parts_.messages.report(what + quotedText(title), problem);
+        outbox_.post(
+            {.key = key + ".problem", .summary = what + quotedText(title), .body = problem});
         outbox_.deliver(parts_.now());
       });
 }

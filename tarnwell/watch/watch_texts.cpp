@@ -46,7 +46,7 @@ std::string latenessText(Duration lateness) {
   return ago(minutes / perDay, "day");
 }
 
-std::string quoted(std::string_view text) { return '"' + printable(text) + '"'; }
+std::string quotedText(std::string_view text) { return '"' + printable(text) + '"'; }
 
 std::string withoutMarkup(std::string_view text) {
   std::string escaped;

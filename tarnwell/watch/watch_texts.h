@@ -16,7 +16,7 @@ std::string clockText(Instant instant, Instant now);
 std::string latenessText(Duration lateness);
 
 // Returns stored text between quotation marks, safe to print.
-std::string quoted(std::string_view text);
+std::string quotedText(std::string_view text);
 
 // Escapes text so that a desktop that reads markup shows it unchanged.
 std::string withoutMarkup(std::string_view text);

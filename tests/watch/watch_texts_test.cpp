@@ -36,7 +36,7 @@ TEST(WatchTexts, tellLatenessFromAMinuteOn) {
 }
 
 TEST(WatchTexts, quoteWhatATerminalWouldObey) {
-  EXPECT_EQ(quoted("a\x1B[2J\n"), "\"a\uFFFD[2J\uFFFD\"");
+  EXPECT_EQ(quotedText("a\x1B[2J\n"), "\"a\uFFFD[2J\uFFFD\"");
 }
 
 TEST(WatchTexts, escapeWhatADesktopWouldTakeForMarkup) {
