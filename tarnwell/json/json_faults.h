@@ -1,5 +1,5 @@
-// Finds everything that keeps a JSON value from being read as a record, member by member, where
-// reading stops at the first.
+// Finds every fault that keeps a JSON value from being read as a record; reading stops at the
+// first.
 #pragma once
 
 #include <optional>
@@ -22,7 +22,7 @@ struct JSONFault {
 
 using JSONFaults = std::vector<JSONFault>;
 
-// Says what a value of the type must be.
+// Returns the requirement for a value of the type.
 template <class T>
 std::string expectationOf() {
   if constexpr (std::is_same_v<T, bool>) {
@@ -76,8 +76,7 @@ void findFaultsOfMembers(ObjectReader members, const std::tuple<Field<Owner, Mem
              fields);
 }
 
-// Appends what keeps the value at `path` from being read. Appends nothing exactly when `decode`
-// reads it.
+// Appends the faults of the value at `path`; none exactly when `decode` reads it.
 template <class T>
 void findFaults(JSONElement element, const std::string& path, JSONFaults& faults) {
   if constexpr (isRequired<T>) {

@@ -19,7 +19,7 @@ bool isHexadecimal(char c) {
   return isDigit(c) || ('a' <= c && c <= 'f') || ('A' <= c && c <= 'F');
 }
 
-// Returns the size of the text's longest beginning that is UTF-8.
+// Returns the size of the longest beginning that is valid UTF-8.
 std::size_t validSize(std::string_view text) {
   constexpr std::size_t longestCharacter = 4;
   std::size_t at = 0;
@@ -32,8 +32,7 @@ std::size_t validSize(std::string_view text) {
   return std::min(at, text.size());
 }
 
-// Reads values until the first fault. Each function returns whether it found none; after a fault,
-// `at_` is its place.
+// Reads values up to the first fault. Each function returns false at a fault, whose place is `at_`.
 class Scanner {
  public:
   explicit Scanner(std::string_view text) : text_(text) {}
@@ -57,7 +56,7 @@ class Scanner {
     return at_ == text_.size();
   }
 
-  // Skips white space. Returns NUL at the end, and elsewhere what follows.
+  // Skips white space. Returns the next character, or NUL at the end.
   char next() { return isAtEnd() ? '\0' : text_[at_]; }
 
   bool isTaken(char c) {

@@ -1,5 +1,5 @@
-// Where and why a text is no JSON. The parser only says that it is none; this is for telling a
-// person, after the parser has refused the text.
+// Where and why a text is not JSON, for a message to the user after the parser has refused the text
+// without a reason.
 #pragma once
 
 #include <cstddef>

@@ -25,7 +25,7 @@ std::optional<std::vector<std::string>> programsRunBy(uid_t user) {
     std::getline(std::ifstream(process / "cmdline", std::ios::binary), command, '\0');
     if (!command.empty()) programs.push_back(fs::path(command).filename().string());
   }
-  // A system without /proc, or with an empty one, tells nothing: this process runs, too.
+  // At least this process runs: an empty list means that /proc is missing or empty.
   if (programs.empty()) return std::nullopt;
   return programs;
 }

@@ -1,4 +1,4 @@
-// The programs that run on this system.
+// The running programs of this system.
 #pragma once
 
 #include <optional>
@@ -9,7 +9,7 @@
 
 namespace tarnwell {
 
-// Returns the file names of the programs that a user runs. Absent where the system does not tell.
+// Returns the file names of a user's running programs. Absent where the system does not tell.
 std::optional<std::vector<std::string>> programsRunBy(uid_t user);
 
 }  // namespace tarnwell

@@ -1,5 +1,5 @@
-// Copies that programs keep of a file before they replace it: finding them, and choosing those that
-// may go.
+// Copies of a file that programs keep before they replace it: finds them, and chooses the
+// expendable ones.
 #pragma once
 
 #include <cstdint>
@@ -31,8 +31,8 @@ struct CopyNames {
   bool include(std::string_view name) const;
 };
 
-// Returns the copies in a folder, newest first: the regular files with such a name. Links, folders
-// and files with other names are none. Throws FileError when the folder cannot be read.
+// Returns the copies in a folder, newest first: the regular files with such a name. Throws
+// FileError when the folder cannot be read.
 std::vector<KeptCopy> copiesIn(const std::filesystem::path& folder, const CopyNames& names);
 
 // Returns the copies, in their order, that may be deleted. Keeps the newest of all, every copy of

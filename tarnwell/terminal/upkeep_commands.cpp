@@ -1,4 +1,4 @@
-// The commands that look after the plan from the outside: doctor and prune.
+// The commands doctor and prune.
 #include <algorithm>
 
 #include "tarnwell/base/text.h"

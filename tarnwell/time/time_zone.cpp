@@ -19,7 +19,7 @@ namespace {
 bool isLetter(char c) { return ('a' <= c && c <= 'z') || ('A' <= c && c <= 'Z'); }
 bool isDigit(char c) { return '0' <= c && c <= '9'; }
 
-// Whether the value states its rule by itself, as "CET-1CEST" and "<+0530>-5:30" do.
+// Returns whether the value contains its rule, as "CET-1CEST" and "<+0530>-5:30" do.
 bool isRule(std::string_view value) {
   constexpr std::size_t shortestName = 3;
   const bool isQuoted = value.starts_with('<');
@@ -45,7 +45,7 @@ bool isKnownValue(std::string_view value) {
   return value.empty() || isRule(value) || isZoneFile(value);
 }
 
-// The end of ".../zoneinfo/Europe/Berlin"; empty where /etc/localtime is a file of its own.
+// Returns the end of ".../zoneinfo/Europe/Berlin"; empty where /etc/localtime is not a link.
 std::string systemZoneName() {
   constexpr std::string_view folder = "zoneinfo/";
   std::error_code unknown;

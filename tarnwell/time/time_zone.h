@@ -1,4 +1,4 @@
-// The time zone of the process, as a person knows it.
+// The time zone of the process, as the user knows it.
 #pragma once
 
 #include <chrono>
@@ -9,13 +9,13 @@
 namespace tarnwell {
 
 struct TimeZone {
-  std::string name{};         // of TZ, otherwise of the system's zone; empty where neither tells
-  bool isOfVariable = false;  // TZ names it
-  bool isKnown = true;        // otherwise libc uses UTC without a word
+  std::string name{};             // from TZ, otherwise the system's; empty without either
+  bool isOfVariable = false;      // TZ names it
+  bool isKnown = true;            // otherwise libc silently uses UTC
   std::chrono::seconds offset{};  // ahead of UTC at the instant asked for
 };
 
-// Takes up a time zone changed since the last call.
+// Rereads the time zone, which may have changed.
 TimeZone timeZoneAt(Instant instant);
 
 // Returns "UTC", "UTC+05:45" or "UTC-03:30".

@@ -42,7 +42,7 @@ std::string nameOf(const Examination& examination) {
 
 std::string hostsText(std::size_t count) { return countText(count, "host", "hosts"); }
 
-// The hosts of `some` that `others` lacks, of many the first few.
+// Returns the hosts of `some` that `others` lacks; of many, the first few.
 std::string listOf(const Hosts& some, const Hosts& others) {
   constexpr std::size_t most = 5;
   std::vector<std::string> missing;
@@ -56,7 +56,7 @@ std::string listOf(const Hosts& some, const Hosts& others) {
   return list;
 }
 
-// The hosts that the block lists. Throws FileError and HostsDocumentError.
+// Returns the hosts that the block lists. Throws FileError and HostsDocumentError.
 Hosts blockedHosts(const fs::path& hosts) {
   return HostsDocument(readFile(hosts).value_or("")).managedHosts();
 }
@@ -176,7 +176,7 @@ Findings examineHostsFile(const Examination& examination,
 }
 
 bool isAuthenticationAgent(std::string_view program) {
-  // Desktops whose shell is the agent itself.
+  // Desktops whose shell is itself the agent.
   constexpr std::array<std::string_view, 5> shells = {"gnome-shell", "cinnamon", "cosmic-osd",
                                                       "soteria", "pkttyagent"};
   if (std::find(shells.begin(), shells.end(), program) != shells.end()) return true;

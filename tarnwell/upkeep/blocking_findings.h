@@ -1,4 +1,4 @@
-// Whether websites can be blocked, and whether the hosts file blocks what the session says.
+// Whether websites can be blocked, and whether the hosts file agrees with the session.
 #pragma once
 
 #include <optional>
@@ -10,12 +10,12 @@
 
 namespace tarnwell {
 
-// Compares the hosts file with the stored session. Only looks whether it can be read where there is
-// no state to compare it with.
+// Compares the hosts file with the stored session; without a state, only checks that it can be
+// read.
 Findings examineHostsFile(const Examination& examination,
                           const std::optional<PersistedState>& state);
 
-// Looks at the administrator's prompt.
+// Checks the administrator's prompt.
 Findings examineApproval(const Examination& examination);
 
 // Whether a program of that name asks for an administrator's password on behalf of polkit.

@@ -20,7 +20,7 @@ namespace {
 
 constexpr auto area = FindingArea::dataFile;
 
-// Returns why this process may not do everything in `mode` with what is there; 0 where it may.
+// Returns the error number that denies this process the access in `mode`; 0 if it is granted.
 int denial(const fs::path& path, int mode) {
   return ::faccessat(AT_FDCWD, path.c_str(), mode, AT_EACCESS) == 0 ? 0 : errno;
 }
@@ -41,7 +41,7 @@ bool isLink(const fs::path& path) {
   return fs::is_symlink(path, unknown);
 }
 
-// The folder on the way to the path that may not be passed; otherwise the path itself.
+// Returns the folder on the way to the path that denies passage; otherwise the path itself.
 fs::path deniedPart(const fs::path& path) {
   fs::path part;
   for (const auto& name : path.parent_path()) {
@@ -96,7 +96,7 @@ Finding missing(const fs::path& path, const WayBack& wayBack, bool hasCopies) {
               R"(Begin one: tarnwell add "My first task")");
 }
 
-// The folders that a change writes to. One that is not there yet is created.
+// Returns the folders that a change writes to. A change creates missing ones.
 std::set<fs::path> foldersOf(const LocalStore& localStore) {
   std::error_code unknown;
   const fs::path target = fs::canonical(localStore.url(), unknown);  // where it is a link
@@ -147,7 +147,7 @@ void addFindingOfPrivacy(const fs::path& path, Findings& findings) {
                           "Keep it private: chmod 600 " + inShell(path)));
 }
 
-// Returns the content where there is one to look at. Adds why there is none.
+// Returns the content, or adds the reason why there is none.
 std::optional<std::string> readContent(const fs::path& path, const WayBack& wayBack, bool hasCopies,
                                        Findings& findings) {
   try {

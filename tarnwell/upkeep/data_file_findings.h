@@ -12,8 +12,8 @@ namespace tarnwell {
 
 struct DataFileExamination {
   Findings findings{};
-  std::optional<std::string> text{};  // the content, where there is one to look at
-  bool isNotYetThere = false;         // every program begins with an empty plan then
+  std::optional<std::string> text{};  // the content, if readable
+  bool isNotYetThere = false;         // programs then start with an empty plan
 };
 
 DataFileExamination examineDataFile(const LocalStore& localStore, const WayBack& wayBack,

@@ -18,7 +18,7 @@ void append(Findings more, Findings& findings) {
   std::move(more.begin(), more.end(), std::back_inserter(findings));
 }
 
-// Returns the state where the plan works, adding what is in its way elsewhere.
+// Returns the state if the plan works, and otherwise adds the reasons.
 std::optional<PersistedState> examineDocumentOf(const Examination& examination,
                                                 Findings& findings) {
   const LocalStore& localStore = examination.localStore;

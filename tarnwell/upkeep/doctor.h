@@ -1,5 +1,5 @@
-// Answers why nothing works: looks at the data file, at the plan, at the hosts file and at what
-// they need, and changes nothing.
+// Diagnoses why something does not work: examines the data file, the plan, the hosts file and their
+// surroundings. Changes nothing.
 #pragma once
 
 #include <filesystem>
@@ -17,11 +17,11 @@ namespace tarnwell {
 // Returns the program through which an administrator approves changes of the hosts file.
 std::filesystem::path defaultApprovalProgram();
 
-// Returns the names of the programs that the user runs. Absent where the system does not tell, and
-// for root, who needs no approval.
+// Returns the names of the user's running programs. Absent where the system does not tell, and for
+// root, who needs no approval.
 std::optional<std::vector<std::string>> programsOfUser();
 
-// What is looked at.
+// The objects of the diagnosis.
 struct Examination {
   LocalStore localStore;
   std::filesystem::path dailyBackups;
@@ -34,8 +34,8 @@ struct Examination {
   std::optional<std::vector<std::string>> runningPrograms = programsOfUser();
 };
 
-// Returns the findings, problems first. Creates, changes and locks nothing. Throws nothing of its
-// own: what cannot be looked at is a finding.
+// Returns the findings, problems first. Creates, changes and locks nothing. Something that cannot
+// be examined is a finding, not an exception.
 Findings examine(const Examination& examination);
 
 }  // namespace tarnwell

@@ -31,7 +31,7 @@ Finding noJSON(const std::string& text, const LocalStore& localStore, const WayB
   return problem(area, nameOf(localStore) + " is no JSON" + place + ".", wayBack());
 }
 
-// Says first that the document cannot be used, then each fault.
+// Adds first that the document cannot be used, then each fault.
 Findings unusable(const JSONFaults& faults, const LocalStore& localStore, const WayBack& wayBack) {
   Findings findings{problem(area,
                             nameOf(localStore) + " cannot be used: " +
@@ -62,7 +62,7 @@ std::string titleOfTask(std::size_t index, const JSONDocument& document) {
   }
 }
 
-// Adds to a fault in a task how the user calls it.
+// Adds the user's name of the task to a fault in it.
 JSONFault withTitle(JSONFault fault, const JSONDocument& document) {
   constexpr std::string_view list = "tasks[";
   if (!fault.path.starts_with(list)) return fault;
@@ -92,8 +92,7 @@ void addInvalidMember(const FocusTask& task, std::size_t index, JSONFaults& faul
   }
 }
 
-// Returns what keeps the document from being read and, where nothing does, what is wrong with its
-// tasks.
+// Returns the faults that keep the document from being read or, without any, those of its tasks.
 JSONFaults faultsOf(const JSONDocument& document) {
   JSONFaults faults = findFaultsOfDocument(document);
   if (faults.empty()) {
@@ -106,7 +105,7 @@ JSONFaults faultsOf(const JSONDocument& document) {
   return faults;
 }
 
-// Absent where the document does not tell.
+// Absent where the document has none.
 std::optional<std::int64_t> versionOf(const JSONDocument& document) {
   try {
     return SchemaProbe::read(document).schemaVersion;

@@ -1,4 +1,4 @@
-// What the doctor has to say: one sentence about the plan or its surroundings, and what to do.
+// A finding of the doctor: one sentence about the plan or its surroundings, and the next step.
 #pragma once
 
 #include <array>
@@ -42,7 +42,7 @@ constexpr std::array<std::string_view, 11> texts(FindingArea) {
           "copies",   "space", "timeZone",  "locale",   "versions"};
 }
 
-// The texts are valid UTF-8. They may quote stored text: a terminal shows them made printable.
+// The texts are valid UTF-8 and may quote stored text: make them printable for a terminal.
 struct Finding {
   Required<FindingLevel> level;
   Required<FindingArea> area;

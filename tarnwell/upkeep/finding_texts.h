@@ -1,4 +1,4 @@
-// The parts of which the sentences of findings are made.
+// Parts of the findings' sentences.
 #pragma once
 
 #include <cstddef>
@@ -14,7 +14,7 @@ namespace tarnwell {
 // Returns "1 task", "2 tasks".
 std::string countText(std::size_t count, std::string_view one, std::string_view several);
 
-// Returns the path as a shell takes it.
+// Returns the path quoted for a shell.
 std::string inShell(const std::filesystem::path& path);
 
 // Returns 2026-11-23 14:30 on the wall clock.

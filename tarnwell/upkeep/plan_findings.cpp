@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::size_t shortIdentifier = 8;  // letters, which name a task to tarnwell
 
-// Returns the day as the calendar has it: month 13 is the next January.
+// Returns the day normalised by the calendar: month 13 is the next January.
 LocalDay resolved(LocalDay day, const Calendar& calendar) {
   const auto start = calendar.date(day);
   return start ? calendar.day(*start) : day;

@@ -1,4 +1,4 @@
-// What may surprise the user about a plan that can be read.
+// Hints about a plan that can be read.
 #pragma once
 
 #include "tarnwell/store/persisted_state.h"
@@ -7,10 +7,10 @@
 
 namespace tarnwell {
 
-// Finds reminders that ring on another day than the one that their task is planned for.
+// Finds reminders that ring on another day than their task's.
 Findings examineReminders(const Examination& examination, const PersistedState& state);
 
-// Looks whether the resident part runs, which rings reminders and ends sessions.
+// Checks that the resident part runs, which rings reminders and ends sessions.
 Findings examineResident(const Examination& examination, const PersistedState& state);
 
 }  // namespace tarnwell

@@ -42,7 +42,7 @@ CopyTotal totalOf(const std::vector<KeptCopy>& copies) {
   return total;
 }
 
-// Copies that another process has deleted meanwhile do not count.
+// Ignores copies that another process has deleted meanwhile.
 CopyTotal deleted(const std::vector<KeptCopy>& copies) {
   CopyTotal total;
   for (const KeptCopy& copy : copies) {

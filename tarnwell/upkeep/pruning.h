@@ -1,6 +1,5 @@
-// Deletes old copies of the data file and of the hosts file. upkeep/ looks after a plan from the
-// outside: it deletes copies that are no longer needed, and finds what keeps the plan or the
-// blocking of websites from working.
+// Deletes old copies of the data file and of the hosts file. upkeep/ deletes copies that are no
+// longer needed, and diagnoses why the plan or website blocking does not work.
 #pragma once
 
 #include <chrono>

@@ -11,7 +11,7 @@ std::string sizeText(std::uintmax_t bytes) {
   constexpr std::uintmax_t step = 1000;
   std::size_t unit = 0;
   std::uintmax_t tenths = 0;
-  // Rounds down: 999,999 bytes are no megabyte yet.
+  // Rounds down: 999,999 bytes are not yet a megabyte.
   while (bytes >= step && unit + 1 < units.size()) {
     tenths = bytes % step / (step / 10);
     bytes /= step;

@@ -1,4 +1,4 @@
-// Sizes of files as people read them.
+// Readable sizes of files.
 #pragma once
 
 #include <cstdint>

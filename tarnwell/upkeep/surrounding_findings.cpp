@@ -63,7 +63,7 @@ std::string textOf(const CopyTotal& total) {
   return std::to_string(total.count) + ", " + sizeText(total.bytes);
 }
 
-// The nearest folder on the way up that exists.
+// Returns the nearest existing folder on the way up.
 fs::path existingFolder(fs::path folder) {
   std::error_code unknown;
   while (!fs::is_directory(folder, unknown) && folder.has_relative_path()) {

@@ -1,4 +1,4 @@
-// What the plan lives on and among: its copies, the disk, the clock and the system.
+// The surroundings of the plan: its copies, the disk, the clock and the system.
 #pragma once
 
 #include <cstdint>
@@ -12,18 +12,18 @@ namespace tarnwell {
 // Counts the copies of the data file and of the hosts file.
 Findings examineCopies(const Examination& examination);
 
-// Finds the temporary files that killed processes have left.
+// Finds temporary files left by killed processes.
 Findings examineLeftovers(const Examination& examination);
 
 // Compares the free space with what a change needs.
 Findings examineSpace(const Examination& examination);
 Finding spaceFinding(std::uintmax_t available, std::uintmax_t dataFileSize);
 
-// Says what days and weeks go by.
+// States the time zone and the locale.
 Findings examineClock(const Examination& examination);
 Finding zoneFinding(const TimeZone& zone);
 
-// Names the versions at work.
+// States the versions.
 Findings examineVersions();
 
 }  // namespace tarnwell

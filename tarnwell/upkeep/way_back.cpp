@@ -30,7 +30,7 @@ bool canBeRestored(const fs::path& path) {
   }
 }
 
-// Appends what `list` returns. A folder that cannot be read is a finding of its own.
+// Appends what `list` returns. An unreadable folder is a separate finding.
 template <class List>
 void appendPaths(List list, std::vector<fs::path>& paths) {
   try {
@@ -40,7 +40,7 @@ void appendPaths(List list, std::vector<fs::path>& paths) {
   }
 }
 
-// The copies and, where none of them can be restored, the daily backups; newest first.
+// The copies and, if none of them is usable, the daily backups; newest first.
 std::vector<fs::path> candidates(const LocalStore& localStore, const fs::path& dailyBackups) {
   const DataBackupManager backups(localStore, dailyBackups);
   std::vector<fs::path> paths;

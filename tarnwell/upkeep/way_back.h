@@ -1,4 +1,4 @@
-// How to get an earlier plan back where the present one is lost.
+// The way back to an earlier plan when the present one is lost.
 #pragma once
 
 #include <filesystem>
@@ -9,11 +9,11 @@
 
 namespace tarnwell {
 
-// Returns a sentence with the command that restores the newest copy that can be restored, or says
-// that there is none. Reads copies until it finds one.
+// Returns a sentence with the command that restores the newest usable copy, or says that there is
+// none. Reads copies until it finds one.
 std::string wayBackFrom(const LocalStore& localStore, const std::filesystem::path& dailyBackups);
 
-// Returns whether there are copies of the data file or daily backups, whatever they hold.
+// Returns whether there are copies of the data file or daily backups, usable or not.
 bool hasCopies(const LocalStore& localStore, const std::filesystem::path& dailyBackups);
 
 // Makes the sentence when a finding needs it.
