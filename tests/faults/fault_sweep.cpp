@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstring>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -27,6 +28,15 @@ std::vector<int> errorsFor(const Fault& fault, std::string_view call) {
 std::string nameOf(Failing failing) {
   constexpr std::array names = {"failingOnce", "failingForGood", "comingUpShort", "killed"};
   return names.at(static_cast<std::size_t>(failing));
+}
+
+std::unique_ptr<Tool> HomesAhead::next(const std::function<std::unique_ptr<Tool>()>& make) {
+  constexpr std::size_t ahead = 8;
+  while (homes_.size() < ahead) homes_.push_back(make());
+  auto tool = std::move(homes_.front());
+  homes_.pop_front();
+  tool->awaitSettledPlan();
+  return tool;
 }
 
 int FaultSweep::cases(Failing failing) const {

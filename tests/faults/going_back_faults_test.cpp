@@ -5,7 +5,6 @@
 #include <array>
 #include <csignal>
 #include <cstdio>
-#include <deque>
 #include <filesystem>
 #include <map>
 #include <memory>
@@ -73,16 +72,6 @@ class GoingBackFaults : public testing::TestWithParam<std::tuple<Way, Failing>> 
     return tool;
   }
 
-  // Returns a home made ahead, so that the clock has usually moved on since its plan was written.
-  std::unique_ptr<Tool> nextHome() {
-    constexpr std::size_t ahead = 8;
-    while (homes_.size() < ahead) homes_.push_back(newHome());
-    auto tool = std::move(homes_.front());
-    homes_.pop_front();
-    tool->awaitSettledPlan();
-    return tool;
-  }
-
   test::Process command(const Tool& tool) const {
     test::Process process = tool.process("");
     const bool isUndo = std::get<Way>(GetParam()) == Way::undo;
@@ -93,7 +82,7 @@ class GoingBackFaults : public testing::TestWithParam<std::tuple<Way, Failing>> 
   }
 
   TracedRun runWith(const std::optional<Fault>& fault) {
-    const auto tool = nextHome();
+    const auto tool = homes_.next([this] { return newHome(); });
     TracedRun run = test::runTraced(command(*tool), fault);
     const bool isChanged = contentOf(tool->dataFile()) != present_;
     checkEnd(run, fault, isChanged);
@@ -155,7 +144,7 @@ class GoingBackFaults : public testing::TestWithParam<std::tuple<Way, Failing>> 
   std::optional<test::ScopedVariable> temporaryFolder_;
   std::string earlier_;
   std::string present_;
-  std::deque<std::unique_ptr<Tool>> homes_;
+  test::HomesAhead homes_;
 };
 
 TEST_P(GoingBackFaults, leaveThePresentPlanOrTheEarlierOne) {

@@ -4,7 +4,6 @@
 #include <array>
 #include <csignal>
 #include <cstdio>
-#include <deque>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -108,15 +107,8 @@ class SystemCallFaults : public testing::TestWithParam<std::tuple<Situation, Fai
     return tool;
   }
 
-  // Returns a home made ahead, so that the clock has usually moved on since its plan was written.
   std::unique_ptr<Tool> nextHome() {
-    if (!isRepeatable()) return newHome();
-    constexpr std::size_t ahead = 8;
-    while (homes_.size() < ahead) homes_.push_back(newHome());
-    auto tool = std::move(homes_.front());
-    homes_.pop_front();
-    tool->awaitSettledPlan();
-    return tool;
+    return isRepeatable() ? homes_.next([this] { return newHome(); }) : newHome();
   }
 
   // Runs the command on a fresh copy of the plan, and checks what it leaves.
@@ -204,7 +196,7 @@ class SystemCallFaults : public testing::TestWithParam<std::tuple<Situation, Fai
   std::optional<test::ScopedVariable> temporaryFolder_;
   std::string document_;
   std::string output_;  // of the command when nothing fails
-  std::deque<std::unique_ptr<Tool>> homes_;
+  test::HomesAhead homes_;
 };
 
 TEST_P(SystemCallFaults, leaveAWholeDocumentThatTheReplyAgreesWith) {

@@ -46,19 +46,18 @@ TEST_F(CopiesIn, aFolderAreListedNewestFirstWithTimeAndSize) {
 }
 
 TEST_F(CopiesIn, aFolderHaveExactlyTheirName) {
-  const std::vector<std::string> others{
-      ".copy-" + one + ".old",
-      "copy-" + one + ".old.old",
-      "Copy-" + one + ".old",
-      "copy-" + one.substr(1) + ".old",
-      "copy-.old",
-      "copy.old",
-      "copy-" + one,
-      std::string("copy-1111aaaa-1111-4111-8111-111111111111.old"),
-      "notes.txt",
-      "copy-" + one + ".old ",
-      "copy- " + one + ".old",
-      "copy-{" + one + "}.old"};
+  const std::vector<std::string> others{".copy-" + one + ".old",
+                                        "copy-" + one + ".old.old",
+                                        "Copy-" + one + ".old",
+                                        "copy-" + one.substr(1) + ".old",
+                                        "copy-.old",
+                                        "copy.old",
+                                        "copy-" + one,
+                                        "copy-1111aaaa-1111-4111-8111-111111111111.old",
+                                        "notes.txt",
+                                        "copy-" + one + ".old ",
+                                        "copy- " + one + ".old",
+                                        "copy-{" + one + "}.old"};
   for (const std::string& name : others) put(name);
   EXPECT_THAT(copiesIn(folder.path(), names), IsEmpty());
 }
