@@ -1,5 +1,5 @@
 // tarnwell-watch: the resident part. Rings reminders, protects and ends website blocking, makes the
-// daily backup, and tells what agents change, for as long as it runs.
+// daily backup, and reports the changes of agents, for as long as it runs.
 #include <cstdlib>
 #include <exception>
 #include <filesystem>

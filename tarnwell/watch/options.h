@@ -18,12 +18,12 @@ struct WatchOptions {
   friend bool operator==(const WatchOptions&, const WatchOptions&) = default;
 };
 
-// Reads the arguments after the program's name. Absent when they are not understood; `problem` then
-// says why.
+// Reads the arguments after the program's name. Absent when they are invalid; `problem` then says
+// why.
 std::optional<WatchOptions> parseWatchOptions(const std::vector<std::string>& arguments,
                                               std::string& problem);
 
-// Returns the arguments that ask for the same, for the service to start with.
+// Returns the equivalent arguments, for the service.
 std::vector<std::string> argumentsOf(const WatchOptions& options);
 
 extern const std::string_view watchHelp;

@@ -77,7 +77,7 @@ Instant Resident::nextWake() const {
   return next;
 }
 
-// What could be read before stays in force while the file cannot be read.
+// While the file cannot be read, the last plan read stays in force.
 void Resident::takeUpPlan() {
   const auto state = readPlan();
   isPlanStale_ = state == nullptr;
@@ -101,7 +101,7 @@ void Resident::takeUp(const PersistedState& state) {
   hasReadPlan_ = true;
   session_ = state.activeSession;
   tellChanges(state);
-  // What fell due before this change is judged by the plan before it.
+  // Reminders due before this change follow the plan before it.
   desk_.ring(parts_.now());
   planReminders(state);
   announceProposals(state);
@@ -184,7 +184,7 @@ BlockingStatus Resident::blockStatus() const {
   try {
     return parts_.hosts.status(DomainRules::blockedHosts(session_->group));
   } catch (const DomainRuleError&) {
-    return BlockingStatus::mismatch;  // what is stored cannot be blocked
+    return BlockingStatus::mismatch;  // the stored domains are invalid
   }
 }
 

@@ -1,5 +1,5 @@
-// The resident part: what happens when the plan has changed, a time has come or a button is
-// pressed.
+// The resident part: reacts to changes of the plan, to times and to buttons. watch/ is
+// tarnwell-watch.
 #pragma once
 
 #include <filesystem>
@@ -28,8 +28,7 @@
 
 namespace tarnwell {
 
-// Work on the plan that may open a prompt or take long. Each returns what went wrong; nothing on
-// success.
+// Work on the plan that may open a prompt or take long. Each returns the problem; empty on success.
 struct ResidentWork {
   std::function<std::string()> recoverBlocking;
   std::function<std::string()> prune{};  // empty where the user does not want it
@@ -37,12 +36,11 @@ struct ResidentWork {
   std::function<std::string(const UUID& taskID)> completeTask;
 };
 
-// Everything but the event loop: reads no clock and waits for nothing, so that tests drive it with
-// a clock and services of their own. Keeps no plan in memory. Belongs to the loop's thread, and
-// never throws but for want of memory.
+// Everything but the event loop: reads no clock and waits for nothing, so that tests can drive it.
+// Keeps no plan in memory. Belongs to the loop's thread, and throws only if memory runs out.
 class Resident : private NotificationService::Listener {
  public:
-  // Owned by the caller, who outlives the resident part.
+  // The caller owns these, which outlive the resident part.
   struct Parts {
     std::filesystem::path dataFile;
     std::filesystem::path dailyBackups;
@@ -58,14 +56,14 @@ class Resident : private NotificationService::Listener {
 
   explicit Resident(Parts parts);
 
-  // Reads the plan for the first time and takes up what it asks for.
+  // Reads the plan for the first time.
   void launch();
 
   // Reads the plan again.
   void planChanged();
 
-  // To be called when the clock reaches `nextWake`, when it was set, and when the hosts file or the
-  // time zone may have changed.
+  // Call when the clock reaches `nextWake` or was set, and when the hosts file or the time zone may
+  // have changed.
   void look();
 
   Instant nextWake() const;

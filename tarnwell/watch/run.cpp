@@ -39,15 +39,14 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Between two changes the process holds next to nothing; the plan that it has just read is given
-// back.
+// Returns the memory of the plan just read: between two changes the process holds next to nothing.
 void releaseFreedMemory() {
 #ifdef __GLIBC__
   ::malloc_trim(0);
 #endif
 }
 
-// Of a text, the same on every machine and in every version (FNV-1a).
+// Returns a hash that is the same on every machine and in every version (FNV-1a).
 std::string hashOf(std::string_view text) {
   constexpr std::string_view digits = "0123456789abcdef";
   std::uint64_t hash = 0xCBF2'9CE4'8422'2325U;
@@ -101,8 +100,8 @@ ResidentWork workOn(const DataDirectory& directory, const WatchOptions& options)
           .completeTask = [](const UUID& id) { return runUserCommand("done", id); }};
 }
 
-// Calls `changed` when the file is another one. A system that refuses to go on watching is no
-// reason to end: reminders ring on.
+// Calls `changed` when the file has changed. Goes on if the system refuses to watch it: reminders
+// still ring.
 void follow(EventLoop& loop, PlanWatcher& file, const std::function<void()>& changed,
             Messages& messages, const std::string& name) {
   loop.add(file.descriptor(), [&file, changed, &messages, name] {

@@ -29,7 +29,7 @@ fs::path unitFile() {
   return *folder / "systemd" / "user" / unitName;
 }
 
-// Returns the exit status of `systemctl --user` with these arguments, and what it complained of.
+// Returns the exit status of `systemctl --user` with these arguments, and its error text.
 ChildResult systemctl(std::vector<std::string> arguments) {
   const auto program = findProgram("systemctl");
   if (!program) {

@@ -17,7 +17,7 @@ void installService(const WatchOptions& options, Messages& messages);
 // Ends the service and removes the unit.
 void uninstallService(Messages& messages);
 
-// Says whether the service is installed and whether it runs. Returns whether it runs.
+// Reports whether the service is installed, and whether it runs. Returns the latter.
 bool showServiceStatus(Messages& messages);
 
 }  // namespace tarnwell

@@ -9,7 +9,7 @@
 namespace tarnwell {
 namespace {
 
-// Quotes text for a unit file: it comes back as it is, whatever it holds.
+// Quotes any text for a unit file.
 std::string quotedForUnit(std::string_view text, bool isCommand) {
   std::string quoted = "\"";
   for (const char c : text) {
@@ -54,12 +54,13 @@ std::string serviceUnit(const std::vector<std::string>& command,
 
 EnvironmentList environmentOfThePlan() {
   EnvironmentList environment;
-  // Said also where they are the usual ones, as another HOME may have led to them.
+  // Also if they are the defaults, which another HOME would change.
   if (const auto folder = applicationSupportFolder()) {
     environment.emplace_back("XDG_DATA_HOME", folder->string());
   }
-  if (const auto folder = stateFolder())
+  if (const auto folder = stateFolder()) {
     environment.emplace_back("XDG_STATE_HOME", folder->string());
+  }
   constexpr std::array<const char*, 4> names = {"TZ", "LC_ALL", "LC_TIME", "LANG"};
   for (const char* const name : names) {
     if (const char* const value = std::getenv(name)) environment.emplace_back(name, value);

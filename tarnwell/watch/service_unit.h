@@ -15,8 +15,7 @@ using EnvironmentList = std::vector<std::pair<std::string, std::string>>;
 std::string serviceUnit(const std::vector<std::string>& command,
                         const EnvironmentList& environment);
 
-// Returns the variables of this process that decide which plan it is, what time it is there and
-// when a week begins.
+// Returns this process's variables for the location of the plan, the time zone and the locale.
 EnvironmentList environmentOfThePlan();
 
 }  // namespace tarnwell
