@@ -61,6 +61,10 @@ void Resident::look() {
   keepBlocking();
   outbox_.deliver(now);
   backUp();
+  reportNotes();
+}
+
+void Resident::reportNotes() {
   parts_.messages.report("notes of earlier runs", parts_.memory.problem());
 }
 
@@ -232,13 +236,17 @@ void Resident::prune() {
 void Resident::serviceAppeared() {
   parts_.messages.report("notifications", "");
   outbox_.deliver(parts_.now());
+  reportNotes();
 }
 
 void Resident::serviceDisappeared(const std::string& reason) {
   parts_.messages.report("notifications", reason + "; they wait until there is one");
 }
 
-void Resident::notificationShown(const std::string& key) { outbox_.shown(key); }
+void Resident::notificationShown(const std::string& key) {
+  outbox_.shown(key);
+  reportNotes();
+}
 
 void Resident::notificationRefused(const std::string& key) { outbox_.refused(key); }
 

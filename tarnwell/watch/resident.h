@@ -77,6 +77,7 @@ class Resident : private NotificationService::Listener {
   void tellChanges(const PersistedState& state);
   void tellMissed();
   void forgetOldAnnouncements();
+  void reportNotes();
   void keepBlocking();
   BlockingStatus blockStatus() const;
   void recoverBlocking();
