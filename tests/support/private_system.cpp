@@ -17,7 +17,6 @@ constexpr std::string_view answering = R"sh(
 fail() { echo 'the disk is on fire' >&2; exit 1; }
 pretend() { exit 0; }
 damage() { echo damaged >/etc/hosts; fail; }
-hang() { exec sleep 1000; }
 interrupt() { kill -INT 0; } # the foreground process group
 kill_tool() { kill -KILL "$PPID"; }
 chatter() { head -c 1048576 /dev/zero | tr '\0' x >&2; echo 'a line of output'; approve "$@"; }
@@ -28,6 +27,7 @@ tamper() {
 }
 meddle() { env HOME="$home" "$tool" <"$folder/meddling" >/dev/null; approve "$@"; }
 
+echo $$ >"$folder/process"
 cat /proc/$$/environ >"$folder/environment"
 printf x >>"$folder/prompts"
 printf '%s\0' "$@" >"$folder/request"
@@ -139,6 +139,8 @@ std::vector<std::string> PrivateSystem::lastRequest() const {
 std::vector<std::string> PrivateSystem::lastEnvironment() const {
   return textsIn(contentOf(folder_ / "environment"));
 }
+
+pid_t PrivateSystem::promptProcess() const { return std::stoi(contentOf(folder_ / "process")); }
 
 void PrivateSystem::addProgram(const std::string& path, std::string_view script) const {
   const fs::path file = folder_ / path;

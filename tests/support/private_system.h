@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include <sys/types.h>
+
 #include "tarnwell/store/local_store.h"
 
 #include "tests/support/tool.h"
@@ -65,6 +67,9 @@ class PrivateSystem {
 
   // A file with one byte for each prompt.
   std::filesystem::path promptLog() const { return folder_ / "prompts"; }
+
+  // The process that shows the last prompt, or did.
+  pid_t promptProcess() const;
 
   // The environment of the last prompt: NAME=VALUE, in any order.
   std::vector<std::string> lastEnvironment() const;
