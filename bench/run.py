@@ -160,7 +160,7 @@ JQ_CREATE = """.revision += 1
 
 def taskwarrior(plan, all_open):
     """A store with as many tasks, and the commands that list it and add to it. Tasks that are done are
-    kept in a file of their own, which adding does not read. Where all are open, it reads as many tasks
+    kept in a separate file, which adding does not read. Where all are open, it reads as many tasks
     as the tool."""
     program = shutil.which("task")
     home = plan.scratch / f"{plan.name}-taskwarrior-{all_open}"

@@ -11,7 +11,7 @@ namespace tarnwell {
 using EnvironmentList = std::vector<std::pair<std::string, std::string>>;
 
 // Returns the unit of the package with another command, which begins with the program's absolute
-// path, and with an environment of its own.
+// path, and with this environment.
 std::string serviceUnit(const std::vector<std::string>& command,
                         const EnvironmentList& environment);
 

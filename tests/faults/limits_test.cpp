@@ -140,7 +140,7 @@ TEST_F(Limits, aFileThatMayNotBeReplacedIsNotReplaced) {
 
 TEST_F(Limits, aLimitOnTheSizeOfFilesRefusesTheChange) {
 #ifdef __SANITIZE_THREAD__
-  GTEST_SKIP() << "the thread sanitizer writes a file of its own";
+  GTEST_SKIP() << "the thread sanitizer writes its own file";
 #endif
   // In blocks of half a kilobyte, from none to as many as the document has.
   for (std::size_t blocks = 0; blocks <= document.size() / 512; blocks += 4) {

@@ -1,4 +1,4 @@
-// What a disk may hold after a power cut, derived from the system calls that came before it.
+// The possible content of a disk after a power cut, derived from the system calls before it.
 #pragma once
 
 #include <cstddef>

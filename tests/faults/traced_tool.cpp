@@ -321,7 +321,7 @@ std::vector<char*> pointersTo(std::vector<std::string>& texts) {
 
 std::string obstacleToTracing() {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-  return "sanitizers make calls of their own";
+  return "sanitizers make their own system calls";
 #endif
   const pid_t child = ::fork();
   if (child == 0) ::_exit(::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) == 0 ? 0 : 1);

@@ -1,5 +1,4 @@
-// Runs the real tool one system call at a time, to record its system calls and to make any of them
-// fail.
+// Runs the real tool one system call at a time, to record its calls and to make any of them fail.
 #pragma once
 
 #include <cstddef>
@@ -51,8 +50,8 @@ std::string obstacleToTracing();
 // Runs the tool, or a command that ends as the tool, with this environment and input.
 TracedRun runTraced(const Process& process, const std::optional<Fault>& fault = std::nullopt);
 
-// Runs a function in a process of its own, and returns the calls that it makes. Throws when the
-// function does.
+// Runs a function in a separate process and returns its system calls. Throws when the function
+// does.
 std::vector<FileCall> traceCalls(const std::function<void()>& function);
 
 // Returns the errors that the manual page names for the call, of those that mean a fault of the

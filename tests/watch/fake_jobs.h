@@ -1,4 +1,4 @@
-// Background jobs that run when a test says so.
+// Background jobs that run on request.
 #pragma once
 
 #include <deque>

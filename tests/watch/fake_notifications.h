@@ -9,7 +9,7 @@
 
 namespace tarnwell::test {
 
-// Shows what it is asked to at once, or as a test decides, and remembers all of it.
+// Shows notifications at once, or on request, and records them.
 class FakeNotifications : public NotificationService {
  public:
   void start(Listener& theListener) override {

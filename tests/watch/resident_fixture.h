@@ -1,4 +1,4 @@
-// The resident part with a clock, a desktop and an administrator of a test's own.
+// The resident part with a scripted clock, desktop and administrator.
 #pragma once
 
 #include <algorithm>
@@ -59,7 +59,7 @@ class ResidentTest : public testing::Test {
   }
   void wait(Duration duration) { waitUntil(now + duration); }
 
-  // The clock jumps while the process cannot run; the timer reports it afterwards.
+  // Sets the clock while the process cannot run; the timer reports it afterwards.
   void jump(Duration duration) {
     now = now + duration;
     resident_->look();
