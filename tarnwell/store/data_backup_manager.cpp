@@ -159,8 +159,11 @@ PlanRestore DataBackupManager::decideRestore(const fs::path& source) const {
   restore.returning =
       ReturningPlan::of(Plan::of(backup), present ? present->tasks : std::vector<FocusTask>{});
   restore.document.groups = std::move(backup.groups);
-  restore.document.auditEvents =
-      restore.continuesHistory ? present->auditEvents : std::move(backup.auditEvents);
+  if (restore.continuesHistory) {
+    restore.document.auditEvents = present->auditEvents;
+  } else {
+    restore.document.auditEvents = std::move(backup.auditEvents);
+  }
   restore.document.revision = std::max(backup.revision, latestRevision(present, localStore_));
   return restore;
 }
