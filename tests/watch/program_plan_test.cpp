@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "tests/support/builders.h"
+#include "tests/support/file_events.h"
 #include "tests/support/scratch_folder.h"
 #include "tests/support/watch_program.h"
 
@@ -46,8 +47,12 @@ TEST_F(ProgramPlan, thatDoesNotExistYetIsTakenUpWhenItAppears) {
   launch();
   EXPECT_FALSE(fs::exists(tool.dataFile()));
   addTask(test::taskAt("Write", Instant::now()));
-  EXPECT_THAT(textsUntilNow(), ElementsAre("Write: Ready to begin"));
-  EXPECT_TRUE(fs::exists(tool.dataDirectory() / "Daily Backups"));
+  awaitShown("Write: Ready to begin");
+  const fs::path backups = tool.dataDirectory() / "Daily Backups";
+  test::FileEvents changes(backups);
+  otherSources = {&changes};
+  await([&] { return fs::exists(backups); });
+  otherSources.clear();
 }
 
 TEST_F(ProgramPlan, thatAnotherProgramReplacesIsTakenUp) {
