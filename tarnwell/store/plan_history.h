@@ -1,7 +1,7 @@
 // Undo: makes the plan of an earlier revision the present one, from the copies that saves keep.
 //
 //   const PlanUndo undo = planHistory.decideUndo();
-//   // Show how undo.restored differs from undo.present, and ask.
+//   // Show how undo.returning differs from undo.present, and ask.
 //   planHistory.commitUndo(undo, now);
 #pragma once
 
