@@ -81,7 +81,7 @@ TEST_F(PlanHistoryTest, bringsBackThePlanBeforeTheNewestChangeAsANewRevisionOfTh
   EXPECT_EQ(undo(), before);
   EXPECT_EQ(Plan::of(state()), before);
   EXPECT_EQ(state().revision, 3);
-  const TaskAuditEvent& event = state().auditEvents.back();
+  const TaskAuditEvent event = state().auditEvents.back();
   EXPECT_EQ(*event.source, MutationSource::user);
   EXPECT_EQ(*event.action, "plan.undo:1");
   EXPECT_EQ(event.taskID, std::nullopt);
