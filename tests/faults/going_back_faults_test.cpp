@@ -160,8 +160,11 @@ std::string nameOf(const testing::TestParamInfo<GoingBackFaults::ParamType>& eac
 
 INSTANTIATE_TEST_SUITE_P(Each, GoingBackFaults,
                          testing::Combine(testing::Values(Way::undo, Way::restore),
-                                          testing::Values(Failing::once, Failing::forGood,
-                                                          Failing::halved, Failing::killed)),
+                                          testing::Values(Failing::once, Failing::killed)),
+                         nameOf);
+INSTANTIATE_TEST_SUITE_P(LongRun, GoingBackFaults,
+                         testing::Combine(testing::Values(Way::undo, Way::restore),
+                                          testing::Values(Failing::forGood, Failing::halved)),
                          nameOf);
 
 }  // namespace

@@ -187,7 +187,9 @@ TEST_F(WatchFaults, neitherRepeatNorLoseAReminderWhenTheProgramIsKilled) {
   expectNothingLostAfterAKillBefore(callsOnNotes.back().index + 1);
 }
 
-TEST_F(WatchFaults, neitherRepeatNorLoseAReminderWhenAnAccessToTheNotesFails) {
+class LongRunOfWatchFaults : public WatchFaults {};
+
+TEST_F(LongRunOfWatchFaults, neitherRepeatNorLoseAReminderWhenAnAccessToTheNotesFails) {
   for (const Call& call : callsOnNotes) {
     for (const int error : test::errorsOf(call.name)) {
       SCOPED_TRACE("call " + std::to_string(call.index) + ": " + call.name + ", " +
