@@ -17,6 +17,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "tarnwell/platform/child_process.h"
 #include "tarnwell/platform/file_descriptor.h"
 
 namespace tarnwell::test {
@@ -307,14 +308,6 @@ pid_t forkProcess() {
   const pid_t child = ::fork();
   if (child == -1) throw std::system_error(errno, std::generic_category(), "fork");
   return child;
-}
-
-std::vector<char*> pointersTo(std::vector<std::string>& texts) {
-  std::vector<char*> pointers;
-  pointers.reserve(texts.size() + 1);
-  for (std::string& text : texts) pointers.push_back(text.data());
-  pointers.push_back(nullptr);
-  return pointers;
 }
 
 }  // namespace

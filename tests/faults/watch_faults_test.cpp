@@ -30,7 +30,7 @@ using testing::HasSubstr;
 
 constexpr const char* reminder = "Write: Ready to begin";
 
-// A traced program and its tracer, which is a process of its own because it waits for the program
+// A traced program and its tracer, a separate process because it waits for the program
 // only. Both end with this object.
 class TracedProgram : public test::EventSource {
  public:

@@ -19,6 +19,7 @@
 #endif
 
 #include "tarnwell/base/enum_texts.h"
+#include "tarnwell/platform/child_process.h"
 #include "tarnwell/platform/file_descriptor.h"
 
 #include "tests/support/records.h"
@@ -27,13 +28,6 @@ namespace tarnwell::test {
 namespace {
 
 constexpr std::string_view prompt = "[y/N] ";
-
-std::vector<char*> pointersTo(std::vector<std::string>& texts) {
-  std::vector<char*> pointers;
-  for (std::string& text : texts) pointers.push_back(text.data());
-  pointers.push_back(nullptr);
-  return pointers;
-}
 
 std::string withPlainLineEnds(std::string text) {
   std::erase(text, '\r');

@@ -23,7 +23,7 @@ class LongRun : public test::WatchProgram {
   struct Holdings {
     long descriptors = 0;
     long threads = 0;
-    long kilobytes = 0;  // of memory of its own
+    long kilobytes = 0;  // of private memory
   };
 
   static std::chrono::seconds duration() {
