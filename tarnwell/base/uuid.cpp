@@ -1,5 +1,6 @@
 #include "tarnwell/base/uuid.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <system_error>
 
@@ -10,6 +11,7 @@ namespace tarnwell {
 namespace {
 
 constexpr std::size_t textLength = 36;
+constexpr std::string_view digits = "0123456789ABCDEF";
 
 constexpr std::array<std::size_t, 4> dashPositions = {8, 13, 18, 23};
 
@@ -17,20 +19,30 @@ constexpr std::array<std::size_t, 4> dashPositions = {8, 13, 18, 23};
 constexpr std::array<std::size_t, 16> digitPositions = {0,  2,  4,  6,  9,  11, 14, 16,
                                                         19, 21, 24, 26, 28, 30, 32, 34};
 
-constexpr std::uint8_t noDigit = 0xFF;
+// Tables, because branches on random digits are mispredicted.
+constexpr std::uint16_t noDigit = 0x100;
 
-// A table, because branches on random digits are mispredicted.
-constexpr std::array<std::uint8_t, 256> digitValues = [] {
-  std::array<std::uint8_t, 256> values{};
+// The value of each digit, shifted to its place in a byte.
+constexpr std::array<std::uint16_t, 256> digitValues(unsigned shift) {
+  std::array<std::uint16_t, 256> values{};
   values.fill(noDigit);
-  for (std::uint8_t i = 0; i < 10; ++i) values[std::size_t{'0'} + i] = i;
-  for (std::uint8_t i = 0; i < 6; ++i) {
-    values[std::size_t{'A'} + i] = values[std::size_t{'a'} + i] = static_cast<std::uint8_t>(10 + i);
-  }
+  const auto set = [&](char digit, unsigned value) {
+    values[static_cast<unsigned char>(digit)] = static_cast<std::uint16_t>(value << shift);
+  };
+  for (unsigned i = 0; i < digits.size(); ++i) set(digits[i], i);
+  for (unsigned i = 0; i < 6; ++i) set(static_cast<char>('a' + i), 10 + i);
   return values;
-}();
+}
 
-std::uint8_t digitValue(char c) { return digitValues[static_cast<unsigned char>(c)]; }
+constexpr auto highDigitValues = digitValues(4);
+constexpr auto lowDigitValues = digitValues(0);
+
+// The two digits of each byte.
+constexpr std::array<std::array<char, 2>, 256> digitPairs = [] {
+  std::array<std::array<char, 2>, 256> pairs{};
+  for (std::size_t i = 0; i < pairs.size(); ++i) pairs[i] = {digits[i >> 4U], digits[i & 0xFU]};
+  return pairs;
+}();
 
 }  // namespace
 
@@ -50,24 +62,24 @@ std::optional<UUID> UUID::parse(std::string_view text) {
     if (text[position] != '-') return std::nullopt;
   }
   std::array<std::uint8_t, 16> bytes{};
-  std::uint8_t seen = 0;  // all digits together: only noDigit has high bits
+  unsigned seen = 0;  // the values of all bytes together
   for (std::size_t i = 0; i < bytes.size(); ++i) {
-    const std::uint8_t high = digitValue(text[digitPositions[i]]);
-    const std::uint8_t low = digitValue(text[digitPositions[i] + 1]);
-    seen |= high | low;
-    bytes[i] = static_cast<std::uint8_t>(high << 4U | low);
+    const auto high = static_cast<unsigned char>(text[digitPositions[i]]);
+    const auto low = static_cast<unsigned char>(text[digitPositions[i] + 1]);
+    const unsigned value = highDigitValues[high] | lowDigitValues[low];
+    seen |= value;
+    bytes[i] = static_cast<std::uint8_t>(value);
   }
-  if (seen > 0xFU) return std::nullopt;
+  if (seen >= noDigit) return std::nullopt;
   return UUID(bytes);
 }
 
 std::array<char, 36> UUID::characters() const {
-  constexpr std::string_view digits = "0123456789ABCDEF";
   std::array<char, textLength> characters{};
   for (const std::size_t position : dashPositions) characters[position] = '-';
   for (std::size_t i = 0; i < bytes.size(); ++i) {
-    characters[digitPositions[i]] = digits[bytes[i] >> 4U];
-    characters[digitPositions[i] + 1] = digits[bytes[i] & 0xFU];
+    const auto& pair = digitPairs[bytes[i]];
+    std::copy(pair.begin(), pair.end(), characters.begin() + digitPositions[i]);
   }
   return characters;
 }
