@@ -11,7 +11,6 @@
 namespace tarnwell {
 namespace {
 
-constexpr std::size_t indentWidth = 2;
 constexpr std::size_t leastRoom = 1'024;
 constexpr std::size_t longestNumber = 32;
 constexpr std::size_t longestEscape = 6;
@@ -109,30 +108,11 @@ void JSONWriter::flush() {
   size_ = 0;
 }
 
-char* JSONWriter::beginValue(std::size_t size) {
-  char* at = room(size);
-  if (isAfterKey_) {
-    isAfterKey_ = false;
-    return at;
-  }
-  if (!isFirst_) *at++ = ',';
-  isFirst_ = false;
-  return depth_ > 0 ? newLine(at) : at;
-}
-
-char* JSONWriter::room(std::size_t size) {
-  constexpr std::string_view others = ",\n\"\": ";
-  size += others.size() + depth_ * indentWidth;
-  if (sink_ && size_ + size > text_.size() && text_.size() >= pieceSize) flush();
+char* JSONWriter::makeRoom(std::size_t size) {
+  if (sink_ && text_.size() >= pieceSize) flush();
   const std::size_t needed = size_ + size;
   if (needed > text_.size()) text_.resize(std::max({needed, 2 * text_.size(), leastRoom}));
   return text_.data() + size_;
-}
-
-char* JSONWriter::newLine(char* at) const {
-  if (layout_ != JSONLayout::indented) return at;
-  *at++ = '\n';
-  return std::fill_n(at, depth_ * indentWidth, ' ');
 }
 
 char* JSONWriter::putText(std::string_view text) {

@@ -56,9 +56,32 @@ class JSONWriter {
 
   // Writes the separator before a value or key of at most `size` bytes and returns where to put it.
   // Leaves room for the bytes after a key.
-  char* beginValue(std::size_t size);
-  char* room(std::size_t size);
-  char* newLine(char* at) const;
+  char* beginValue(std::size_t size) {
+    char* at = room(size);
+    if (isAfterKey_) {
+      isAfterKey_ = false;
+      return at;
+    }
+    if (!isFirst_) *at++ = ',';
+    isFirst_ = false;
+    return depth_ > 0 ? newLine(at) : at;
+  }
+
+  char* room(std::size_t size) {
+    constexpr std::string_view others = ",\n\"\": ";
+    size += others.size() + blanks.size() + depth_ * indentWidth;
+    return size_ + size <= text_.size() ? text_.data() + size_ : makeRoom(size);
+  }
+  char* makeRoom(std::size_t size);
+
+  char* newLine(char* at) const {
+    if (layout_ != JSONLayout::indented) return at;
+    *at++ = '\n';
+    const std::size_t width = depth_ * indentWidth;
+    if (width > blanks.size()) return std::fill_n(at, width, ' ');
+    std::copy(blanks.begin(), blanks.end(), at);  // of a fixed size, which the compiler inlines
+    return at + width;
+  }
   void advanceTo(const char* end) { size_ = static_cast<std::size_t>(end - text_.data()); }
 
   char* putText(std::string_view text);
@@ -75,6 +98,9 @@ class JSONWriter {
     isAfterKey_ = true;
     advanceTo(at);
   }
+
+  static constexpr std::size_t indentWidth = 2;
+  static constexpr std::string_view blanks = "                ";
 
   JSONLayout layout_;
   ByteSink sink_;
