@@ -1,5 +1,8 @@
 #include "tarnwell/base/uuid.h"
 
+#include <array>
+#include <cctype>
+#include <cstdint>
 #include <set>
 #include <string>
 #include <type_traits>
@@ -32,6 +35,28 @@ TEST(UUID, isReadInNoOtherForm) {
         std::string("0x1E2D3C-4B5A-4978-8695-A4B3C2D1E0FF"),
         std::string("+F1E2D3C-4B5A-4978-8695-A4B3C2D1E0FF")}) {
     EXPECT_EQ(UUID::parse(wrong), std::nullopt) << wrong;
+  }
+}
+
+TEST(UUID, isReadWithHexadecimalDigitsAndHyphensInTheirPlacesOnly) {
+  for (std::size_t place = 0; place < canonical.size(); ++place) {
+    const bool isHyphen = canonical[place] == '-';
+    for (int byte = 0; byte < 256; ++byte) {
+      std::string text(canonical);
+      text[place] = static_cast<char>(byte);
+      const bool isRight = isHyphen ? byte == '-' : byte < 0x80 && std::isxdigit(byte) != 0;
+      ASSERT_EQ(UUID::parse(text).has_value(), isRight) << text;
+    }
+  }
+}
+
+TEST(UUID, keepsEveryValueOfEveryByte) {
+  std::array<std::uint8_t, 16> bytes{};
+  for (unsigned value = 0; value < 256; ++value) {
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+      bytes[i] = static_cast<std::uint8_t>(value + 17 * i);
+    }
+    EXPECT_EQ(UUID::parse(UUID(bytes).text()), UUID(bytes));
   }
 }
 
