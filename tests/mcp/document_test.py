@@ -18,6 +18,7 @@ from jsonschema import Draft202012Validator
 PAIR = re.compile(r"```json call\n(.*?)\n```(.*?)```json answer\n(.*?)```", re.S)
 IDENTIFIER = re.compile(r"[0-9A-F]{8}(?:-[0-9A-F]{4}){3}-[0-9A-F]{12}")
 INSTANT = re.compile(r"\d{4}-\d{2}-\d{2}T\d{2}:\d{2}:\d{2}Z")
+DAY = re.compile(r"\d{4}-\d{2}-\d{2}")
 SECONDS = re.compile(r'("[a-z_]*seconds":)[\d.e-]+')
 WEEK = re.compile(r'"week_(start|end)":"[^"]*"')
 WEEK_DAYS = {"start": "2026-11-22", "end": "2026-11-28"}
@@ -36,6 +37,7 @@ class Server:
         today = datetime.datetime.now(datetime.timezone.utc).date()
         self.days = {str(TODAY + datetime.timedelta(days)): str(today + datetime.timedelta(days))
                      for days in range(2)}
+        self.stand_in_days = {real: stand_in for stand_in, real in self.days.items()}
         self.identifiers = {}
         self.tools = {tool["name"]: tool for tool in self.request("tools/list", {})["tools"]}
         self.called = set()
@@ -57,8 +59,7 @@ class Server:
     def call(self, text):
         for real, stand_in in self.identifiers.items():
             text = text.replace(stand_in, real)
-        for stand_in, real in self.days.items():
-            text = text.replace(stand_in, real)
+        text = with_days(self.days, text)
         params = json.loads(text)
         self.called.add(params["name"])
         result = self.request("tools/call", params)
@@ -73,12 +74,15 @@ class Server:
 
     def disguised(self, answer):
         answer = IDENTIFIER.sub(lambda found: self.stand_in(found[0]), answer)
-        answer = INSTANT.sub("2026-11-23T09:00:00Z", answer)
         answer = SECONDS.sub(r"\g<1>0", answer)
-        answer = WEEK.sub(lambda found: f'"week_{found[1]}":"{WEEK_DAYS[found[1]]}"', answer)
-        for stand_in, real in self.days.items():
-            answer = answer.replace(real, stand_in)
-        return answer
+        answer = with_days(self.stand_in_days, answer)
+        answer = INSTANT.sub("2026-11-23T09:00:00Z", answer)
+        return WEEK.sub(lambda found: f'"week_{found[1]}":"{WEEK_DAYS[found[1]]}"', answer)
+
+
+def with_days(replacements, text):
+    """Replaces all days at once, because what stands in for today may be tomorrow."""
+    return DAY.sub(lambda found: replacements.get(found[0], found[0]), text)
 
 
 def renewed_document(text, server):
