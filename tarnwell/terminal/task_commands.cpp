@@ -102,22 +102,12 @@ void requireNotesAsEdited(const FocusTask& task, const std::optional<std::string
   }
 }
 
-Outcome editTask(Host& host, const Arguments& arguments) {
-  if (mentionedFields(arguments) == 0) throw UsageError("Say what to change.");
-  TaskFields fields = readEdit(host, arguments);
-  const auto plan = host.plan();
-  const FocusTask& task = namedTask(plan.state(), host.today(), arguments.text("TASK"));
-  std::optional<std::string> notesBefore;
-  if (fields.notes == "-") {
-    notesBefore = task.notes;
-    fields.notes = editedText(task.notes);
-    if (fields.notes == task.notes && mentionedFields(arguments) == 1) {
-      return saying("The notes are as they were. Nothing was changed.");
-    }
-  }
+// `notesBefore` are the notes that the user edited, if the user edited any.
+Outcome applyEdit(Host& host, const UUID& taskID, const TaskFields& fields,
+                  const std::optional<std::string>& notesBefore) {
   std::vector<std::string> consequences;
   const FocusTask changed =
-      changeTask(host, "task.edit", task.id, [&](const PersistedState& state, FocusTask& edited) {
+      changeTask(host, "task.edit", taskID, [&](const PersistedState& state, FocusTask& edited) {
         requireNotesAsEdited(edited, notesBefore);
         const auto dayBefore = edited.plannedDay;
         consequences = applyFields(fields, edited, host.calendar);
@@ -127,6 +117,21 @@ Outcome editTask(Host& host, const Arguments& arguments) {
       Line("Changed " + inQuotes(changed.title) + ", planned " + whenText(changed, host) + ".")};
   for (std::string& consequence : consequences) page.emplace_back(Line(std::move(consequence)));
   return Answer{.page = std::move(page)};
+}
+
+Outcome editTask(Host& host, const Arguments& arguments) {
+  if (mentionedFields(arguments) == 0) throw UsageError("Say what to change.");
+  TaskFields fields = readEdit(host, arguments);
+  const auto plan = host.plan();
+  const FocusTask& task = namedTask(plan.state(), host.today(), arguments.text("TASK"));
+  if (fields.notes != "-") return applyEdit(host, task.id, fields, std::nullopt);
+  return editText(task.notes, [&](std::string notes) -> Outcome {
+    if (notes == task.notes && mentionedFields(arguments) == 1) {
+      return saying("The notes are as they were. Nothing was changed.");
+    }
+    fields.notes = std::move(notes);
+    return applyEdit(host, task.id, fields, task.notes);
+  });
 }
 
 // Archives the tasks one by one. A refused one is reported and does not affect the others.

@@ -15,7 +15,10 @@
 namespace tarnwell::terminal {
 namespace {
 
+using test::contentOf;
+using test::ProcessResult;
 using test::UserTerminal;
+using test::Words;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using namespace std::chrono_literals;
@@ -156,34 +159,91 @@ TEST(EditCommand, changesNothingWhereTheEditorFailsOrLeavesTheNotes) {
   EXPECT_THAT(user.output({"edit", "report", "--notes", "-"}), HasSubstr("Nothing was changed."));
   user.environment = {"EDITOR=false"};
   EXPECT_THAT(user.refusal({"edit", "report", "--notes", "-"}), HasSubstr("The editor failed."));
-  user.environment = {"EDITOR=printf '\\377' >"};
-  EXPECT_THAT(user.refusal({"edit", "report", "--notes", "-"}), HasSubstr("not valid UTF-8"));
   EXPECT_EQ(user.state().revision, revision);
 }
 
-// Returns an EDITOR that runs the program with these words before it writes "mine".
-std::string editorBeside(const std::string& words) {
-  return std::string("EDITOR=") + TARNWELL + " " + words + " >/dev/null; printf 'mine\\n' >";
+// Returns an editor that runs the program with these words before it writes "mine".
+std::string mineBeside(const std::string& words) {
+  return TARNWELL " " + words + " >/dev/null; echo mine >";
 }
 
-TEST(EditCommand, refusesNotesThatChangedWhileTheEditorWasOpen) {
-  UserTerminal user;
-  user.output({"add", "Report", "--notes", "old"});
-  user.environment = {editorBeside("edit report --notes theirs")};
-  const auto result = user.run({"edit", "report", "--notes", "-"});
+// Returns the file in which the refused program says that it has kept the text.
+std::filesystem::path fileKeptBy(const ProcessResult& result) {
+  constexpr std::string_view sentence = "\nYour text is kept in ";
   EXPECT_EQ(result.exitStatus, 1);
+  const auto at = result.errors.find(sentence);
+  EXPECT_NE(at, std::string::npos) << result.errors;
+  return result.errors.substr(at + sentence.size(),
+                              result.errors.rfind('.') - at - sentence.size());
+}
+
+class EditedNotes : public testing::Test {
+ protected:
+  EditedNotes() { user.output({"add", "Report", "--notes", "old"}); }
+
+  ProcessResult edit(const std::string& editor, const Words& options = {}) {
+    user.environment = {"TMPDIR=" + temporary.path().string(), "EDITOR=" + editor};
+    Words words{"edit", "report", "--notes", "-"};
+    words.insert(words.end(), options.begin(), options.end());
+    return user.run(words);
+  }
+
+  test::ScratchFolder temporary;
+  UserTerminal user;
+};
+
+TEST_F(EditedNotes, areKeptInAPrivateFileWhenTheNotesChangedMeanwhile) {
+  const auto result = edit(mineBeside("edit report --notes theirs"));
   EXPECT_EQ(result.output, "");
-  EXPECT_THAT(result.errors, HasSubstr("The notes of “Report” changed meanwhile."));
+  EXPECT_THAT(result.errors, HasSubstr("The notes of “Report” changed meanwhile. "));
+  const auto file = fileKeptBy(result);
+  EXPECT_EQ(file.parent_path(), temporary.path());
+  EXPECT_EQ(contentOf(file), "mine\n");
+  EXPECT_EQ(test::permissionsOf(file), 0600U);
   EXPECT_EQ(user.task("Report").notes, "theirs");
 }
 
-TEST(EditCommand, keepsOtherChangesThatWereMadeWhileTheEditorWasOpen) {
-  UserTerminal user;
-  user.output({"add", "Report", "--notes", "old"});
-  user.environment = {editorBeside("edit report --title Letter --minutes 45")};
-  EXPECT_THAT(user.output({"edit", "report", "--notes", "-"}), HasSubstr("Changed “Letter”"));
+TEST_F(EditedNotes, areKeptWhenThePlanCannotBeRead) {
+  const auto result = edit("printf '{' >'" + user.tool().dataFile().string() + "'; echo mine >");
+  EXPECT_EQ(contentOf(fileKeptBy(result)), "mine\n");
+}
+
+TEST_F(EditedNotes, areKeptWhenAnotherOptionIsRefused) {
+  const auto result = edit("echo mine >", {"--remind"});
+  EXPECT_THAT(result.errors, HasSubstr("A task without a start has no reminder."));
+  EXPECT_EQ(contentOf(fileKeptBy(result)), "mine\n");
+}
+
+TEST_F(EditedNotes, areKeptWhenTheEditorFailsAfterItHasWrittenThem) {
+  const auto result = edit("sh -c 'echo mine >\"$1\"; false' sh");
+  EXPECT_THAT(result.errors, HasSubstr("The editor failed."));
+  EXPECT_EQ(contentOf(fileKeptBy(result)), "mine\n");
+}
+
+TEST_F(EditedNotes, areKeptWhenTheyAreNotUTF8) {
+  const auto result = edit("printf '\\377' >");
+  EXPECT_THAT(result.errors, HasSubstr("not valid UTF-8. Nothing was changed."));
+  EXPECT_EQ(contentOf(fileKeptBy(result)), "\377");
+  EXPECT_EQ(user.task("Report").notes, "old");
+}
+
+TEST_F(EditedNotes, areStoredBesideOtherChangesThatWereMadeMeanwhile) {
+  EXPECT_EQ(edit(mineBeside("edit report --title Letter --minutes 45")).exitStatus, 0);
   EXPECT_EQ(user.task("Letter").notes, "mine");
   EXPECT_EQ(user.task("Letter").estimatedMinutes, 45);
+}
+
+TEST_F(EditedNotes, leaveNoFileWhenTheyAreStored) {
+  EXPECT_EQ(edit("echo mine >").exitStatus, 0);
+  EXPECT_EQ(user.task("Report").notes, "mine");
+  EXPECT_EQ(test::entryCount(temporary.path()), 0U);
+}
+
+TEST_F(EditedNotes, leaveNoFileWhenNothingWasTyped) {
+  EXPECT_EQ(edit("false").exitStatus, 1);
+  EXPECT_EQ(edit("true", {"--remind"}).exitStatus, 1);
+  EXPECT_EQ(edit("rm").exitStatus, 1);
+  EXPECT_EQ(test::entryCount(temporary.path()), 0U);
 }
 
 TEST(ArchiveCommand, archivesEachTaskInATransactionOfItsOwn) {
