@@ -3,6 +3,7 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <exception>
 #include <system_error>
 #include <utility>
@@ -48,18 +49,31 @@ std::string resultOf(const BackgroundJobs::Job& job) {
   }
 }
 
-// Does not return, and destroys nothing: locks and connections are the parent's.
-[[noreturn]] void runInChild(const BackgroundJobs::Job& job, int report) {
-  constexpr int keptReport = STDERR_FILENO + 1;
-  ::setpgid(0, 0);
+// Ends the job with its children, such as an open prompt, which would wait for ever.
+void endProcessGroup(int signal) {
+  std::signal(signal, SIG_DFL);
+  ::kill(0, signal);
+}
+
+// Lets the job end with a parent that is killed and cannot end it.
+void endWithParent([[maybe_unused]] pid_t parent) {
+  std::signal(SIGTERM, endProcessGroup);
 #ifdef __linux__
   ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+  if (::getppid() != parent) ::_exit(EXIT_FAILURE);  // it was killed before that call
 #endif
+}
+
+// Does not return, and destroys nothing: locks and connections are the parent's.
+[[noreturn]] void runInChild(const BackgroundJobs::Job& job, int report, pid_t parent) {
+  constexpr int keptReport = STDERR_FILENO + 1;
+  ::setpgid(0, 0);
   leaveStandardStreams();
   if (report != keptReport) ::dup2(report, keptReport);
   ::fcntl(keptReport, F_SETFD, FD_CLOEXEC);
   closeAbove(keptReport);
   EndSignals::restore();
+  endWithParent(parent);
   // The first byte distinguishes a finished job from a killed one.
   ::_exit(writeAll(keptReport, "." + resultOf(job)));
 }
@@ -82,8 +96,9 @@ void JobProcess::startNext() {
     for (const int end : ends) ::fcntl(end, F_SETFD, FD_CLOEXEC);
     result_ = FileDescriptor(ends[0]);
     const FileDescriptor writeEnd(ends[1]);
+    const pid_t parent = ::getpid();
     const pid_t child = ::fork();
-    if (child == 0) runInChild(requests_.front().job, writeEnd.number());
+    if (child == 0) runInChild(requests_.front().job, writeEnd.number(), parent);
     if (child > 0) {
       ::setpgid(child, child);  // whichever process is first
       child_ = child;

@@ -17,7 +17,8 @@ namespace tarnwell {
 // memory goes with it; and this process stays free of threads, so that a plain `fork` is safe. The
 // plan survives the end of a process at any moment.
 //
-// Belongs to the loop's thread. On destruction the running job is killed with its children.
+// Belongs to the loop's thread. On destruction the running job is killed with its children; on
+// Linux also when this process is killed.
 class JobProcess : public BackgroundJobs {
  public:
   JobProcess() = default;

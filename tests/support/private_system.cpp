@@ -17,6 +17,7 @@ constexpr std::string_view answering = R"sh(
 fail() { echo 'the disk is on fire' >&2; exit 1; }
 pretend() { exit 0; }
 damage() { echo damaged >/etc/hosts; fail; }
+hang() { exec sleep 600; } # far longer than a test
 interrupt() { kill -INT 0; } # the foreground process group
 kill_tool() { kill -KILL "$PPID"; }
 chatter() { head -c 1048576 /dev/zero | tr '\0' x >&2; echo 'a line of output'; approve "$@"; }

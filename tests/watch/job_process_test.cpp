@@ -10,6 +10,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include "tests/support/pipe.h"
@@ -86,24 +87,61 @@ TEST_F(JobProcessTest, takesAJobFromTheEndOfAnother) {
   EXPECT_THAT(problems, ElementsAre("first", "second"));
 }
 
-TEST_F(JobProcessTest, killsAJobAndItsChildrenWithItself) {
-  test::Pipe alive;  // readable at its end, once no process has its other end
+// A pipe whose other end a job and its child hold until they are killed.
+class HeldPipe {
+ public:
   // The job closes what it inherits, and so gets its end back by a name of the system's.
-  const std::string name =
-      "/proc/" + std::to_string(::getpid()) + "/fd/" + std::to_string(alive.writeEnd.number());
-  run([&] {
-    const int end = ::open(name.c_str(), O_WRONLY);
-    if (::fork() >= 0) [[maybe_unused]]
-      const ssize_t count = ::write(end, "x", 1);
-    while (true) ::pause();
-    return std::string();
-  });
-  char byte = 0;
-  ASSERT_EQ(::read(alive.readEnd.number(), &byte, 1), 1);
-  ASSERT_EQ(::read(alive.readEnd.number(), &byte, 1), 1);
+  BackgroundJobs::Job job() const {
+    const std::string name =
+        "/proc/" + std::to_string(::getpid()) + "/fd/" + std::to_string(pipe_.writeEnd.number());
+    return [name] {
+      const int end = ::open(name.c_str(), O_WRONLY);
+      if (::fork() >= 0) {
+        [[maybe_unused]] const ssize_t count = ::write(end, "x", 1);
+      }
+      while (true) ::pause();
+      return std::string();
+    };
+  }
+
+  bool awaitBoth() const { return readByte() && readByte(); }
+
+  // Returns whether no process holds the other end within half a minute.
+  bool awaitTheirEnd() {
+    pipe_.writeEnd.close();
+    pollfd awaited{.fd = pipe_.readEnd.number(), .events = POLLIN, .revents = 0};
+    return ::poll(&awaited, 1, 30'000) == 1 && !readByte();
+  }
+
+ private:
+  bool readByte() const {
+    char byte = 0;
+    return ::read(pipe_.readEnd.number(), &byte, 1) == 1;
+  }
+
+  test::Pipe pipe_;
+};
+
+TEST_F(JobProcessTest, killsAJobAndItsChildrenWithItself) {
+  HeldPipe held;
+  run(held.job());
+  ASSERT_TRUE(held.awaitBoth());
   jobs.reset();
-  alive.writeEnd.close();
-  EXPECT_EQ(::read(alive.readEnd.number(), &byte, 1), 0);
+  EXPECT_TRUE(held.awaitTheirEnd());
+}
+
+TEST_F(JobProcessTest, endsAJobAndItsChildrenWhenItsProcessIsKilled) {
+  HeldPipe held;
+  const BackgroundJobs::Job job = held.job();
+  const pid_t process = ::fork();
+  if (process == 0) {
+    run(job);
+    while (true) ::pause();
+  }
+  ASSERT_TRUE(held.awaitBoth());
+  ::kill(process, SIGKILL);
+  ::waitpid(process, nullptr, 0);
+  EXPECT_TRUE(held.awaitTheirEnd());
 }
 
 TEST_F(JobProcessTest, inheritsNothingButTheStandardStreams) {

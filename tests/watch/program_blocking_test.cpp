@@ -129,5 +129,47 @@ TEST_F(ProgramBlocking, endsAtOnceWhileAPromptIsOpenAndTakesItAlong) {
   EXPECT_THAT(hosts(), HasSubstr(managedBlock));
 }
 
+TEST_F(ProgramBlocking, takesAPromptAlongWhenItIsKilledAndEndsTheSessionAtTheNextLaunch) {
+  blockUntil(Instant::now() - 1h);
+  system.willAnswer({Answer::hang});
+  launch();
+  awaitPrompts(1);
+  const auto planAtPrompt = contentOf(plan().url());
+  kill();
+  EXPECT_TRUE(awaitEnd(system.promptProcess()));
+  EXPECT_THAT(hosts(), HasSubstr(managedBlock));
+  EXPECT_EQ(contentOf(plan().url()), planAtPrompt);
+
+  test::FileEvents planEvents(plan().url());
+  otherSources.push_back(&planEvents);
+  system.willAnswer({Answer::approve});
+  launch();
+  await([&] { return !plan().load().activeSession; });
+  EXPECT_EQ(hosts(), othersEntries);
+}
+
+TEST_F(ProgramBlocking, takesThePromptOfAButtonAlongWhenItIsKilledAndBlocksAfterTheNextLaunch) {
+  const DomainGroup group{.name = "News", .rules = {{.domain = "example.com"}}};
+  FocusTask task = test::taskAt("Write", Instant::now());
+  task.blockingGroupID = group.id;
+  change([&](PersistedState& state) { state.groups = {group}; });
+  addTask(task);
+  test::writeFile(system.hosts(), othersEntries);
+  system.willAnswer({Answer::hang});
+  launch();
+  awaitShown("Write: Ready to begin");
+  desktop->press("Write: Ready to begin", "start");
+  awaitPrompts(1);
+  kill();
+  EXPECT_TRUE(awaitEnd(system.promptProcess()));
+  EXPECT_EQ(hosts(), othersEntries);
+
+  // The session waits for its block, for which the next instance asks when its prompt is overdue.
+  change([](PersistedState& state) { state.activeSession->startedAt = Instant::now() - 3min; });
+  system.willAnswer({Answer::approve});
+  launch();
+  await([&] { return hosts().find(managedBlock) != std::string::npos; });
+}
+
 }  // namespace
 }  // namespace tarnwell
