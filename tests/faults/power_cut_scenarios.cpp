@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <stdexcept>
+#include <utility>
 
 #include "tarnwell/store/data_backup_manager.h"
 #include "tarnwell/store/local_store.h"
@@ -25,6 +26,16 @@ TracedChange trace(SimulatedDisk before, const Process& process) {
 TracedChange traceCommand(const Tool& tool, const std::string& command) {
   tool.awaitSettledPlan();
   return trace(SimulatedDisk(tool.home()), tool.process(command));
+}
+
+TracedChange traceUserCommand(const Tool& tool, std::vector<std::string> words) {
+  tool.awaitSettledPlan();
+  Process process = tool.process("");
+  process.arguments = std::move(words);
+  SimulatedDisk before(tool.home());
+  auto run = runTraced(process);
+  if (run.result.exitStatus != 0) throw std::runtime_error(run.result.errors);
+  return {.before = std::move(before), .calls = std::move(run.calls)};
 }
 
 TracedChange firstChange() { return traceCommand(Tool{}, createCommand(0)); }
@@ -57,6 +68,23 @@ TracedChange blockedStart() {
 
 DataBackupManager managerFor(const Tool& tool) {
   return {LocalStore(tool.dataFile()), tool.dataDirectory() / "Daily Backups"};
+}
+
+TracedChange undo() {
+  const Tool tool;
+  tool.ask(createCommand(0));
+  tool.ask(createCommand(1));
+  return traceUserCommand(tool, {TARNWELL, "undo", "--yes"});
+}
+
+TracedChange backupRestore() {
+  const Tool tool;
+  tool.ask(createCommand(0));
+  const fs::path backup = managerFor(tool).createDailyBackup(someInstant, Calendar{});
+  tool.ask(createCommand(1));
+  TracedChange change = traceUserCommand(tool, {TARNWELL, "backup", "restore", backup, "--yes"});
+  change.backups = {contentOf(backup)};
+  return change;
 }
 
 // The tool has no command for daily backups: these two call the engine.
@@ -101,11 +129,13 @@ TracedChange changeOfAnUnsyncedPlan() {
   return change;
 }
 
-const std::array<Scenario, 7> scenarios{{{"changeOfAPlan", changeOfAPlan},
+const std::array<Scenario, 9> scenarios{{{"changeOfAPlan", changeOfAPlan},
                                          {"firstChange", firstChange},
                                          {"changeThroughALink", changeThroughALink},
                                          {"migration", migration},
                                          {"blockedStart", blockedStart, PrivateSystem::obstacle},
+                                         {"undo", undo},
+                                         {"backupRestore", backupRestore},
                                          {"dailyBackup", dailyBackup},
                                          {"restoringADailyBackup", restoringADailyBackup}}};
 

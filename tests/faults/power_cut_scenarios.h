@@ -33,7 +33,7 @@ TracedChange changeOfAPlan();
 // A change of a plan that another program has written and not synced.
 TracedChange changeOfAnUnsyncedPlan();
 
-extern const std::array<Scenario, 7> scenarios;
+extern const std::array<Scenario, 9> scenarios;
 
 std::string createCommand(std::int64_t revision);
 

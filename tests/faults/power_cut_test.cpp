@@ -1,5 +1,6 @@
 // Power cuts, simulated: after every system call of a change, every image that the disk may hold is
-// a whole plan, the old one or the new one, with a whole copy of every document that was replaced.
+// a whole plan, the old one or the new one, with a whole copy of every document that was replaced,
+// and with every earlier copy.
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
@@ -72,6 +73,7 @@ class Interruptions {
   Interruptions(TracedChange change, std::size_t parts)
       : change_(std::move(change)), parts_(parts) {
     SimulatedDisk disk = change_.before;
+    earlierCopies_ = Kept(disk.visibleImage()).copies;
     note(disk);
     for (const FileCall& call : change_.calls) {
       disk.apply(call);
@@ -109,8 +111,10 @@ class Interruptions {
     if (position < promise.document) return "a change is lost";
     const Kept kept(image);
     for (const std::string& copy : kept.copies) {
-      if (positionOf(copy) == documents_.size()) return "a copy is not whole";
+      const bool isWhole = positionOf(copy) != documents_.size() || earlierCopies_.contains(copy);
+      if (!isWhole) return "a copy is not whole";
     }
+    if (!includes(kept.copies, earlierCopies_)) return "an earlier copy is missing";
     for (std::size_t old = 0; old < position; ++old) {
       const Document& document = documents_[old];
       if (document && !kept.copies.contains(*document)) return "a copy is missing";
@@ -118,13 +122,14 @@ class Interruptions {
     for (const std::string& backup : kept.backups) {
       if (!change_.backups.contains(backup)) return "a backup is not whole";
     }
-    return std::includes(kept.backups.begin(), kept.backups.end(), promise.backups.begin(),
-                         promise.backups.end())
-               ? ""
-               : "a backup is missing";
+    return includes(kept.backups, promise.backups) ? "" : "a backup is missing";
   }
 
  private:
+  static bool includes(const std::set<std::string>& all, const std::set<std::string>& some) {
+    return std::includes(all.begin(), all.end(), some.begin(), some.end());
+  }
+
   static bool isPromise(const FileCall& call) {
     return call.name == "spawn" || (call.name == "flock" && call.flags == LOCK_UN) ||
            (call.name == "write" && call.path == "output");
@@ -150,7 +155,8 @@ class Interruptions {
   }
 
   TracedChange change_;
-  std::size_t parts_;                // into which bytes that were not synced may fall
+  std::size_t parts_;  // into which bytes that were not synced may fall
+  std::set<std::string> earlierCopies_;
   std::vector<Document> documents_;  // the data file's contents in turn
   std::set<Document> initial_;       // the forms that the first may have before it is synced
 };
