@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <system_error>
+#include <utility>
 
 #include <unistd.h>
 
@@ -40,20 +41,25 @@ std::optional<fs::path> runningProgram() {
 #endif
 }
 
-std::optional<fs::path> findProgram(std::string_view name) {
-  if (const auto running = runningProgram()) {
-    fs::path beside = running->parent_path() / name;
-    if (isProgram(beside)) return beside;
-  }
+std::vector<fs::path> findPrograms(std::string_view name) {
+  std::vector<fs::path> found;
+  const auto addFrom = [&](const fs::path& folder) {
+    if (fs::path path = folder / name; isProgram(path)) found.push_back(std::move(path));
+  };
+  if (const auto running = runningProgram()) addFrom(running->parent_path());
   const char* const folders = std::getenv("PATH");
-  if (folders == nullptr) return std::nullopt;
+  if (folders == nullptr) return found;
   for (const std::string_view folder : split(folders, ':')) {
     // A folder relative to the current one would find whatever program lies there.
-    if (!folder.starts_with('/')) continue;
-    fs::path path = fs::path(folder) / name;
-    if (isProgram(path)) return path;
+    if (folder.starts_with('/')) addFrom(folder);
   }
-  return std::nullopt;
+  return found;
+}
+
+std::optional<fs::path> findProgram(std::string_view name) {
+  auto found = findPrograms(name);
+  if (found.empty()) return std::nullopt;
+  return std::move(found.front());
 }
 
 }  // namespace tarnwell

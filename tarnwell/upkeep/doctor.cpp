@@ -47,7 +47,7 @@ Findings examine(const Examination& examination) {
   append(examineLeftovers(examination), findings);
   append(examineSpace(examination), findings);
   append(examineClock(examination), findings);
-  append(examineVersions(), findings);
+  append(examineVersions(examination), findings);
   std::stable_sort(findings.begin(), findings.end(),
                    [](const Finding& a, const Finding& b) { return *a.level < *b.level; });
   return findings;

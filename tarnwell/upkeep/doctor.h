@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,9 @@ std::filesystem::path defaultApprovalProgram();
 // root, who needs no approval.
 std::optional<std::vector<std::string>> programsOfUser();
 
+// Returns the folders that hold a program of Tarnwell: beside the running program and in PATH.
+std::set<std::filesystem::path> installationFolders();
+
 // The objects of the diagnosis.
 struct Examination {
   LocalStore localStore;
@@ -32,6 +36,7 @@ struct Examination {
   std::filesystem::path hosts = "/etc/hosts";
   std::filesystem::path approvalProgram = defaultApprovalProgram();
   std::optional<std::vector<std::string>> runningPrograms = programsOfUser();
+  std::set<std::filesystem::path> installations = installationFolders();
 };
 
 // Returns the findings, problems first. Creates, changes and locks nothing. Something that cannot

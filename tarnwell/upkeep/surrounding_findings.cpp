@@ -2,6 +2,7 @@
 
 #include <array>
 #include <filesystem>
+#include <set>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -12,6 +13,7 @@
 #include "tarnwell/base/version.h"
 #include "tarnwell/blocking/hosts_copies.h"
 #include "tarnwell/platform/file_error.h"
+#include "tarnwell/platform/find_program.h"
 #include "tarnwell/platform/temporary_file.h"
 #include "tarnwell/store/kept_copies.h"
 #include "tarnwell/store/state_copies.h"
@@ -61,6 +63,12 @@ CopyTotal totalOf(const std::vector<KeptCopy>& copies) {
 
 std::string textOf(const CopyTotal& total) {
   return std::to_string(total.count) + ", " + sizeText(total.bytes);
+}
+
+Finding severalInstallations(const std::set<fs::path>& folders) {
+  std::string text = "Programs of Tarnwell, perhaps of different versions, are in several folders:";
+  for (const fs::path& folder : folders) text += " " + inShell(folder);
+  return hint(FindingArea::versions, text, "Keep one installation, and remove the others.");
 }
 
 // Returns the nearest existing folder on the way up.
@@ -151,15 +159,31 @@ Finding zoneFinding(const TimeZone& zone) {
                                          (zone.isOfVariable ? ", by TZ." : ", by the system."));
 }
 
-Findings examineVersions() {
+std::set<fs::path> installationFolders() {
+  std::set<fs::path> folders;
+  for (const auto* name : {"tarnwell", "tarnwellctl", "tarnwell-mcp", "tarnwell-watch"}) {
+    for (const fs::path& program : findPrograms(name)) {
+      std::error_code unknown;
+      const fs::path file = fs::canonical(program, unknown);  // folders and programs may be links
+      if (!unknown) folders.insert(file.parent_path());
+    }
+  }
+  return folders;
+}
+
+Findings examineVersions(const Examination& examination) {
   utsname system{};
   const bool isKnown = ::uname(&system) == 0;
   const std::string name =
       isKnown ? std::string(", on ") + system.sysname + " " + system.release : "";
-  return {fact(FindingArea::versions, "This is Tarnwell " + std::string(versionText) +
-                                          ", which writes version " +
-                                          std::to_string(PersistedState::currentSchemaVersion) +
-                                          " of the data file" + name + ".")};
+  Findings findings{fact(
+      FindingArea::versions,
+      "This is Tarnwell " + std::string(versionText) + ", which writes version " +
+          std::to_string(PersistedState::currentSchemaVersion) + " of the data file" + name + ".")};
+  if (examination.installations.size() > 1) {
+    findings.push_back(severalInstallations(examination.installations));
+  }
+  return findings;
 }
 
 }  // namespace tarnwell

@@ -23,7 +23,7 @@ Finding spaceFinding(std::uintmax_t available, std::uintmax_t dataFileSize);
 Findings examineClock(const Examination& examination);
 Finding zoneFinding(const TimeZone& zone);
 
-// States the versions.
-Findings examineVersions();
+// States the versions. Hints at programs of several installations.
+Findings examineVersions(const Examination& examination);
 
 }  // namespace tarnwell

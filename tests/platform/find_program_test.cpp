@@ -1,5 +1,6 @@
 #include "tarnwell/platform/find_program.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/support/scoped_environment.h"
@@ -44,6 +45,14 @@ TEST_F(FindProgram, findsTheFirstOfPathThatCanBeRun) {
   addFile(folder / "d" / name, fs::perms::owner_all);
   const test::ScopedVariable path("PATH", folders.c_str());
   EXPECT_EQ(findProgram(name.string()), folder / "c" / name);
+}
+
+TEST_F(FindProgram, findsEachOfPath) {
+  for (const auto* each : {"a", "b"}) addFile(folder / each / name, fs::perms::owner_all);
+  const std::string folders = (folder / "a").string() + ":" + (folder / "b").string();
+  const test::ScopedVariable path("PATH", folders.c_str());
+  EXPECT_THAT(findPrograms(name.string()),
+              testing::ElementsAre(folder / "a" / name, folder / "b" / name));
 }
 
 TEST_F(FindProgram, ignoresRelativeFoldersOfPath) {

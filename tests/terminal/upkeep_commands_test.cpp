@@ -168,5 +168,15 @@ TEST(DoctorWithoutAPlan, createsNothing) {
   EXPECT_EQ(test::treeOf(user.tool().home()), before);
 }
 
+TEST(DoctorAmongInstallations, hintsAtAnotherOne) {
+  const test::ScratchFolder folder;
+  test::writeFile(folder / "tarnwellctl", "");
+  std::filesystem::permissions(folder / "tarnwellctl", std::filesystem::perms::owner_all);
+  UserTerminal user;
+  user.environment = {"PATH=" + folder.path().string()};
+  EXPECT_THAT(user.run({"doctor"}).output,
+              HasSubstr("! Programs of Tarnwell, perhaps of different"));
+}
+
 }  // namespace
 }  // namespace tarnwell::terminal

@@ -65,7 +65,8 @@ class ExaminedPlan : public testing::Test {
                           .calendar = {.firstWeekday = Weekday::monday},
                           .hosts = folder / "hosts",
                           .approvalProgram = folder / "pkexec",
-                          .runningPrograms = {}};
+                          .runningPrograms = {},
+                          .installations = {}};
 
  private:
   // Every entry with its content, permissions and times.

@@ -16,6 +16,7 @@ namespace fs = std::filesystem;
 
 using std::chrono::hours;
 using testing::AllOf;
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
@@ -158,6 +159,30 @@ TEST_F(SurroundingFindings, hintAtALocaleWithoutARegion) {
 
 TEST_F(SurroundingFindings, nameTheVersions) {
   EXPECT_THAT(facts(), AllOf(HasSubstr("This is Tarnwell "), HasSubstr("version 2")));
+}
+
+TEST_F(SurroundingFindings, hintAtProgramsOfSeveralInstallations) {
+  examination.installations = {"/usr/bin"};
+  EXPECT_THAT(hints(), Not(HasSubstr("several folders")));
+  examination.installations = {"/usr/bin", "/home/ada/my programs"};
+  EXPECT_THAT(hints(), HasSubstr("are in several folders: '/home/ada/my programs' /usr/bin >"));
+}
+
+TEST_F(SurroundingFindings, countAFolderOnceThatHasSeveralNames) {
+  const auto addProgram = [](const fs::path& path) {
+    test::writeFile(path, "");
+    fs::permissions(path, fs::perms::owner_all);
+  };
+  for (const auto* name : {"tarnwell", "tarnwellctl"}) addProgram(folder / "a" / name);
+  addProgram(folder / "b" / "tarnwell-mcp");
+  fs::create_directory_symlink("a", folder / "a again");
+  fs::create_directory(folder / "links");
+  fs::create_symlink("../a/tarnwell", folder / "links" / "tarnwell");
+  std::string path = "/nowhere";
+  for (const auto* name : {"a", "b", "a again", "links"}) path += ":" + (folder / name).string();
+  const test::ScopedVariable variable("PATH", path.c_str());
+  EXPECT_THAT(installationFolders(),
+              ElementsAre(fs::canonical(folder / "a"), fs::canonical(folder / "b")));
 }
 
 }  // namespace
