@@ -82,7 +82,6 @@ Events awaitEvents(const FileDescriptor& input, const FileDescriptor& output,
 
 // Serves the client until the input ends. Returns the exit status.
 int serve(const FileDescriptor& input, const FileDescriptor& outputFile) {
-  constexpr std::size_t pieceSize = 65'536;
   Plan plan(DataDirectory::ofUser);
   Output output(outputFile);
   Server server(plan, std::string(versionText),
@@ -95,7 +94,7 @@ int serve(const FileDescriptor& input, const FileDescriptor& outputFile) {
   };
 
   LineBuffer lines;
-  std::string piece(pieceSize, '\0');
+  std::array<char, 4096> piece{};  // most requests are shorter
   while (!output.hasFailed()) {
     const Events events = awaitEvents(input, outputFile, server);
     if (events.clientIsGone) break;
