@@ -10,6 +10,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tarnwell/agent/engines.h"
+
 namespace tarnwell::test {
 namespace {
 
@@ -37,6 +39,19 @@ std::unique_ptr<Tool> HomesAhead::next(const std::function<std::unique_ptr<Tool>
   homes_.pop_front();
   tool->awaitSettledPlan();
   return tool;
+}
+
+void expectTheNextChangeToWork(const Tool& tool) {
+  Engines engines(DataDirectory{tool.dataDirectory()});
+  const std::int64_t revision = engines.taskStore.snapshot().revision();
+  const auto reply = AgentCommandService(engines.agentParts())
+                         .execute({.version = 1,
+                                   .command = "tasks.create",
+                                   .expectedRevision = revision,
+                                   .payload = {{"title", "Next"}}},
+                                  Instant::now());
+  EXPECT_TRUE(reply.ok) << reply;
+  EXPECT_EQ(reply.revision, revision + 1);
 }
 
 int FaultSweep::cases(Failing failing) const {

@@ -27,6 +27,10 @@ class HomesAhead {
   std::deque<std::unique_ptr<Tool>> homes_;
 };
 
+// Creates a task with the engines that every program is made of, whatever a faulty command has
+// left, and expects success.
+void expectTheNextChangeToWork(const Tool& tool);
+
 struct FaultSweep {
   // Runs the command in a fresh home and checks what it leaves; without a fault first.
   std::function<TracedRun(const std::optional<Fault>& fault)> run;

@@ -1,6 +1,6 @@
 // Fault matrix of the commands that go back: each system call of "tarnwell undo" and "tarnwell
 // backup restore" that touches a file fails in turn. The document is the present plan or the
-// earlier one, whole; no copy is lost; and the next command works.
+// earlier one, whole; no copy is lost; and the next change works.
 #include <algorithm>
 #include <array>
 #include <csignal>
@@ -88,7 +88,7 @@ class GoingBackFaults : public testing::TestWithParam<std::tuple<Way, Failing>> 
     checkEnd(run, fault, isChanged);
     checkPlan(*tool, isChanged);
     checkFiles(*tool, isChanged, run.result.signal == SIGKILL);
-    checkNextCommand(*tool);
+    test::expectTheNextChangeToWork(*tool);
     return run;
   }
 
@@ -132,13 +132,6 @@ class GoingBackFaults : public testing::TestWithParam<std::tuple<Way, Failing>> 
       return copy.first == earlier_ || copy.first == present_;
     }));
     EXPECT_EQ(contentOf(tool.home() / "backup.json"), earlier_);
-  }
-
-  static void checkNextCommand(const Tool& tool) {
-    const std::int64_t revision = LocalStore(tool.dataFile()).load().revision;
-    const auto reply = tool.ask(createCommand(revision));
-    EXPECT_TRUE(reply.ok) << reply;
-    EXPECT_EQ(reply.revision, revision + 1);
   }
 
   std::optional<test::ScopedVariable> temporaryFolder_;

@@ -1,6 +1,6 @@
 // Fault matrix: every system call of a command that touches a file fails in turn, with every error
 // that it may give, once and for good, comes up short, or is the last one before the process is
-// killed. Each time the document is whole, the reply agrees with it, and the next command works.
+// killed. Each time the document is whole, the reply agrees with it, and the next change works.
 #include <array>
 #include <csignal>
 #include <cstdio>
@@ -119,7 +119,7 @@ class SystemCallFaults : public testing::TestWithParam<std::tuple<Situation, Fai
     if (!fault) output_ = run.result.output;
     checkReply(run, fault, *tool);
     checkFiles(run, *tool);
-    checkNextCommand(*tool);
+    checkNextChange(*tool);
     return run;
   }
 
@@ -177,13 +177,10 @@ class SystemCallFaults : public testing::TestWithParam<std::tuple<Situation, Fai
     return situation_ == Situation::changeOfASharedPlan ? 2 : 1;
   }
 
-  // Works whatever the faulty command has left, and leaves no copy that shares its file.
-  void checkNextCommand(const Tool& tool) const {
-    const std::int64_t revision = LocalStore(tool.dataFile()).load().revision;
+  // The next change works, and leaves no temporary file and no copy that shares the data file.
+  static void checkNextChange(const Tool& tool) {
     const std::size_t before = temporaryFileCount(tool.home());
-    const auto reply = tool.ask(createCommand(revision, "Next"));
-    EXPECT_TRUE(reply.ok) << reply;
-    EXPECT_EQ(reply.revision, revision + 1);
+    test::expectTheNextChangeToWork(tool);
     EXPECT_EQ(temporaryFileCount(tool.home()), before);
     for (const auto& entry : fs::recursive_directory_iterator(tool.home())) {
       if (entry.is_regular_file()) {
@@ -213,16 +210,24 @@ std::string nameOf(const testing::TestParamInfo<SystemCallFaults::ParamType>& ea
          test::nameOf(std::get<1>(each.param));
 }
 
-constexpr std::array allSituations = {Situation::changeOfAPlan,      Situation::changeOfASharedPlan,
-                                      Situation::changeThroughALink, Situation::changeOfANewPlan,
-                                      Situation::firstChange,        Situation::list};
-constexpr std::array allFailings = {Failing::once, Failing::forGood, Failing::halved,
-                                    Failing::killed};
-
-INSTANTIATE_TEST_SUITE_P(Each, SystemCallFaults,
-                         testing::Combine(testing::ValuesIn(allSituations),
-                                          testing::ValuesIn(allFailings)),
+INSTANTIATE_TEST_SUITE_P(
+    Each, SystemCallFaults,
+    testing::Combine(testing::Values(Situation::changeOfAPlan, Situation::changeOfASharedPlan,
+                                     Situation::changeThroughALink, Situation::changeOfANewPlan,
+                                     Situation::firstChange, Situation::list),
+                     testing::Values(Failing::once, Failing::halved, Failing::killed)),
+    nameOf);
+INSTANTIATE_TEST_SUITE_P(Lasting, SystemCallFaults,
+                         testing::Combine(testing::Values(Situation::changeOfAPlan,
+                                                          Situation::list),
+                                          testing::Values(Failing::forGood)),
                          nameOf);
+INSTANTIATE_TEST_SUITE_P(
+    LongRun, SystemCallFaults,
+    testing::Combine(testing::Values(Situation::changeOfASharedPlan, Situation::changeThroughALink,
+                                     Situation::changeOfANewPlan, Situation::firstChange),
+                     testing::Values(Failing::forGood)),
+    nameOf);
 
 }  // namespace
 }  // namespace tarnwell
