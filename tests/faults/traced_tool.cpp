@@ -4,10 +4,12 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <fstream>
 #include <map>
 #include <stdexcept>
 #include <system_error>
 
+#include <elf.h>
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/ptrace.h>
@@ -133,6 +135,16 @@ class MemoryFile {
   FileDescriptor file_;
 };
 
+// Returns the address of the first instruction of a process's program.
+std::uint64_t entryPoint(pid_t process) {
+  std::ifstream file("/proc/" + std::to_string(process) + "/auxv", std::ios::binary);
+  Elf64_auxv_t entry{};
+  while (file.read(reinterpret_cast<char*>(&entry), sizeof entry)) {  // NOLINT
+    if (entry.a_type == AT_ENTRY) return entry.a_un.a_val;
+  }
+  throw std::runtime_error("a process without an entry point");
+}
+
 class Tracer {
  public:
   // Counts the calls from the tool's first one, or all of them.
@@ -144,14 +156,15 @@ class Tracer {
     int status = waitForStop();
     requirePtrace(
         ::ptrace(PTRACE_SETOPTIONS, child_, nullptr, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL));
-    while (true) {
+    if (!hasBegun_) status = runLoader();
+    while (!WIFEXITED(status) && !WIFSIGNALED(status)) {
+      if (isSyscallStop(status)) atSyscallStop();
       errno = 0;
       const long result = ::ptrace(PTRACE_SYSCALL, child_, nullptr, signalToDeliver(status));
       if (errno != ESRCH) requirePtrace(result);  // one that was killed is only waited for
       status = waitForStop();
-      if (WIFEXITED(status) || WIFSIGNALED(status)) return status;
-      if (isSyscallStop(status)) atSyscallStop();
     }
+    return status;
   }
 
   std::vector<FileCall> calls() { return std::move(calls_); }
@@ -162,6 +175,22 @@ class Tracer {
     int status = 0;
     if (retryingInterrupted([&] { return ::waitpid(child_, &status, 0); }) != child_) {
       throw std::system_error(errno, std::generic_category(), "waitpid");
+    }
+    return status;
+  }
+
+  // Runs a program that has just been executed to its entry without a stop: the loader makes about
+  // half of all calls.
+  int runLoader() const {
+    constexpr long breakpoint = 0xCC;
+    const std::uint64_t entry = entryPoint(child_);
+    const long code = ::ptrace(PTRACE_PEEKTEXT, child_, entry, nullptr);
+    requirePtrace(::ptrace(PTRACE_POKETEXT, child_, entry, (code & ~0xFFL) | breakpoint));
+    requirePtrace(::ptrace(PTRACE_CONT, child_, nullptr, nullptr));
+    const int status = waitForStop();
+    if (WIFSTOPPED(status) && WSTOPSIG(status) == SIGTRAP) {
+      requirePtrace(::ptrace(PTRACE_POKETEXT, child_, entry, code));
+      setRegister(offsetof(user_regs_struct, rip), entry);
     }
     return status;
   }
