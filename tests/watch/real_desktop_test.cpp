@@ -40,9 +40,11 @@ class RealDesktop : public test::WatchProgram {
     bus.start();
   }
 
+  // Without -noreset, the display refuses programs for a moment after its last one has ended, and
+  // the daemon does not start.
   void startDisplay() {
     screen.emplace(test::Process{.arguments = {"/usr/bin/Xvfb", "-displayfd", "1", "-screen", "0",
-                                               "420x120x24", "-nolisten", "tcp"},
+                                               "420x120x24", "-nolisten", "tcp", "-noreset"},
                                  .environment = {"PATH=/usr/bin:/bin"}});
     otherSources = {&*screen};
     await([&] { return screen->output().ends_with('\n') || screen->hasEnded(); });
