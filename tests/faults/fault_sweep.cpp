@@ -12,6 +12,8 @@
 
 #include "tarnwell/agent/engines.h"
 
+#include "tests/faults/file_call_forms.h"
+
 namespace tarnwell::test {
 namespace {
 

@@ -13,7 +13,6 @@
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/ptrace.h>
-#include <sys/syscall.h>
 #include <sys/uio.h>
 #include <sys/user.h>
 #include <sys/wait.h>
@@ -22,86 +21,10 @@
 #include "tarnwell/platform/child_process.h"
 #include "tarnwell/platform/file_descriptor.h"
 
+#include "tests/faults/file_call_forms.h"
+
 namespace tarnwell::test {
 namespace {
-
-struct Description {
-  const char* name;
-  int pathArgument = -1;        // the argument that names a file
-  int targetArgument = -1;      // the argument that is the new name
-  int descriptorArgument = -1;  // the argument that is a descriptor
-  int flagsArgument = -1;       // the argument that holds flags
-  int dataArgument = -1;        // the argument that points to bytes to write
-  int countArgument = -1;       // the argument that says how many bytes
-  std::vector<int> errors{};
-};
-
-const std::map<std::uint64_t, Description>& descriptions() {
-  static const std::map<std::uint64_t, Description> all = {
-      {SYS_openat,
-       {.name = "open",
-        .pathArgument = 1,
-        .flagsArgument = 2,
-        .errors = {EACCES, EDQUOT, EINTR, EIO, EMFILE, ENFILE, ENOMEM, ENOSPC, EROFS}}},
-      {SYS_read,
-       {.name = "read", .descriptorArgument = 0, .countArgument = 2, .errors = {EINTR, EIO}}},
-      {SYS_write,
-       {.name = "write",
-        .descriptorArgument = 0,
-        .dataArgument = 1,
-        .countArgument = 2,
-        .errors = {EDQUOT, EFBIG, EINTR, EIO, ENOSPC, EPERM}}},
-      {SYS_close,
-       {.name = "close", .descriptorArgument = 0, .errors = {EDQUOT, EINTR, EIO, ENOSPC}}},
-      {SYS_newfstatat,
-       {.name = "stat", .pathArgument = 1, .descriptorArgument = 0, .errors = {EACCES, ENOMEM}}},
-      {SYS_fstat, {.name = "stat", .descriptorArgument = 0, .errors = {ENOMEM}}},
-      {SYS_fsync,
-       {.name = "sync", .descriptorArgument = 0, .errors = {EDQUOT, EINTR, EIO, ENOSPC, EROFS}}},
-      {SYS_sync_file_range,
-       {.name = "begin sync", .descriptorArgument = 0, .errors = {EIO, ENOMEM, ENOSPC}}},
-      {SYS_rename,
-       {.name = "rename",
-        .pathArgument = 0,
-        .targetArgument = 1,
-        .errors = {EACCES, EDQUOT, ENOMEM, ENOSPC, EPERM, EROFS}}},
-      {SYS_link,
-       {.name = "link",
-        .pathArgument = 0,
-        .targetArgument = 1,
-        .errors = {EACCES, EDQUOT, EIO, EMLINK, ENOMEM, ENOSPC, EOPNOTSUPP, EPERM, EROFS, EXDEV}}},
-      {SYS_unlink,
-       {.name = "unlink", .pathArgument = 0, .errors = {EACCES, EIO, ENOMEM, EPERM, EROFS}}},
-      {SYS_mkdir,
-       {.name = "mkdir", .pathArgument = 0, .errors = {EACCES, EDQUOT, ENOMEM, ENOSPC, EROFS}}},
-      {SYS_chmod, {.name = "chmod", .pathArgument = 0, .errors = {EIO, ENOMEM, EPERM, EROFS}}},
-      {SYS_fchmod, {.name = "fchmod", .descriptorArgument = 0, .errors = {EIO, EPERM, EROFS}}},
-      {SYS_fchown, {.name = "fchown", .descriptorArgument = 0, .errors = {EIO, EPERM, EROFS}}},
-      {SYS_flock,
-       {.name = "flock", .descriptorArgument = 0, .flagsArgument = 1, .errors = {EINTR, ENOLCK}}},
-      {SYS_ioctl, {.name = "ioctl", .descriptorArgument = 0, .errors = {EIO, ENOSPC, EXDEV}}},
-      {SYS_fcntl, {.name = "fcntl", .descriptorArgument = 0, .errors = {EMFILE}}},
-      {SYS_dup2, {.name = "dup2", .descriptorArgument = 0, .errors = {EBUSY, EINTR}}},
-      {SYS_lseek, {.name = "seek", .descriptorArgument = 0}},
-      {SYS_clone, {.name = "spawn"}},
-      {SYS_clone3, {.name = "spawn"}},
-      {SYS_vfork, {.name = "spawn"}},
-      {SYS_getdents64, {.name = "list", .descriptorArgument = 0, .errors = {EIO, ENOENT}}},
-      {SYS_readlink, {.name = "readlink", .pathArgument = 0, .errors = {EACCES, EIO, ENOMEM}}},
-  };
-  return all;
-}
-
-// The calls that touch no file.
-const std::set<std::uint64_t>& otherCalls() {
-  static const std::set<std::uint64_t> all = {
-      SYS_brk,           SYS_clock_gettime,   SYS_exit_group,
-      SYS_futex,         SYS_getrandom,       SYS_madvise,
-      SYS_mmap,          SYS_mprotect,        SYS_mremap,
-      SYS_munmap,        SYS_restart_syscall, SYS_rt_sigaction,
-      SYS_rt_sigprocmask};
-  return all;
-}
 
 // Where x86-64 keeps the arguments of a call.
 constexpr std::array<std::size_t, 6> argumentRegisters = {
@@ -216,24 +139,24 @@ class Tracer {
 
   void atEntry(std::uint64_t number, const std::array<std::uint64_t, 6>& arguments) {
     current_ = nullptr;
-    const auto found = descriptions().find(number);
-    if (found == descriptions().end()) {
-      if (hasBegun_ && !otherCalls().contains(number)) unknownCalls_.insert(number);
+    const auto found = fileCallForms().find(number);
+    if (found == fileCallForms().end()) {
+      if (hasBegun_ && !callsOnNoFile().contains(number)) unknownCalls_.insert(number);
       return;
     }
-    const Description& description = found->second;
-    FileCall call = describe(description, arguments);
+    const FileCallForm& form = found->second;
+    FileCall call = describe(form, arguments);
     // The first thing that the tool itself does.
     hasBegun_ = hasBegun_ || (call.name == "open" && call.path == "/dev/null");
     if (!hasBegun_) return;
-    current_ = &description;
+    current_ = &form;
     data_ = 0;
-    if (description.dataArgument >= 0) {
-      data_ = arguments.at(static_cast<std::size_t>(description.dataArgument));
+    if (form.dataArgument >= 0) {
+      data_ = arguments.at(static_cast<std::size_t>(form.dataArgument));
     }
     const std::size_t index = calls_.size();
     calls_.push_back(std::move(call));
-    if (fault_ && isHit(index)) inject(description, arguments);
+    if (fault_ && isHit(index)) inject(form, arguments);
   }
 
   bool isHit(std::size_t index) const {
@@ -241,14 +164,14 @@ class Tracer {
                                      calls_[index].name == calls_[fault_->call].name);
   }
 
-  void inject(const Description& description, const std::array<std::uint64_t, 6>& arguments) {
+  void inject(const FileCallForm& form, const std::array<std::uint64_t, 6>& arguments) {
     switch (fault_->kind) {
       case Fault::Kind::kill:
         ::kill(child_, SIGKILL);
         return;
       case Fault::Kind::shortCount:
-        if (description.countArgument >= 0) {
-          const auto argument = static_cast<std::size_t>(description.countArgument);
+        if (form.countArgument >= 0) {
+          const auto argument = static_cast<std::size_t>(form.countArgument);
           setRegister(argumentRegisters.at(argument), (arguments.at(argument) + 1) / 2);
         }
         return;
@@ -275,17 +198,16 @@ class Tracer {
     if (call.name == "dup2" && result >= 0) opened_[descriptor] = call.path;
   }
 
-  FileCall describe(const Description& description,
-                    const std::array<std::uint64_t, 6>& arguments) const {
-    FileCall call{.name = description.name};
+  FileCall describe(const FileCallForm& form, const std::array<std::uint64_t, 6>& arguments) const {
+    FileCall call{.name = form.name};
     const auto argument = [&](int index) { return arguments.at(static_cast<std::size_t>(index)); };
-    if (description.pathArgument >= 0) call.path = textAt(argument(description.pathArgument));
-    if (description.targetArgument >= 0) call.target = textAt(argument(description.targetArgument));
-    if (description.flagsArgument >= 0) {
-      call.flags = static_cast<int>(argument(description.flagsArgument));
+    if (form.pathArgument >= 0) call.path = textAt(argument(form.pathArgument));
+    if (form.targetArgument >= 0) call.target = textAt(argument(form.targetArgument));
+    if (form.flagsArgument >= 0) {
+      call.flags = static_cast<int>(argument(form.flagsArgument));
     }
-    if (description.descriptorArgument >= 0) {
-      call.descriptor = static_cast<int>(argument(description.descriptorArgument));
+    if (form.descriptorArgument >= 0) {
+      call.descriptor = static_cast<int>(argument(form.descriptorArgument));
       const auto found = opened_.find(call.descriptor);
       if (call.path.empty() && found != opened_.end()) call.path = found->second;
     }
@@ -327,7 +249,7 @@ class Tracer {
   std::vector<FileCall> calls_;
   std::set<std::uint64_t> unknownCalls_;
   std::map<int, std::string> opened_{{STDIN_FILENO, "input"}, {STDOUT_FILENO, "output"}};
-  const Description* current_ = nullptr;
+  const FileCallForm* current_ = nullptr;
   std::uint64_t data_ = 0;  // where the bytes of the present write are
   std::optional<int> injected_;
   bool hasBegun_;
@@ -398,13 +320,6 @@ std::vector<FileCall> traceCalls(const std::function<void()>& function) {
     throw std::runtime_error("the traced function failed");
   }
   return tracer.calls();
-}
-
-std::vector<int> errorsOf(std::string_view call) {
-  for (const auto& [number, description] : descriptions()) {
-    if (call == description.name) return description.errors;
-  }
-  throw std::invalid_argument("no call of this name");
 }
 
 }  // namespace tarnwell::test

@@ -54,8 +54,4 @@ TracedRun runTraced(const Process& process, const std::optional<Fault>& fault = 
 // does.
 std::vector<FileCall> traceCalls(const std::function<void()>& function);
 
-// Returns the errors that the manual page names for the call, of those that mean a fault of the
-// machine, a missing permission, or a lack of a resource.
-std::vector<int> errorsOf(std::string_view call);
-
 }  // namespace tarnwell::test

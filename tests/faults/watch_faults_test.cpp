@@ -14,6 +14,7 @@
 
 #include "tarnwell/platform/file_lock.h"
 
+#include "tests/faults/file_call_forms.h"
 #include "tests/faults/traced_tool.h"
 #include "tests/support/file_events.h"
 #include "tests/support/pipe.h"
