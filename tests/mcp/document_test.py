@@ -1,8 +1,9 @@
 """document_test.py PROGRAM --check|--write DOCUMENT TOOLS: the exchanges in the document are real.
 
 Calls each fenced block "json call"; the block "json answer" after it is the server's answer, except
-for identifiers, the clock and today. The document is one conversation on one plan. Every tool has an exchange, and every answer satisfies the
-tool's output schema. TOOLS is the list of the tools for function calling, made from tools/list.
+for identifiers, the clock and today. The document is one conversation on one plan. Every tool has an
+exchange, and every answer satisfies the tool's output schema. TOOLS is the list of the tools for function
+calling, made from tools/list.
 """
 import datetime
 import json

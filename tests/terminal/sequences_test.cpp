@@ -115,7 +115,7 @@ TEST(AnySequenceOfCommands, leavesADocumentThatTheSchemaAccepts) {
     RandomHands hands(user, seed);
     for (int step = 0; step < steps; ++step) hands.act();
     EXPECT_GT(user.state().revision, 5);
-    test::record("data-file", test::contentOf(user.tool().dataFile()));
+    EXPECT_TRUE(test::record("data-file", test::contentOf(user.tool().dataFile())));
   }
 }
 

@@ -72,6 +72,14 @@ class ProgramBlocking : public test::WatchProgram {
     await([&] { return system.promptCount() >= count; });
   }
 
+  // The prompt is for the end of a session that expired before the launch.
+  void launchUntilAPromptIsOpen() {
+    blockUntil(Instant::now() - 1h);
+    system.willAnswer({Answer::hang});
+    launch();
+    awaitPrompts(1);
+  }
+
   std::string hosts() const { return contentOf(system.hosts()); }
 
   test::PrivateSystem system{test::Prompt::polkit};
@@ -112,28 +120,19 @@ TEST_F(ProgramBlocking, saysHowToTryAgainAfterADismissalAndDoesNotAskAgain) {
 }
 
 TEST_F(ProgramBlocking, ringsRemindersWhileAPromptIsOpen) {
-  blockUntil(Instant::now() - 1h);
-  system.willAnswer({Answer::hang});
-  launch();
-  awaitPrompts(1);
+  launchUntilAPromptIsOpen();
   EXPECT_THAT(textsUntilNow(), IsEmpty());
 }
 
 TEST_F(ProgramBlocking, endsAtOnceWhileAPromptIsOpenAndTakesItAlong) {
-  blockUntil(Instant::now() - 1h);
-  system.willAnswer({Answer::hang});
-  launch();
-  awaitPrompts(1);
+  launchUntilAPromptIsOpen();
   end();
   EXPECT_TRUE(awaitEnd(system.promptProcess()));
   EXPECT_THAT(hosts(), HasSubstr(managedBlock));
 }
 
 TEST_F(ProgramBlocking, takesAPromptAlongWhenItIsKilledAndEndsTheSessionAtTheNextLaunch) {
-  blockUntil(Instant::now() - 1h);
-  system.willAnswer({Answer::hang});
-  launch();
-  awaitPrompts(1);
+  launchUntilAPromptIsOpen();
   const auto planAtPrompt = contentOf(plan().url());
   kill();
   EXPECT_TRUE(awaitEnd(system.promptProcess()));
